@@ -1,0 +1,48 @@
+# How every target of ours is compiled, and how the libraries are made.
+
+# qel_settings(TARGET): the language, the visibility of symbols and the warnings.
+function(qel_settings target)
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        POSITION_INDEPENDENT_CODE ON)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+        $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
+        $<$<BOOL:${QEL_WERROR}>:-Werror>
+        # Errors and debug information name sources from the project's root on, wherever it was
+        # built.
+        -ffile-prefix-map=${Qel_SOURCE_DIR}/=)
+endfunction()
+
+# qel_library(TARGET NAME): the shared library libTARGET.so, known to its users as Qel::NAME. Its
+# layers fill it with qel_layer.
+function(qel_library target name)
+    add_library(${target} SHARED)
+    add_library(Qel::${name} ALIAS ${target})
+    qel_settings(${target})
+    # Until 1.0.0 each minor version may break the binary interface, so it is part of the name.
+    set_target_properties(${target} PROPERTIES
+        EXPORT_NAME ${name}
+        VERSION ${Qel_VERSION}
+        SOVERSION ${Qel_VERSION_MAJOR}.${Qel_VERSION_MINOR}
+        INSTALL_RPATH $ORIGIN)
+    if(NOT QEL_SANITIZE)
+        target_link_options(${target} PRIVATE -Wl,--no-undefined)
+    endif()
+endfunction()
+
+# qel_layer(TARGET [HEADERS inc/...] [SOURCES src/...]): adds the layer in the current folder to a
+# library. HEADERS are its promise and get installed; what src/ holds stays private.
+function(qel_layer target)
+    cmake_parse_arguments(PARSE_ARGV 1 layer "" "" "HEADERS;SOURCES")
+    if(layer_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "qel_layer: unknown ${layer_UNPARSED_ARGUMENTS}")
+    endif()
+    target_sources(${target}
+        PRIVATE ${layer_SOURCES}
+        PUBLIC FILE_SET HEADERS BASE_DIRS inc FILES ${layer_HEADERS})
+    target_include_directories(${target} PRIVATE src)
+endfunction()
