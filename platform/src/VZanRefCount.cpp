@@ -1,0 +1,3 @@
+#include "VZanRefCount.h"
+
+VZanRefCount::~VZanRefCount() = default;

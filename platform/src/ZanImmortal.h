@@ -1,0 +1,20 @@
+#pragma once
+
+// An object that is never destroyed, for what other threads and the destructors of static
+// objects may still use while the process exits.
+template <class T>
+class ZanImmortal {
+  public:
+    constexpr ZanImmortal() : object_() {}
+    ZanImmortal(ZanImmortal const &) = delete;
+    ZanImmortal & operator=(ZanImmortal const &) = delete;
+    ~ZanImmortal() {}
+
+    T & get() noexcept { return object_; }
+
+  private:
+    // A union does not destroy its members by itself.
+    union {
+        T object_;
+    };
+};

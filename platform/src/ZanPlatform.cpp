@@ -1,0 +1,5 @@
+#include "ZanPlatform.h"
+
+bool ZanPlatform::isWindowsNT() {
+    return false;
+}

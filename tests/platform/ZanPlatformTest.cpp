@@ -1,0 +1,7 @@
+#include "ZanPlatform.h"
+
+#include <gtest/gtest.h>
+
+TEST(ZanPlatformTest, IsNotWindowsNT) {
+    EXPECT_FALSE(ZanPlatform::isWindowsNT());
+}
