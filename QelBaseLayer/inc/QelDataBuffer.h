@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+
+#include "MoxSmartPtr.h"
+#include "QelMemoryManager.h"
+#include "ZanRefCount.h"
+
+// A block of bytes for pixels: allocated late, counted in QelSystemConfig, from a memory manager
+// or the general heap; or a wrapper around a caller's memory.
+//
+// Shared by rect buffers through MoxSmartPtr. Counts are safe from any thread; allocate(),
+// deallocate() and the bytes themselves belong to one thread at a time.
+class QEL_API QelDataBuffer : public ZanRefCount {
+  public:
+    // Unallocated. `size` in bytes, not negative (raises 13).
+    explicit QelDataBuffer(std::int64_t size, bool ownsData = true);
+
+    // Wraps `memory`. With `ownsData` the buffer frees it: it must come from ::operator new,
+    // or from `manager`. With null memory the buffer is unallocated, with
+    // the default manager; otherwise it has no manager.
+    QelDataBuffer(std::int64_t size, bool ownsData, void * memory);
+    // The same with a manager of the caller's, kept in any case.
+    QelDataBuffer(std::int64_t size, bool ownsData, void * memory, QelMemoryManager * manager);
+
+    // Unallocated, owning, with a manager of the caller's.
+    QelDataBuffer(std::int64_t size, QelMemoryManager * manager);
+
+    QelDataBuffer(QelDataBuffer const &) = delete;
+    QelDataBuffer & operator=(QelDataBuffer const &) = delete;
+
+    // Deallocates; an error on the way is written to the library's output.
+    virtual ~QelDataBuffer();
+
+    // Gives the buffer its memory, uninitialised; nothing if it has some. Raises 10, and leaves
+    // the buffer unallocated, when there is none to be had.
+    virtual void allocate();
+
+    // Frees the memory if it is this buffer's to free, forgets it otherwise. Memory that
+    // allocate() got is always freed.
+    virtual void deallocate();
+
+    // Copies this buffer's size in bytes from `source`, allocating this buffer first. Raises 3
+    // when the source is smaller; a source without memory copies nothing.
+    virtual void copyFrom(QelDataBuffer const & source);
+
+    // Null while unallocated.
+    std::uint8_t * data() const { return data_; }
+    bool ownsData() const { return ownsData_; }
+    std::int64_t size() const { return size_; }
+    MoxSmartPtr<QelMemoryManager> manager() const { return manager_; }
+
+  private:
+    void countWrapped();
+    void free();
+
+    std::uint8_t * data_ = nullptr;
+    bool ownsData_;
+    bool allocatedHere_ = false;
+    bool counted_ = false;
+    std::int64_t size_;
+    MoxSmartPtr<QelMemoryManager> manager_;
+};

@@ -1,0 +1,32 @@
+#include "QelMemoryManager.h"
+
+#include <atomic>
+#include <exception>
+#include <string>
+
+#include "QelError.h"
+
+namespace {
+
+constinit std::atomic<QelMemoryManager *> defaultManager{nullptr};
+
+}  // namespace
+
+QelMemoryManager::~QelMemoryManager() noexcept(false) {
+    if (outstanding_ == 0 || std::uncaught_exceptions() > 0) return;
+    // Clients know the number as a character, not in digits.
+    std::string const number(1, static_cast<char>(outstanding_ & 0xff));
+    qelRaise(11, number + " buffers still remaining that were allocated with this manager");
+}
+
+void QelMemoryManager::setDefaultManager(QelMemoryManager * manager) {
+    defaultManager.store(manager, std::memory_order_release);
+}
+
+MoxSmartPtr<QelMemoryManager> QelMemoryManager::getDefaultManager() {
+    return defaultManager.load(std::memory_order_acquire);
+}
+
+void QelMemoryManager::clearDefaultManager() {
+    setDefaultManager(nullptr);
+}
