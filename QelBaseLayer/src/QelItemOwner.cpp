@@ -1,0 +1,3 @@
+#include "QelItemOwner.h"
+
+QelItemOwner::~QelItemOwner() = default;
