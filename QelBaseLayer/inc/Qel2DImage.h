@@ -1,0 +1,244 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "MoxSmartPtr.h"
+#include "QelContainerBase.h"
+#include "QelDataOrg.h"
+#include "QelEmbeddedRenderedItemContainer.h"
+#include "QelImageOp.h"
+#include "QelRectBuffer.h"
+#include "QelTile.h"
+#include "ZanMutex.h"
+
+// An image that may not exist yet: it knows its size and the grid of tiles that covers it, and
+// makes pixels on demand through its op or its container.
+//
+// A caller asks for a tile (getTile), for a view of pixels (getData), or to have a buffer of its
+// own filled (fillRWBuffer, shareBuffer). The image finds the tiles involved, copies only where it
+// must, computes what is missing, and hands memory out. By default it does not own its tiles: a
+// tile lives as long as somebody holds it, and is computed again if it is asked for later. With
+// setCacheTiles(true) the image keeps them.
+//
+// Threads. Any number of threads may ask one image for pixels. Requests for different tiles take
+// no common lock. A request for a tile that another thread is computing waits for it, so that the
+// tile is computed once; threads whose tiles wait for each other in a circle get QelError 3.
+// Setting up (constructors, initialize, setOp, setCacheTiles) belongs to one thread, with no
+// request under way, except that the container's determineOp() may call setOp() from a request;
+// what a request uses then stays valid until the next setup.
+//
+// Held by MoxSmartPtr, or on a stack that outlives every iterator over it.
+class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
+  public:
+    // What an image has done since it was made.
+    struct Statistics {
+        std::int64_t tilesComputed = 0;   // computes started by the image, of tiles or parts
+        std::int64_t pixelsComputed = 0;  // pixels of these
+        std::int64_t pixelsCopied = 0;    // pixels copied from tiles into callers' buffers
+    };
+
+    // Walks the tiles that a rectangle touches, row by row, left to right. A value; keeps the
+    // image alive.
+    class QEL_API TileIterator {
+      public:
+        // `rect` is clipped to the image; one that misses it visits no tile.
+        TileIterator(Qel2DImage * image, QelRect const & rect);
+
+        bool done() const { return y_ > lastY_; }
+        // Requires: !done().
+        void next();
+        TileIterator & operator++() {
+            next();
+            return *this;
+        }
+
+        std::int32_t tileX() const { return x_; }
+        std::int32_t tileY() const { return y_; }
+        QelRect const & rect() const { return rect_; }
+
+        // The image's operations at the current position.
+        MoxSmartPtr<QelTile> getTile() const { return image_->getTile(x_, y_); }
+        MoxSmartPtr<QelTile> createTile() const { return image_->createTile(x_, y_); }
+        MoxSmartPtr<QelTile> findTile() const { return image_->findTile(x_, y_); }
+
+      private:
+        Qel2DImage * image_;
+        MoxSmartPtr<Qel2DImage> keep_;  // null for an image without owners, on a stack say
+        QelRect rect_;
+        std::int32_t x_;
+        std::int32_t y_;
+        std::int32_t firstX_;
+        std::int32_t lastX_;
+        std::int32_t lastY_;
+    };
+    using tileIter = TileIterator;
+
+    // With an op, whose report gives size and organisation; see initialize(). The container is
+    // not counted and outlives the image; both may be null. An `id` demands its resolution.
+    Qel2DImage(QelTileId const & id, QelImageOp * op, QelContainerBase * container);
+    explicit Qel2DImage(QelImageOp * op, QelContainerBase * container = nullptr);
+
+    // With a given size and organisation and no op. An organisation of tile size 0 gets one tile
+    // of the image's size at (0,0).
+    Qel2DImage(QelTileId const & id, QelDataOrg * org, std::int32_t width, std::int32_t height,
+               QelContainerBase * container);
+
+    // One tile that shares the memory of `buffer`, complete if that is allocated. The image
+    // reaches from (0,0) to the buffer's right and bottom edge, or to its full size if that is
+    // larger.
+    explicit Qel2DImage(QelRectBuffer * buffer);
+
+    Qel2DImage(Qel2DImage const &) = delete;
+    Qel2DImage & operator=(Qel2DImage const &) = delete;
+
+    // Tiles that outlive the image stay valid as buffers.
+    ~Qel2DImage() override;
+
+    // Establishes size and grid from the op; nothing without one. The tile size is the report's
+    // (the image's, where that is 0), limited and lifted as QelSystemConfig says, provided that
+    // the op accepts it; the grid is anchored so that tile (0,0) holds pixel (0,0). Raises 3 for
+    // a bad report and for a size that is not the one of the image's id.
+    void initialize();
+
+    // Fills `info`; false, with a status of 3, when the size cannot be determined.
+    bool outputInfo(QelImageInfo & info);
+
+    // Replaces the op and initializes. An unchanged grid keeps its tiles.
+    void setOp(QelImageOp * op);
+    MoxSmartPtr<QelImageOp> op() const;
+
+    // Whether the image holds a reference on each of its tiles. Turning it off may delete tiles.
+    void setCacheTiles(bool cache);
+    bool cacheTiles() const { return cacheTiles_; }
+
+    // The tile at column x, row y of the grid: complete, computed if need be; empty if it has to
+    // be made, nothing computed; the one that is there or null. A position outside the grid
+    // writes one line to the library's output and yields null.
+    // getTile raises 602 when there is nothing to compute with, 10 for a foreign exception, and
+    // passes a ZanError on.
+    MoxSmartPtr<QelTile> getTile(std::int32_t x, std::int32_t y);
+    MoxSmartPtr<QelTile> createTile(std::int32_t x, std::int32_t y);
+    MoxSmartPtr<QelTile> findTile(std::int32_t x, std::int32_t y);
+
+    // Puts `tile` in the slot of its id, cut to the image, and returns it; a tile that is there
+    // already is detached. Takes no reference, unless the image caches its tiles.
+    QelTile * insertTile(QelTile * tile);
+
+    // The pixels of `rect`: a view of the tile that holds them all; else, with `allowCopy`, a new
+    // buffer of the requested size, zero outside the image; without it the view of what lies in
+    // one tile, or null. Null too when `rect` misses the image.
+    MoxSmartPtr<QelRectBuffer> getData(QelRect const & rect, bool allowCopy);
+
+    // Fills the part of `dest` that lies in the image, by the cheapest way there is: a tile's
+    // memory is taken over when `dest` has none and nobody else wants the tile; the producer
+    // writes straight into `dest` when it can; tiles are copied, with `allowCopy`, when it cannot.
+    // False when there is no way.
+    bool fillRWBuffer(QelRectBuffer * dest, bool allowCopy);
+
+    // Lets `buffer`, whatever its position, take the pixels of `rect`: by sharing a tile's memory
+    // if it has none and the layouts agree, else by filling, which needs `allowCopy`.
+    void shareBuffer(QelRectBuffer * buffer, QelRect const & rect, bool allowCopy);
+
+    // Tile geometry, bands, element type and layout; null while the size is not known.
+    MoxSmartPtr<QelDataOrg> dataOrg() const;
+    bool sizeKnown() const;
+    // Size of the grid in tiles.
+    std::int32_t tilesAcross() const;
+    std::int32_t tilesDown() const;
+    // (0, 0, width, height), in pixels.
+    QelRect const & imageRect() const;
+    QelContainerBase * container() const { return container_; }
+    // The resolution that the image was made for; null when none was given.
+    QelTileId const * id() const { return id_ ? &*id_ : nullptr; }
+
+    // The word passed to every call of the op.
+    QelOpContext opContext() const { return opContext_; }
+    void setOpContext(QelOpContext opContext) { opContext_ = opContext; }
+
+    // Is the calling thread inside a compute that this image started?
+    bool computing() const;
+
+    // History of a grid position: bits QelRenderedItem::pending and complete.
+    // std::out_of_range outside the grid.
+    std::uint32_t tileFlags(std::int32_t x, std::int32_t y) const;
+
+    Statistics statistics() const;
+
+    void discardReference(QelRenderedItem * item) override;
+    void notifyStateChange(QelRenderedItem * item, std::uint32_t mask, bool set) override;
+
+    // The container's owner, or null.
+    virtual QelItemOwner * getOwner() const;
+    // One line: tile size, image size, grid size.
+    virtual void print(std::ostream & out) const;
+
+    // Several lines for error messages.
+    std::string describe() const;
+
+  private:
+    class Slot;
+    class Grid;
+    class Filler;
+
+    Grid & grid() const { return *grid_.load(std::memory_order_acquire); }
+    QelImageOp * currentOp() const { return currentOp_.load(std::memory_order_acquire); }
+
+    Grid * gridWith(std::int32_t x, std::int32_t y, char const * operation) const;
+    MoxSmartPtr<QelTile> createTile(Grid & now, std::int32_t x, std::int32_t y);
+    Slot * slotOf(QelRenderedItem const * item, char const * operation, bool report) const;
+
+    void adoptReport(QelImageOp & op);
+    void requireSizeOfId(QelImageInfo const & info) const;
+    void adoptGrid(std::unique_ptr<Grid> next);
+    void keepOp(QelImageOp * op);
+    void dropRetired();
+    void wrap(QelRectBuffer & buffer);
+
+    // The op, after giving the container a chance to choose one; null when there is none.
+    QelImageOp * chooseOp();
+    bool hasProducer() const { return currentOp() != nullptr || container_ != nullptr; }
+    // By `op`, or by the container if that is null.
+    void computeTile(QelTile & tile, QelImageOp * op);
+    void runContainer(QelTile & tile);
+    void runOp(QelImageOp & op, QelTile & tile);
+    // Computes straight into `buffer`, unless the grid is not the `planned` one any more: the
+    // request is then to be made anew. Requires a producer.
+    void computeInto(QelRectBuffer & buffer, QelTile * tile, Grid const & planned);
+    void copyInto(QelRectBuffer & buffer, QelTile const & tile, QelRect const & rect);
+    bool isReady(QelTile & tile) const;
+    MoxSmartPtr<QelRectBuffer> copyOut(QelRect const & rect);
+    bool shareTile(QelRectBuffer & buffer, QelRect const & rect);
+    void countCompute(QelRect const & rect);
+    QelTile * place(Grid & now, QelTile * tile);
+    static void leaveFormerImage(QelTile & tile);
+    [[noreturn]] void raisePopulatedTwice(QelTileId const & at) const;
+
+    std::atomic<Grid *> grid_{nullptr};
+    std::atomic<QelImageOp *> currentOp_{nullptr};
+    // What a request under way may still use after setOp(): the last entry is in force.
+    std::vector<std::unique_ptr<Grid>> grids_;
+    std::vector<MoxSmartPtr<QelImageOp>> ops_;
+    mutable ZanMutex setupLock_;
+    std::atomic<int> choosing_{0};  // calls of determineOp() under way
+
+    QelOpContext opContext_ = 0;
+    QelContainerBase * container_ = nullptr;
+    std::optional<QelTileId> id_;
+    bool cacheTiles_ = false;
+    bool wrapsBuffer_ = false;
+    std::atomic<std::int64_t> tilesComputed_{0};
+    std::atomic<std::int64_t> pixelsComputed_{0};
+    std::atomic<std::int64_t> pixelsCopied_{0};
+};
+
+// For ops that read a single image: its report; with a null image a status of 3 in `info` and
+// false.
+QEL_API bool imageOutputInfo(Qel2DImage * image, QelImageInfo & info);
+
+QEL_API std::ostream & operator<<(std::ostream & out, Qel2DImage const & image);

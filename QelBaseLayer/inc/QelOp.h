@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+
+#include "VZanRefCount.h"
+#include "ZanError.h"
+
+// An opaque word that a caller chooses and every op call passes on unchanged.
+using QelOpContext = std::uintptr_t;
+
+// The base of everything that computes. An op is bad until it has reported.
+class QEL_API QelOp : public VZanRefCount {
+  public:
+    QelOp();
+    ~QelOp() override;
+
+    void addRef() const noexcept override;
+    bool deleteRef() const noexcept override;
+    using VZanRefCount::operator=;
+
+    // Can the op compute? False here.
+    virtual bool isGood(QelOpContext opContext);
+    // Asks isGood() and returns the stored status: code 0 means good, -1 not reported.
+    virtual ZanError status(QelOpContext opContext);
+
+  protected:
+    ZanError const & storedStatus() const { return status_; }
+    void setStatus(ZanError const & status) { status_ = status; }
+
+  private:
+    ZanError status_;
+};

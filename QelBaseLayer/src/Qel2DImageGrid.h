@@ -1,0 +1,246 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <thread>
+
+#include "Qel2DImage.h"
+
+// One position of an image's grid: the tile that is there, which the slot does not count, and the
+// position's history.
+//
+// Invariants:
+// 1. A tile whose pointer stands in a slot is alive, or its destructor is waiting for the slot's
+//    lock: it cannot free the tile while somebody holds that lock and has read the pointer.
+// 2. Whoever takes a tile out of its slot also takes it out of the image (its container becomes
+//    null), under the lock of the slot; so a tile either tells the image of its end while it
+//    stands in its slot, or not at all.
+// 3. Locks are taken in the order slot, item. Notifications, which come with the item's lock held,
+//    only compare pointers and change `flags`.
+class Qel2DImage::Slot {
+  public:
+    // Holds the slot's lock for a scope. Held for a handful of instructions.
+    class Lock {
+      public:
+        explicit Lock(Slot & slot) : slot_(slot) { slot_.acquire(locked); }
+        ~Lock() { slot_.word_.fetch_and(~locked, std::memory_order_release); }
+        Lock(Lock const &) = delete;
+        Lock & operator=(Lock const &) = delete;
+
+      private:
+        Slot & slot_;
+    };
+
+    // Holds the right to have a tile made for this position, so that one thread asks for it.
+    class Making {
+      public:
+        explicit Making(Slot & slot) : slot_(slot) { slot_.acquire(making); }
+        ~Making() { slot_.word_.fetch_and(~making, std::memory_order_release); }
+        Making(Making const &) = delete;
+        Making & operator=(Making const &) = delete;
+
+      private:
+        Slot & slot_;
+    };
+
+    bool holds(QelTile const * tile) const {
+        return (word_.load(std::memory_order_acquire) & ~bits) ==
+               reinterpret_cast<std::uintptr_t>(tile);
+    }
+
+    // A tile that was taken out, with a reference of its own that ends with this object. A tile
+    // that never had an owner is left to whoever made it.
+    class Displaced {
+      public:
+        Displaced() = default;
+        Displaced(QelTile * tile, bool owned) : tile_(tile), owned_(owned) {}
+        Displaced(Displaced const &) = delete;
+        Displaced & operator=(Displaced const &) = delete;
+        ~Displaced() {
+            if (tile_ == nullptr) return;
+            if (!owned_) {
+                tile_->giveBackRef();
+            } else if (tile_->deleteRef()) {
+                delete tile_;
+            }
+        }
+
+        // Drops the reference that a cache held.
+        void dropCached() {
+            if (tile_ != nullptr) tile_->deleteRef();
+        }
+
+      private:
+        QelTile * tile_ = nullptr;
+        bool owned_ = false;
+    };
+
+    // A counted reference on the tile; null when there is none or it is being destroyed.
+    MoxSmartPtr<QelTile> find() {
+        if (holds(nullptr)) return nullptr;
+        Lock const lock(*this);
+        QelTile * const tile = current();
+        if (tile == nullptr || !tile->tryAddRef()) return nullptr;
+        MoxSmartPtr<QelTile> found(tile);
+        tile->deleteRef();
+        return found;
+    }
+
+    // Puts `tile` here and returns what was there, out of the image and with one reference more.
+    // Nothing when nothing was there, or `tile` itself, or something that is being destroyed.
+    Displaced exchange(QelTile * tile) {
+        for (;; std::this_thread::yield()) {
+            Lock const lock(*this);
+            QelTile * const old = current();
+            if (old == tile) return {};
+            bool const owned = old != nullptr && old->refCount() > 0;
+            bool const alive = old != nullptr && old->tryAddRef();
+            if (old == nullptr || alive || leave(*old)) {
+                if (alive) old->setContainer(nullptr);
+                store(tile);
+                return Displaced(alive ? old : nullptr, owned);
+            }
+        }
+    }
+
+    // The end of a tile. False when it does not stand here.
+    bool clear(QelTile const * tile) {
+        if (!holds(tile)) return false;
+        Lock const lock(*this);
+        if (current() != tile) return false;
+        store(nullptr);
+        return true;
+    }
+
+    // How many have the tile, which stands here, or its memory. The memory is looked at only while
+    // nobody else can be about to give the tile another one: while the caller, who holds one
+    // reference, and the image, which holds `cached`, are the only owners.
+    std::int32_t holders(QelTile const & tile, std::int32_t cached) {
+        Lock const lock(*this);
+        std::int32_t const owners = tile.refCount();
+        return owners > 1 + cached ? owners : tile.referenceCount();
+    }
+
+    // Hands the tile's memory to `dest` if nobody but the caller, who holds one reference, and
+    // the image, which holds `cached`, has the tile or its memory. `tile` stands here.
+    bool steal(QelTile & tile, QelRectBuffer & dest, std::int32_t cached) {
+        Lock const lock(*this);
+        if (current() != &tile || tile.referenceCount() > 1 + cached) return false;
+        dest.stealData(tile);
+        tile.setState(QelRenderedItem::complete, false);
+        return true;
+    }
+
+    std::atomic<std::uint32_t> & flags() { return flags_; }
+
+  private:
+    static constexpr std::uintptr_t locked = 1;
+    static constexpr std::uintptr_t making = 2;
+    static constexpr std::uintptr_t bits = locked | making;
+
+    // A tile that is being destroyed: true if it will not tell the image of it any more.
+    static bool leave(QelTile & tile) { return tile.leaveContainer() != nullptr; }
+
+    QelTile * current() const {
+        return reinterpret_cast<QelTile *>(word_.load(std::memory_order_relaxed) & ~bits);
+    }
+
+    // Requires: the slot is locked.
+    void store(QelTile * tile) {
+        auto const address = reinterpret_cast<std::uintptr_t>(tile);
+        std::uintptr_t old = word_.load(std::memory_order_relaxed);
+        while (
+            !word_.compare_exchange_weak(old, address | (old & bits), std::memory_order_acq_rel)) {
+        }
+    }
+
+    void acquire(std::uintptr_t bit) {
+        while ((word_.fetch_or(bit, std::memory_order_acquire) & bit) != 0) {
+            std::this_thread::yield();
+        }
+    }
+
+    std::atomic<std::uintptr_t> word_{0};
+    std::atomic<std::uint32_t> flags_{0};
+};
+
+// The geometry of an image and its slots, row by row. Fixed once it is made.
+class Qel2DImage::Grid {
+  public:
+    // Marks, for a scope, that the calling thread makes the container make a tile for a grid. The
+    // tile then goes there and nowhere else: in a grid that took its place meanwhile, a tile made
+    // after the old one would be wrong.
+    class Asked {
+      public:
+        Asked(Qel2DImage const & image, Grid & grid)
+            : image_(&image), grid_(&grid), outer_(current) {
+            current = this;
+        }
+        ~Asked() { current = outer_; }
+        Asked(Asked const &) = delete;
+        Asked & operator=(Asked const &) = delete;
+
+        // The grid for which a tile of `image` is being made; null when there is none.
+        static Grid * of(Qel2DImage const & image) {
+            return current != nullptr && current->image_ == &image ? current->grid_ : nullptr;
+        }
+
+      private:
+        static thread_local Asked const * current;
+        Qel2DImage const * image_;
+        Grid * grid_;
+        Asked const * outer_;
+    };
+
+    // Of an image whose size is not known.
+    Grid() = default;
+
+    // Raises 13 when the grid has more positions than can be counted.
+    Grid(MoxSmartPtr<QelDataOrg> org, std::int32_t width, std::int32_t height);
+
+    // The one position of an image that wraps a buffer, whose pixels are those of `covered`. The
+    // tile size of its organisation says nothing: the buffer may be a view, or larger.
+    static std::unique_ptr<Grid> ofOneTile(MoxSmartPtr<QelDataOrg> org, QelRect const & rect,
+                                           QelRect const & covered);
+
+    bool contains(std::int32_t x, std::int32_t y) const {
+        return x >= 0 && y >= 0 && x < across && y < down;
+    }
+    Slot & slot(std::int32_t x, std::int32_t y) const {
+        return slots[static_cast<std::size_t>(y) * static_cast<std::size_t>(across) +
+                     static_cast<std::size_t>(x)];
+    }
+    std::size_t count() const {
+        return static_cast<std::size_t>(across) * static_cast<std::size_t>(down);
+    }
+
+    // Do both have the same positions and address the tiles there alike?
+    bool equals(Grid const & other) const;
+
+    // Takes every tile out of the image, from the last position to the first, and drops the
+    // references of a cache.
+    void detachTiles(bool cached) const;
+    // The same for one slot.
+    static void detachTile(Slot & slot, bool cached);
+
+    // Detaches all tiles, for good. A request under way may still put tiles here: whoever does
+    // that asks retired() afterwards, and detaches what it put. No tile can be missed: both lock
+    // the slot, so either retire() finds the tile or the one who put it finds the grid retired.
+    void retire(bool cached);
+    bool retired() const { return retired_.load(std::memory_order_relaxed); }
+
+    bool known = false;
+    std::int32_t across = 0;
+    std::int32_t down = 0;
+    bool isOneTile = false;
+    QelRect rect;     // of the image
+    QelRect covered;  // what its tiles have of that
+    MoxSmartPtr<QelDataOrg> org;
+    std::unique_ptr<Slot[]> slots;
+
+  private:
+    void makeSlots();
+
+    std::atomic<bool> retired_{false};
+};
