@@ -1,0 +1,67 @@
+#pragma once
+
+#include <atomic>
+
+#include "MoxSmartPtr.h"
+#include "QelExport.h"
+#include "ZanMutex.h"
+#include "ZanRefCount.h"
+
+// How to read the numbers of a pixel or a colour: how many bands there are, what each is called,
+// which code values are legal, and whether one of the bands is alpha. A tag with a range, not the
+// arithmetic of turning one space into another: two ends of a connection compare their spaces,
+// and image data carries one as a label.
+//
+// Held by MoxSmartPtr. Everything but the flag is fixed at construction, so any thread may ask.
+// The mutex is there for callers that need one for each space; the space itself takes it nowhere.
+class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
+  public:
+    virtual ~QelColorSpace();
+    QelColorSpace & operator=(QelColorSpace const &) = delete;
+
+    virtual MoxSmartPtr<QelColorSpace> clone() const = 0;
+
+    // The same class, range and number of bands? The flag takes no part.
+    virtual bool isEqual(QelColorSpace const & other) const;
+    // The same class?
+    virtual bool isSameType(QelColorSpace const & other) const;
+
+    virtual int numBands() const;
+    // The label of a band, from 0 on. Lives as long as the process.
+    virtual char const * bandName(int index) const = 0;
+    // The label of the space. Lives as long as the process.
+    virtual char const * name() const = 0;
+    // The name of the class itself.
+    virtual char const * className() const;
+
+    // False here.
+    virtual bool isRGBLike() const;
+    virtual bool isYCCLike() const;
+    virtual bool hasAlpha() const;
+
+    // The label of the same space with the alpha band added or removed; null when there is none,
+    // as here.
+    virtual char const * alphaPartnerName() const;
+
+    // A mark of the caller's own: false at first, copied with the space.
+    virtual bool getFlag() const;
+    virtual void setFlag(bool flag);
+
+    // The same space with another number of bands, or another range.
+    virtual MoxSmartPtr<QelColorSpace> newWithBands(int bands) const = 0;
+    virtual MoxSmartPtr<QelColorSpace> newWithRange(double min, double max) const = 0;
+
+    // The smallest and the largest legal code value.
+    double minValue() const { return minValue_; }
+    double maxValue() const { return maxValue_; }
+
+  protected:
+    QelColorSpace(int bands, double min, double max);
+    QelColorSpace(QelColorSpace const & other);
+
+  private:
+    int numBands_;
+    double minValue_;
+    double maxValue_;
+    std::atomic<bool> flag_{false};
+};

@@ -1,0 +1,78 @@
+#include <cstdint>
+#include <new>
+
+#include <gtest/gtest.h>
+
+#include "AllocationCounter.h"
+#include "Qel2DImage.h"
+#include "QelTile.h"
+#include "TestOps.h"
+
+// What a tile costs the heap: the tile, its data buffer object, and its pixels when they are used.
+
+namespace {
+
+class EmptyOp : public GradientOp {
+  public:
+    using GradientOp::GradientOp;
+    void compute(QelRectBuffer * buffer, QelOpContext) override { buffer->getData(); }
+};
+
+std::int64_t bytesOfPixels() {
+    return std::int64_t{128} * 128 * 3;
+}
+
+}  // namespace
+
+TEST(AllocationCounter, CountsWhatItsThreadAllocates) {
+    AllocationCounter const counter;
+    ::operator delete(::operator new(10));
+    ::operator delete(::operator new(20, std::nothrow));
+    ::operator delete (::operator new (64, std::align_val_t{64}), std::align_val_t{64});
+    EXPECT_EQ(3, counter.allocations());
+    EXPECT_EQ(94, counter.bytes());
+
+    AllocationCounter const later;
+    EXPECT_EQ(0, later.allocations());
+}
+
+TEST(QelTileAllocation, AnUnusedTileIsTheTileAndItsDataBufferObject) {
+    MoxSmartPtr<QelDataOrg> const org = TestImage().dataOrg();
+    AllocationCounter const counter;
+    {
+        MoxSmartPtr<QelTile> const tile(new QelTile(org, QelTileId(0, 0)));
+        EXPECT_EQ(2, counter.allocations());
+        EXPECT_GT(bytesOfPixels() / 10, counter.bytes());
+    }
+    EXPECT_EQ(2, counter.allocations());
+}
+
+TEST(QelTileAllocation, AClippedTileCostsNoMore) {
+    MoxSmartPtr<QelDataOrg> const org = TestImage{.originX = -84, .originY = -3}.dataOrg();
+    AllocationCounter const counter;
+    MoxSmartPtr<QelTile> const tile(new QelTile(org, QelTileId(0, 0)));
+    EXPECT_EQ(2, counter.allocations());
+}
+
+TEST(QelTileAllocation, PixelsCostOneBlockOnFirstUse) {
+    MoxSmartPtr<QelDataOrg> const org = TestImage().dataOrg();
+    MoxSmartPtr<QelTile> const tile(new QelTile(org, QelTileId(0, 0)));
+    AllocationCounter const counter;
+    tile->getData();
+    EXPECT_EQ(1, counter.allocations());
+    EXPECT_EQ(bytesOfPixels(), counter.bytes());
+    tile->getData();
+    tile->setComplete(true);
+    EXPECT_EQ(1, counter.allocations());
+}
+
+TEST(QelTileAllocation, ATilesLifeInAnImageCostsNothingElse) {
+    MoxSmartPtr<Qel2DImage> const image(
+        new Qel2DImage(new EmptyOp({.width = 1000, .height = 1000})));
+    image->getTile(0, 0);  // What a thread needs once is not part of a tile's life.
+    AllocationCounter const counter;
+    for (int round = 1; round <= 5; ++round) {
+        image->getTile(round, round);
+        EXPECT_EQ(3 * round, counter.allocations());
+    }
+}
