@@ -1,0 +1,18 @@
+#pragma once
+
+// Every public header of the client layer, and the library's.
+
+#include "Qel.h"
+#include "QelBlurOp.h"
+#include "QelInvertOp.h"
+#include "QelJpegReaderOp.h"
+#include "QelLinearOp.h"
+#include "QelNeighbourOp.h"
+#include "QelOpCatalog.h"
+#include "QelPictureReaderOp.h"
+#include "QelPictureWriter.h"
+#include "QelPixelRows.h"
+#include "QelPngReaderOp.h"
+#include "QelPointOp.h"
+#include "QelSharpenOp.h"
+#include "QelTestCardOp.h"

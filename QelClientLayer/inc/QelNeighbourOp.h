@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+
+#include "MoxSmartPtr.h"
+#include "Qel2DImage.h"
+#include "QelImageOp.h"
+#include "QelPixelRows.h"
+
+// Base of operations that make each element of a pixel from the same element of three by three
+// pixels of one input image, in the same way for all bands. At the edges of the image the
+// outermost pixels are repeated. The result has the size, the bands, the element type and the tile
+// grid of the input.
+//
+// A tile of the result needs the rims of the eight tiles around it in the input. The operation
+// keeps the input tiles that it used last, about three rows of them, so that each is computed
+// once when the result is pulled in any regular order; they go with the operation. A buffer to
+// compute must not overlap the memory of the input.
+//
+// A client derives and implements changeElements(). Safe from any thread, as that is.
+class QEL_API QelNeighbourOp : public QelImageOp {
+  public:
+    ~QelNeighbourOp() override;
+    using QelImageOp::operator=;
+
+    MoxSmartPtr<Qel2DImage> input() const { return input_; }
+
+    // The input's report; a bad one with status 118 for an element type that supports() refuses.
+    bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
+
+    // Raises 119 for a buffer of another element type or number of bands, 150 for one whose
+    // organisation is no QelSimpleDataOrg, and whatever computing the input raises.
+    void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
+
+  protected:
+    // A null input makes the report a bad one.
+    explicit QelNeighbourOp(MoxSmartPtr<Qel2DImage> input);
+
+    // True here for the eight types of numbers.
+    virtual bool supports(QelDataType type) const;
+
+    // Makes the target elements from the source elements and their neighbours, which is other
+    // memory. `type` is one of the QelDataType codes that supports() accepts.
+    virtual void changeElements(int type, QelPixelNeighbours const & pixels) const = 0;
+
+  private:
+    class Workspace;
+
+    void change(int type, QelRectBuffer const & source, QelRectBuffer & target,
+                QelRect const & rect) const;
+    void assemble(QelRectBuffer & scratch);
+
+    MoxSmartPtr<Qel2DImage> input_;
+    std::unique_ptr<Workspace> workspace_;
+};

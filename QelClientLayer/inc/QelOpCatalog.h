@@ -1,0 +1,81 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "MoxSmartPtr.h"
+#include "Qel2DImage.h"
+#include "QelImageOp.h"
+
+// A number that an operation is made with.
+struct QelOpParameter {
+    std::string name;
+    std::string summary;
+    double defaultValue = 0;
+    double min = 0;  // inclusive, as max
+    double max = 0;
+    bool whole = false;  // takes integers only
+
+    // "integer" or "number"
+    char const * typeName() const { return whole ? "integer" : "number"; }
+};
+
+// An operation as a user knows it: a name, a line of text, and how to make it over an input image
+// from the values of its parameters, in their order.
+struct QelOpDescription {
+    using Factory = std::function<MoxSmartPtr<QelImageOp>(MoxSmartPtr<Qel2DImage> input,
+                                                          std::vector<double> const & values)>;
+
+    std::string name;
+    std::string summary;
+    std::vector<QelOpParameter> parameters;
+    Factory make;
+};
+
+// The operations that can be asked for by name, in texts of the form
+//     OP[:NAME=VALUE[,NAME=VALUE]...]
+// as in "blur" and "linear:gain=1.5,offset=-20". Parameters that are not named take their
+// defaults. Numbers are decimal, with a point whatever the locale.
+//
+// A value; one object is changed by one thread.
+class QEL_API QelOpCatalog {
+  public:
+    // A text that was understood: which operation, with which values. Refers to the catalog.
+    struct Call {
+        QelOpDescription const * op = nullptr;
+        std::vector<double> values;
+
+        MoxSmartPtr<QelImageOp> make(MoxSmartPtr<Qel2DImage> input) const {
+            return op->make(std::move(input), values);
+        }
+    };
+
+    // Empty.
+    QelOpCatalog();
+    ~QelOpCatalog();
+    QelOpCatalog(QelOpCatalog const &);
+    QelOpCatalog & operator=(QelOpCatalog const &);
+
+    // The library's own: blur, invert, linear and sharpen.
+    static QelOpCatalog const & standard();
+
+    // Raises 13 for a name that is taken, or that is empty or holds ':', ',' or '='; the same for
+    // the parameters' names.
+    void add(QelOpDescription op);
+
+    // Sorted by name.
+    std::vector<QelOpDescription> const & ops() const { return ops_; }
+
+    // Null for a name that is not known.
+    QelOpDescription const * find(std::string_view name) const;
+
+    // Raises 13 for an unknown operation or parameter, listing those that there are; for a
+    // parameter that is given twice or without a value; and for a value that is no number or out
+    // of range.
+    Call parse(std::string_view text) const;
+
+  private:
+    std::vector<QelOpDescription> ops_;
+};

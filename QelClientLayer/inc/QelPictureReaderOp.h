@@ -1,0 +1,82 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "MoxSmartPtr.h"
+#include "QelImageOp.h"
+#include "ZanMutex.h"
+
+class QelFileSource;
+class QelPictureDecoder;
+
+// What a picture file may ask for. Checked against the file's header, ahead of any allocation.
+struct QelReadLimits {
+    std::int64_t maxBytes = std::int64_t{4} << 30;  // of all decoded pixels
+    std::int32_t maxWidth = 1000000;                // pixels
+    std::int32_t maxHeight = 1000000;               // pixels
+};
+
+// Base of the operations that read a picture file. The header is read when the operation is made;
+// rows are decoded from the top, when a computation first needs them, into one buffer of the
+// picture's size, and are kept. The file stays open until its last row is decoded, so that it may
+// meanwhile be replaced by another one of its name.
+//
+// The result is PIXEL_INTERLEAVED; the classes say which bands and element types there are.
+//
+// Errors are raised by the constructor or by compute(), and stay: a picture that was found to be
+// corrupt raises the same error for every row from there on. They are
+//     13  "Cannot read ", the file's name, ": " and the reason: a file that cannot be read, that
+//         ends too early, or that is corrupt
+//     11  the same for a picture that exceeds the limits, with the numbers
+//
+// Safe from any thread; one thread decodes at a time, and rows that are there are read by any
+// number of threads without a lock.
+class QEL_API QelPictureReaderOp : public QelImageOp {
+  public:
+    ~QelPictureReaderOp() override;
+    using QelImageOp::operator=;
+
+    std::string const & fileName() const { return fileName_; }
+    // "JPEG" or "PNG"
+    virtual char const * formatName() const = 0;
+
+    std::int32_t width() const { return width_; }
+    std::int32_t height() const { return height_; }
+    int bands() const { return bands_; }
+    QelDataType elementType() const { return type_; }
+
+    // How many rows are decoded, counted from the top.
+    std::int32_t decodedRows() const { return decodedRows_.load(std::memory_order_acquire); }
+
+    bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
+    void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
+
+  protected:
+    explicit QelPictureReaderOp(std::unique_ptr<QelPictureDecoder> decoder);
+
+  private:
+    void decodeTo(std::int32_t rows);
+    void decodeMissing(std::int32_t rows) ZAN_REQUIRES(lock_);
+
+    std::string const fileName_;
+    std::int32_t const width_;
+    std::int32_t const height_;
+    int const bands_;
+    QelDataType const type_;
+
+    // Rows below this number are never written again, so they are read without the lock.
+    std::atomic<std::int32_t> decodedRows_{0};
+    MoxSmartPtr<QelRectBuffer> const picture_;
+    ZanMutex lock_;
+    std::unique_ptr<QelPictureDecoder> decoder_ ZAN_GUARDED_BY(lock_);
+    std::optional<ZanError> failure_ ZAN_GUARDED_BY(lock_);
+};
+
+// The reader for a file, told by its content and not by its name. Raises 13, with the file's name,
+// for a file that cannot be read or is of no known format, and what the readers raise.
+QEL_API MoxSmartPtr<QelPictureReaderOp> qelOpenPicture(std::string const & fileName,
+                                                       QelReadLimits const & limits = {});

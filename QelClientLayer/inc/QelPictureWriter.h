@@ -1,0 +1,61 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+
+#include "Qel2DImage.h"
+#include "QelRect.h"
+
+class QelPictureEncoder;
+
+// How a picture file is written.
+struct QelWriteOptions {
+    // 1 to 100. At the default, with no colour subsampling, the steps are hard to see.
+    int jpegQuality = 95;
+    // 0 to 9. From the default on, more effort makes files a little smaller and takes much longer.
+    int pngCompression = 2;
+    // Read between strips: once true, the writer gives up with code 204. May be null; outlives the
+    // call.
+    std::atomic<bool> const * cancelled = nullptr;
+};
+
+// Writes a part of an image to a PNG or JPEG file.
+//
+// The image is pulled in strips as high as its tiles, through one buffer. The file appears whole
+// or not at all: the data goes to a temporary file in the same folder, which is brought to the
+// disk and then renamed. A file that is replaced keeps its permissions; a name that is a symbolic
+// link stays one, and the file that it leads to is replaced. Whatever fails, the old file stays and
+// the temporary one goes.
+//
+// Errors: 13, "Cannot write ", the file's name, ": " and the reason; 204 when cancelled; and what
+// computing the image raises.
+class QEL_API QelPictureWriter {
+  public:
+    // The end of the name chooses the format: .png, .jpg or .jpeg, in upper or lower case. Raises
+    // 13 for any other, and for options out of range. Touches no file.
+    explicit QelPictureWriter(std::string fileName, QelWriteOptions const & options = {});
+    ~QelPictureWriter();
+
+    std::string const & fileName() const { return fileName_; }
+    // "JPEG" or "PNG"
+    char const * formatName() const;
+
+    // PNG takes 1 to 4 bands of UChar or UShort, which it calls grey, grey with opacity, colour,
+    // and colour with opacity; JPEG 1 or 3 bands of UChar, up to 65500 pixels a side. All else is
+    // refused ahead of computing. `region` lies in the image.
+    void write(Qel2DImage & image, QelRect const & region) const;
+    // All of it.
+    void write(Qel2DImage & image) const;
+
+  private:
+    enum Format { PNG, JPEG };
+
+    void checkImage(Qel2DImage & image, QelRect const & region) const;
+    void checkElements(int bands, QelDataType type) const;
+    void writeStrips(Qel2DImage & image, QelRect const & region, QelPictureEncoder & encoder) const;
+    [[noreturn]] void fail(std::string const & reason) const;
+
+    std::string fileName_;
+    QelWriteOptions options_;
+    Format format_;
+};

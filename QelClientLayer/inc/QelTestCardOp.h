@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "QelImageOp.h"
+
+class QelTestCard;
+
+// A picture that is drawn and not read: rings that grow ever finer (a zone plate), grey and in
+// colours, text and lines with sharp edges, patches of colour, a wedge of grey steps and a ramp.
+// What an operation does to edges, fine detail, greys and colours shows in it.
+//
+// Three bands of UChar, in any size. Each pixel depends on its position and the size alone, and on
+// integer arithmetic, so that the picture is the same for every tile size and on every machine.
+// Safe from any thread.
+class QEL_API QelTestCardOp : public QelImageOp {
+  public:
+    static constexpr std::int32_t maxSide = 1000000;
+
+    // In pixels. Raises 13 for a side below 1 or above maxSide.
+    QelTestCardOp(std::int32_t width, std::int32_t height);
+    ~QelTestCardOp() override;
+    using QelImageOp::operator=;
+
+    bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
+    // Raises 119 for a buffer of another element type or number of bands, 150 for one whose
+    // organisation is no QelSimpleDataOrg.
+    void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
+
+  private:
+    std::unique_ptr<QelTestCard const> card_;
+};

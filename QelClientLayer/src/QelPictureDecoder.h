@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "QelCalledInC.h"
+#include "QelDataType.h"
+#include "QelPictureReaderOp.h"
+
+class QelFileSource;
+
+// What a picture's header says.
+struct QelPictureHeader {
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    int bands = 0;
+    QelDataType type = QelDataType::UChar;
+};
+
+// Reads one picture file from its header to its last row. Used by one thread at a time.
+class QelPictureDecoder {
+  public:
+    virtual ~QelPictureDecoder();
+
+    QelFileSource & source() const { return *source_; }
+    QelPictureHeader const & header() const { return header_; }
+
+    // Must all rows be decoded in one call?
+    virtual bool isWhole() const = 0;
+
+    // Decodes the next `count` rows to `to`, `lineStride` bytes from one to the next. The call
+    // that decodes the last one also checks what the file has left. Raises 13, and must not be
+    // called again after that.
+    virtual void decode(std::uint8_t * to, std::ptrdiff_t lineStride, std::int32_t count) = 0;
+
+  protected:
+    explicit QelPictureDecoder(std::unique_ptr<QelFileSource> source);
+    void setHeader(QelPictureHeader const & header) { header_ = header; }
+
+    template <class Step>
+    void run(Step const & step) {
+        if (!inC_.run(step)) failRead();
+    }
+    // Both leave the step that runs; nextChunk() only when there is none.
+    [[noreturn]] void leave(char const * text) noexcept { inC_.leave(text); }
+    void nextChunk() noexcept;
+
+  private:
+    [[noreturn]] void failRead() const;
+
+    std::unique_ptr<QelFileSource> source_;
+    QelCalledInC inC_;
+    QelPictureHeader header_;
+};
+
+// Both read the header and raise 13 for one that is not of their format, 11 beyond the limits.
+std::unique_ptr<QelPictureDecoder> qelDecodeJpeg(std::unique_ptr<QelFileSource> source,
+                                                 QelReadLimits const & limits);
+std::unique_ptr<QelPictureDecoder> qelDecodePng(std::unique_ptr<QelFileSource> source,
+                                                QelReadLimits const & limits);
+
+bool qelIsJpeg(QelFileSource const & source);
+bool qelIsPng(QelFileSource const & source);
+
+// Raises 11 for what exceeds the limits; the sizes may be larger than any picture's.
+void qelCheckSize(QelFileSource const & source, QelReadLimits const & limits, std::int64_t width,
+                  std::int64_t height);
+void qelCheckBytes(QelFileSource const & source, QelReadLimits const & limits,
+                   QelPictureHeader const & header);

@@ -1,0 +1,127 @@
+#include "QelPictureReaderOp.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "QelError.h"
+#include "QelFileSource.h"
+#include "QelJpegReaderOp.h"
+#include "QelPictureDecoder.h"
+#include "QelPngReaderOp.h"
+
+namespace {
+
+[[noreturn]] void raiseTooLarge(QelFileSource const & source, std::string const & what,
+                                std::int64_t value, std::int64_t limit) {
+    qelRaise(11, "Cannot read " + source.name() + ": its " + what + " is " + std::to_string(value) +
+                     ", the limit is " + std::to_string(limit));
+}
+
+}  // namespace
+
+QelPictureDecoder::QelPictureDecoder(std::unique_ptr<QelFileSource> source)
+    : source_(std::move(source)) {}
+
+QelPictureDecoder::~QelPictureDecoder() = default;
+
+void QelPictureDecoder::nextChunk() noexcept {
+    if (source_->next()) return;
+    if (source_->error() != 0) inC_.leaveWith(source_->error());
+    inC_.leave("the file ends too early");
+}
+
+void QelPictureDecoder::failRead() const {
+    source_->fail(inC_.text());
+}
+
+void qelCheckSize(QelFileSource const & source, QelReadLimits const & limits, std::int64_t width,
+                  std::int64_t height) {
+    if (width > limits.maxWidth) raiseTooLarge(source, "width", width, limits.maxWidth);
+    if (height > limits.maxHeight) raiseTooLarge(source, "height", height, limits.maxHeight);
+}
+
+void qelCheckBytes(QelFileSource const & source, QelReadLimits const & limits,
+                   QelPictureHeader const & header) {
+    std::int64_t const pixel = std::int64_t{header.bands} * header.type.size();
+    std::int64_t const row = pixel * header.width;
+    // Each factor has at most 31 bits, but together they may pass 63.
+    std::int64_t bytes = 0;
+    bool const overflow = __builtin_mul_overflow(row, std::int64_t{header.height}, &bytes);
+    if (!overflow && bytes <= limits.maxBytes) return;
+    std::string const size = std::to_string(header.width) + " by " + std::to_string(header.height) +
+                             " pixels of " + std::to_string(pixel) + " bytes";
+    qelRaise(11, "Cannot read " + source.name() + ": its " + size + " exceed the limit of " +
+                     std::to_string(limits.maxBytes) + " bytes");
+}
+
+QelPictureReaderOp::QelPictureReaderOp(std::unique_ptr<QelPictureDecoder> decoder)
+    : fileName_(decoder->source().name()),
+      width_(decoder->header().width),
+      height_(decoder->header().height),
+      bands_(decoder->header().bands),
+      type_(decoder->header().type),
+      picture_(new QelRectBuffer(width_, height_, bands_, PIXEL_INTERLEAVED, type_)),
+      decoder_(std::move(decoder)) {}
+
+QelPictureReaderOp::~QelPictureReaderOp() = default;
+
+bool QelPictureReaderOp::genOutputInfo(QelImageInfo & info, QelOpContext) {
+    info.setSize(width_, height_);
+    info.setNumBands(bands_);
+    info.setPrecision(type_);
+    return true;
+}
+
+void QelPictureReaderOp::compute(QelRectBuffer * buffer, QelOpContext) {
+    QelRect const wanted = buffer->rect().intersect(picture_->rect());
+    if (wanted.isEmpty()) return;
+    decodeTo(static_cast<std::int32_t>(wanted.bottom() + 1));
+    buffer->copyFrom(*picture_, wanted);
+}
+
+void QelPictureReaderOp::decodeTo(std::int32_t rows) {
+    if (decodedRows() >= rows) return;
+    ZanLock const lock(lock_);
+    if (decodedRows() >= rows) return;
+    if (failure_) throw ZanError(*failure_);
+    picture_->allocate();
+    try {
+        decodeMissing(decoder_->isWhole() ? height_ : rows);
+    } catch (ZanError const & error) {
+        failure_ = error;
+        decoder_.reset();
+        throw;
+    }
+}
+
+void QelPictureReaderOp::decodeMissing(std::int32_t rows) {
+    std::int32_t const first = decodedRows();
+    decoder_->decode(picture_->addressOf(0, first), picture_->lineStride(), rows - first);
+    decodedRows_.store(rows, std::memory_order_release);
+    if (rows == height_) decoder_.reset();
+}
+
+QelJpegReaderOp::QelJpegReaderOp(std::string const & fileName, QelReadLimits const & limits)
+    : QelJpegReaderOp(std::make_unique<QelFileSource>(fileName), limits) {}
+
+QelJpegReaderOp::QelJpegReaderOp(std::unique_ptr<QelFileSource> source,
+                                 QelReadLimits const & limits)
+    : QelPictureReaderOp(qelDecodeJpeg(std::move(source), limits)) {}
+
+QelJpegReaderOp::~QelJpegReaderOp() = default;
+
+QelPngReaderOp::QelPngReaderOp(std::string const & fileName, QelReadLimits const & limits)
+    : QelPngReaderOp(std::make_unique<QelFileSource>(fileName), limits) {}
+
+QelPngReaderOp::QelPngReaderOp(std::unique_ptr<QelFileSource> source, QelReadLimits const & limits)
+    : QelPictureReaderOp(qelDecodePng(std::move(source), limits)) {}
+
+QelPngReaderOp::~QelPngReaderOp() = default;
+
+MoxSmartPtr<QelPictureReaderOp> qelOpenPicture(std::string const & fileName,
+                                               QelReadLimits const & limits) {
+    auto source = std::make_unique<QelFileSource>(fileName);
+    if (qelIsJpeg(*source)) return new QelJpegReaderOp(std::move(source), limits);
+    if (qelIsPng(*source)) return new QelPngReaderOp(std::move(source), limits);
+    source->fail(source->size() == 0 ? "the file is empty" : "it is neither a JPEG nor a PNG file");
+}

@@ -1,0 +1,174 @@
+#include "QelNeighbourOp.h"
+
+#include "ClientTesting.h"
+#include "DiagonalOrg.h"
+#include "FaultySystem.h"
+#include "OpReference.h"
+
+namespace {
+
+std::int64_t computed(Qel2DImage const & image) {
+    return image.statistics().tilesComputed;
+}
+
+MoxSmartPtr<Qel2DImage> gradientImage(std::int32_t width, std::int32_t height) {
+    return new Qel2DImage(new GradientOp({.width = width, .height = height}));
+}
+
+TEST(QelNeighbourOp, ReportsThatItHasNoInput) {
+    QelBlurOp op(nullptr);
+    QelImageInfo info;
+    EXPECT_FALSE(op.outputInfo(info));
+    expectQelError(info.status(), 3, "The op does not refer to any Qel2DImage");
+    expectRaises(3, "The op does not refer to any Qel2DImage", [&] {
+        QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
+        op.compute(&buffer, 0);
+    });
+}
+
+// Takes nothing but UChar.
+class NarrowOp : public QelBlurOp {
+  public:
+    using QelBlurOp::QelBlurOp;
+
+  protected:
+    bool supports(QelDataType type) const override { return type == QelDataType::UChar; }
+};
+
+TEST(QelNeighbourOp, RefusesAnElementTypeInItsReport) {
+    NarrowOp op(new Qel2DImage(new GradientOp({.width = 9, .height = 9, .type = 3})));
+    QelImageInfo info;
+    EXPECT_FALSE(op.outputInfo(info));
+    expectQelError(info.status(), 118,
+                   "The data type float is not a supported data type in " +
+                       std::string(QelCoreMisc::classNameOf(op)));
+}
+
+TEST(QelNeighbourOp, RefusesBuffersOfOtherElements) {
+    QelBlurOp op(gradientImage(30, 30));
+    expectRaises(119, "Output buffer has invalid precision for Op", [&] {
+        QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
+        op.compute(&buffer, 0);
+    });
+    expectRaises(119, "Output buffer has wrong number of bands for Op", [&] {
+        QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
+        op.compute(&buffer, 0);
+    });
+    expectRaises(150, "Operations on pixels work with QelSimpleDataOrg only", [&] {
+        MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(4, 4);
+        QelRectBuffer buffer(org, 0, 0, 4, 4);
+        op.compute(&buffer, 0);
+    });
+}
+
+TEST(QelNeighbourOp, EdgesOfTheImageAreRepeatedAndNotThoseOfTheRegion) {
+    MoxSmartPtr<Qel2DImage> const input = gradientImage(400, 300);
+    Qel2DImage image(new QelSharpenOp(input));
+    MoxSmartPtr<QelRectBuffer> const whole = allOf(image);
+    for (QelRect const & region : {QelRect(0, 0, 10, 10), QelRect(130, 120, 9, 20),
+                                   QelRect(390, 290, 10, 10), QelRect(127, 127, 2, 2)}) {
+        MoxSmartPtr<QelRectBuffer> const part =
+            new QelRectBuffer(region, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
+        Qel2DImage fresh(new QelSharpenOp(input));
+        ASSERT_TRUE(fresh.fillRWBuffer(part, true));
+        EXPECT_TRUE(showsPixels(*part, region, pixelsOf(*whole))) << region;
+    }
+}
+
+TEST(QelNeighbourOp, ImageOfOnePixel) {
+    MoxSmartPtr<QelRectBuffer> const picture =
+        new QelRectBuffer(1, 1, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
+    fillPixels(*picture, picture->rect(), gradientAt);
+    Qel2DImage image(new QelBlurOp(new Qel2DImage(picture.get())));
+    MoxSmartPtr<QelRectBuffer> const result = allOf(image);
+    EXPECT_TRUE(showsPixels(*result, result->rect(), gradientAt));
+}
+
+TEST(QelNeighbourOp, EachTileIsComputedOnceWhenPulledByRows) {
+    MoxSmartPtr<Qel2DImage> const source = gradientImage(128 * 9, 128 * 7);
+    MoxSmartPtr<Qel2DImage> const blurred = new Qel2DImage(new QelBlurOp(source));
+    Qel2DImage image(new QelSharpenOp(blurred));
+    for (int y = 0; y < 7; ++y) {
+        for (int x = 0; x < 9; ++x)
+            image.getTile(x, y);
+    }
+    EXPECT_EQ(63, computed(image));
+    EXPECT_EQ(63, computed(*blurred));
+    EXPECT_EQ(63, computed(*source));
+    EXPECT_EQ(0, blurred->statistics().pixelsCopied);
+}
+
+TEST(QelNeighbourOp, EachTileIsComputedOnceWhenPulledByColumns) {
+    MoxSmartPtr<Qel2DImage> const source = gradientImage(128 * 6, 128 * 6);
+    Qel2DImage image(new QelSharpenOp(source));
+    for (int x = 0; x < 6; ++x) {
+        for (int y = 0; y < 6; ++y)
+            image.getTile(x, y);
+    }
+    EXPECT_EQ(36, computed(*source));
+}
+
+TEST(QelNeighbourOp, ChainsComputeOneRingOfTilesMoreForEachOperation) {
+    MoxSmartPtr<Qel2DImage> image = gradientImage(10000, 10000);
+    std::vector<MoxSmartPtr<Qel2DImage>> chain{image};
+    for (int i = 0; i < 6; ++i) {
+        image = new Qel2DImage(new QelBlurOp(image));
+        chain.push_back(image);
+    }
+    QelRectBuffer region(QelRect(128 * 30, 128 * 30, 512, 512), 3, PIXEL_INTERLEAVED,
+                         QelDataType::UChar);
+    region.allocate();
+    ASSERT_TRUE(image->fillRWBuffer(&region, true));
+    for (int rings = 0; rings <= 6; ++rings) {
+        std::int64_t const side = 4 + 2 * rings;
+        EXPECT_EQ(side * side, computed(*chain[static_cast<std::size_t>(6 - rings)])) << rings;
+    }
+}
+
+TEST(QelNeighbourOp, HoldsNoMoreThanAFewRowsOfTiles) {
+    constexpr int across = 10;
+    constexpr int down = 40;
+    FaultySystem const memory;
+    Qel2DImage image(new QelBlurOp(gradientImage(128 * across, 128 * down)));
+    std::size_t const before = memory.liveBytes();
+    for (int y = 0; y < down; ++y) {
+        for (int x = 0; x < across; ++x)
+            image.getTile(x, y);
+    }
+    constexpr std::size_t tile = 128 * 128 * 3;
+    EXPECT_LE(memory.liveBytes() - before, (3 * across + 16 + 2) * tile);
+}
+
+TEST(QelNeighbourOp, GivesAllMemoryBack) {
+    FaultySystem const memory;
+    {
+        Qel2DImage image(new QelSharpenOp(new Qel2DImage(new QelBlurOp(gradientImage(500, 500)))));
+        allOf(image);
+        EXPECT_GT(memory.liveAllocations(), 0U);
+    }
+    EXPECT_EQ(0U, memory.liveAllocations());
+}
+
+TEST(QelNeighbourOp, ReadsAWrappedBufferWhereItIs) {
+    MoxSmartPtr<QelRectBuffer> const picture =
+        new QelRectBuffer(300, 200, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
+    fillPixels(*picture, picture->rect(), gradientAt);
+    FaultySystem const memory;
+    QelBlurOp op(new Qel2DImage(picture.get()));
+    QelRectBuffer result(300, 200, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
+    op.compute(&result, 0);
+    EXPECT_EQ(1U, memory.allocations()) << "more than the result was allocated";
+    EXPECT_TRUE(showsPixels(result, result.rect(), [](std::int32_t x, std::int32_t y, int band) {
+        return weighedElement(blurKernel, QelDataType::UChar, gradientAt, QelRect(0, 0, 300, 200),
+                              x, y, band);
+    }));
+}
+
+TEST(QelNeighbourOp, FaultsOfTheInputPassThrough) {
+    MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new ThrowingOp(
+        {.width = 300, .height = 300}, [] { qelRaise(204, "cancelled"); }, 3));
+    Qel2DImage image(new QelBlurOp(input));
+    expectRaises(204, "cancelled", [&] { allOf(image); });
+}
+
+}  // namespace
