@@ -1,0 +1,350 @@
+// The command line tool, run as a user runs it.
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <csignal>
+
+#include <fcntl.h>
+
+#include <chrono>
+#include <sstream>
+#include <thread>
+
+#include "../QelClientLayer/ClientTesting.h"
+
+namespace {
+
+struct Outcome {
+    int code = -1;
+    std::string out;
+    std::string err;
+};
+
+class QelToolTest : public testing::Test {
+  protected:
+    std::string file(std::string const & name) const { return folder_.file(name); }
+
+    // Starts the tool with its output in two files.
+    pid_t start(std::vector<std::string> arguments, std::string const & out) {
+        arguments.insert(arguments.begin(), QEL_TOOL_PATH);
+        std::vector<char *> pointers;
+        for (std::string & each : arguments)
+            pointers.push_back(each.data());
+        pointers.push_back(nullptr);
+        std::string const err = scratch_.file("err");
+        pid_t const child = ::fork();
+        if (child != 0) return child;
+        constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC;
+        ::dup2(::open(out.c_str(), flags, 0600), STDOUT_FILENO);
+        ::dup2(::open(err.c_str(), flags, 0600), STDERR_FILENO);
+        ::execv(QEL_TOOL_PATH, pointers.data());
+        ::_exit(127);
+    }
+    Outcome finish(pid_t child) {
+        Outcome outcome;
+        int status = 0;
+        EXPECT_EQ(child, ::waitpid(child, &status, 0));
+        EXPECT_TRUE(WIFEXITED(status)) << "the tool ended with status " << status;
+        if (WIFEXITED(status)) outcome.code = WEXITSTATUS(status);
+        outcome.out = text("out");
+        outcome.err = text("err");
+        return outcome;
+    }
+    Outcome run(std::vector<std::string> arguments) {
+        return finish(start(std::move(arguments), scratch_.file("out")));
+    }
+    std::string text(std::string const & name) const {
+        Bytes const bytes = contentOf(scratch_.file(name));
+        return std::string(bytes.begin(), bytes.end());
+    }
+
+    void expectDone(std::vector<std::string> const & arguments) {
+        Outcome const outcome = run(arguments);
+        EXPECT_EQ(0, outcome.code) << outcome.err;
+        EXPECT_EQ("", outcome.err);
+    }
+    void expectFailed(int code, std::string const & line,
+                      std::vector<std::string> const & arguments) {
+        Outcome const outcome = run(arguments);
+        EXPECT_EQ(code, outcome.code);
+        EXPECT_EQ("qel: " + line + "\n", outcome.err);
+        EXPECT_EQ("", outcome.out);
+    }
+
+    TemporaryFolder folder_;
+    TemporaryFolder scratch_;
+};
+
+TEST_F(QelToolTest, VersionAndHelp) {
+    Outcome const version = run({"--version"});
+    EXPECT_EQ(0, version.code);
+    EXPECT_EQ("qel " QEL_VERSION "\n", version.out);
+    for (std::vector<std::string> const & arguments : std::vector<std::vector<std::string>>{
+             {"--help"}, {"convert", "--help"}, {"info", "--help"}, {"ops", "--help"}}) {
+        Outcome const help = run(arguments);
+        EXPECT_EQ(0, help.code);
+        EXPECT_EQ("", help.err);
+        EXPECT_NE(std::string::npos, help.out.find("Usage: qel")) << help.out;
+    }
+    std::string const help = run({"convert", "--help"}).out;
+    for (char const * const word :
+         {"IN", "OUT", "OP", "--region", "X,Y,W,H", "--tile", "WxH", "--stats", "--max-bytes"}) {
+        EXPECT_NE(std::string::npos, help.find(word)) << word;
+    }
+}
+
+TEST_F(QelToolTest, OpsTellsParametersWithTypesDefaultsAndRanges) {
+    Outcome const outcome = run({"ops"});
+    EXPECT_EQ(0, outcome.code);
+    for (char const * const line :
+         {"blur\n", "invert\n", "linear\n", "sharpen\n",
+          "    gain: number from -1000000 to 1000000, default 1; factor of contrast\n",
+          "    offset: number from -1000000 to 1000000, default 0; added after the gain, in pixel "
+          "values\n"}) {
+        EXPECT_NE(std::string::npos, outcome.out.find(line)) << line;
+    }
+}
+
+TEST_F(QelToolTest, InfoTellsWhatThereIs) {
+    Random random(20240114);
+    Qel2DImage image(randomPicture(random, 200, 100, 4, QelDataType::UShort).get());
+    QelPictureWriter(file("a.png")).write(image);
+    Outcome const outcome = run({"info", file("a.png")});
+    EXPECT_EQ(0, outcome.code) << outcome.err;
+    EXPECT_EQ("picture:            " + file("a.png") +
+                  "\nformat:             PNG\n"
+                  "size:               200 x 100 pixels\n"
+                  "bands:              4\n"
+                  "type:               unsigned short\n"
+                  "tiles:              2 x 1 of 128 x 128 pixels\n"
+                  "data organisation:  "
+                  "SimpleDataOrg[0,0,128,128,8,1024,l=PIXEL_INTERLEAVED,0,2,4,6]\n"
+                  "bytes:              160000\n",
+              outcome.out);
+}
+
+TEST_F(QelToolTest, ConvertsTheTestCard) {
+    expectDone({"convert", "@testcard", file("a.png")});
+    expectDone({"convert", "@testcard:70x50", file("b.png")});
+    EXPECT_EQ(QelRect(0, 0, 1024, 768), readPicture(file("a.png"))->rect());
+    MoxSmartPtr<QelRectBuffer> const found = readPicture(file("b.png"));
+    Qel2DImage card(new QelTestCardOp(70, 50));
+    EXPECT_TRUE(showsPixels(*found, QelRect(0, 0, 70, 50), pixelsOf(*allOf(card))));
+}
+
+TEST_F(QelToolTest, InvertingTwiceGivesThePixelsBack) {
+    expectDone({"convert", "@testcard:300x200", file("a.jpg")});
+    expectDone({"convert", file("a.jpg"), file("plain.png")});
+    expectDone({"convert", file("a.jpg"), file("twice.png"), "invert", "invert"});
+    EXPECT_EQ(contentOf(file("plain.png")), contentOf(file("twice.png")));
+    expectDone({"convert", file("a.jpg"), file("once.png"), "invert"});
+    EXPECT_NE(contentOf(file("plain.png")), contentOf(file("once.png")));
+}
+
+TEST_F(QelToolTest, AppliesOperationsInTheirOrder) {
+    expectDone({"convert", "@testcard:300x200", file("a.png"), "linear:gain=2,offset=-50", "invert",
+                "blur"});
+    MoxSmartPtr<Qel2DImage> image = new Qel2DImage(new QelTestCardOp(300, 200));
+    image = new Qel2DImage(new QelLinearOp(image, 2, -50));
+    image = new Qel2DImage(new QelInvertOp(image));
+    image = new Qel2DImage(new QelBlurOp(image));
+    MoxSmartPtr<QelRectBuffer> const found = readPicture(file("a.png"));
+    EXPECT_TRUE(showsPixels(*found, found->rect(), pixelsOf(*allOf(*image))));
+}
+
+TEST_F(QelToolTest, InAndOutMayBeTheSameFile) {
+    expectDone({"convert", "@testcard:300x200", file("a.png")});
+    MoxSmartPtr<QelRectBuffer> const before = readPicture(file("a.png"));
+    expectDone({"convert", file("a.png"), file("a.png"), "invert"});
+    MoxSmartPtr<QelRectBuffer> const after = readPicture(file("a.png"));
+    EXPECT_TRUE(showsPixels(*after, after->rect(), [&](std::int32_t x, std::int32_t y, int band) {
+        return 255 - elementAt(*before, x, y, band);
+    }));
+    EXPECT_EQ(std::vector<std::string>{"a.png"}, folder_.names());
+}
+
+TEST_F(QelToolTest, RegionIsThePartOfTheWholeResult) {
+    expectDone({"convert", "@testcard:400x300", file("whole.png"), "sharpen", "blur"});
+    expectDone({"convert", "@testcard:400x300", file("part.png"), "sharpen", "blur", "--region",
+                "120,0,150,140"});
+    MoxSmartPtr<QelRectBuffer> const whole = readPicture(file("whole.png"));
+    MoxSmartPtr<QelRectBuffer> const part = readPicture(file("part.png"))->translated(120, 0);
+    EXPECT_TRUE(showsPixels(*part, QelRect(120, 0, 150, 140), pixelsOf(*whole)));
+}
+
+TEST_F(QelToolTest, TileSizeChangesNoPixel) {
+    expectDone({"convert", "@testcard:400x300", file("a.png"), "sharpen", "linear:gain=0.7"});
+    for (char const * const tile : {"16x16", "33x77", "8192x8192"}) {
+        expectDone({"convert", "@testcard:400x300", file("b.png"), "sharpen", "linear:gain=0.7",
+                    "--tile", tile});
+        EXPECT_EQ(contentOf(file("a.png")), contentOf(file("b.png"))) << tile;
+    }
+}
+
+// The four numbers of each image of the chain, and the peak.
+struct Stats {
+    std::vector<std::vector<std::int64_t>> images;
+    std::int64_t peakBytes = 0;
+};
+
+Stats parseStats(std::string const & text) {
+    Stats stats;
+    std::istringstream in(text);
+    std::string line;
+    std::getline(in, line);
+    EXPECT_EQ(" tiles in grid  tiles computed  pixels computed  pixels copied  image", line);
+    while (std::getline(in, line)) {
+        std::string const peak = "peak bytes of pixel buffers: ";
+        if (line.compare(0, peak.size(), peak) == 0) {
+            stats.peakBytes = std::stoll(line.substr(peak.size()));
+            continue;
+        }
+        std::istringstream fields(line);
+        std::vector<std::int64_t> numbers(4);
+        for (std::int64_t & number : numbers)
+            fields >> number;
+        EXPECT_TRUE(fields) << line;
+        stats.images.push_back(numbers);
+    }
+    return stats;
+}
+
+TEST_F(QelToolTest, RegionOfALargePictureComputesAFewDozenTiles) {
+    Outcome const outcome = run({"convert", "@testcard:10000x10000", file("a.png"), "linear:gain=2",
+                                 "sharpen", "blur", "--region", "4000,4000,512,512", "--stats"});
+    ASSERT_EQ(0, outcome.code) << outcome.err;
+    Stats const stats = parseStats(outcome.out);
+    ASSERT_EQ(4U, stats.images.size());
+    for (auto const & image : stats.images) {
+        EXPECT_EQ(79 * 79, image[0]);
+        EXPECT_GE(image[1], 16);
+        EXPECT_LE(image[1], 49);
+        EXPECT_GE(image[2], 512 * 512);
+        EXPECT_LE(image[2], 49 * 128 * 128);
+    }
+    EXPECT_EQ(512 * 512, stats.images[3][2]);
+    EXPECT_GT(stats.peakBytes, 0);
+    EXPECT_LT(stats.peakBytes, 8 << 20);
+}
+
+TEST_F(QelToolTest, PointOperationsNeedLittleMemory) {
+    std::vector<std::string> arguments{"convert", "@testcard:4000x4000", file("a.png")};
+    for (int i = 0; i < 5; ++i) {
+        arguments.insert(arguments.end(), {"invert", "linear:gain=0.9"});
+    }
+    arguments.push_back("--stats");
+    Outcome const outcome = run(arguments);
+    ASSERT_EQ(0, outcome.code) << outcome.err;
+    Stats const stats = parseStats(outcome.out);
+    ASSERT_EQ(11U, stats.images.size());
+    for (auto const & image : stats.images) {
+        EXPECT_EQ(32 * 32, image[1]);
+        EXPECT_EQ(4000 * 4000, image[2]);
+        EXPECT_EQ(0, image[3]);
+    }
+    EXPECT_LT(stats.peakBytes, 8 << 20);
+}
+
+TEST_F(QelToolTest, CommandLinesThatCannotBeUnderstood) {
+    struct Row {
+        std::vector<std::string> arguments;
+        std::string line;
+    };
+    std::string const out = file("a.png");
+    for (Row const & row : std::vector<Row>{
+             {{}, "A subcommand is required"},
+             {{"convert"}, "IN is required"},
+             {{"convert", "@testcard"}, "OUT is required"},
+             {{"info"}, "IN is required"},
+             {{"convert", "@testcard", out, "--nothing"},
+              "The following argument was not expected: --nothing"},
+             {{"convert", "@testcard", out, "inverse"},
+              "There is no operation \"inverse\"; there are blur, invert, linear and sharpen"},
+             {{"convert", "@testcard", out, "linear:scale=1"},
+              "The operation linear has no parameter \"scale\"; it has gain and offset"},
+             {{"convert", "@testcard", out, "linear:gain=2000000"},
+              "The value of linear:gain is 2000000, it must lie between -1000000 and 1000000"},
+             {{"convert", "@testcard", out, "--region", "1,2,3"},
+              "--region is \"1,2,3\", it must be X,Y,W,H, with W and H of at least 1"},
+             {{"convert", "@testcard", out, "--region", "1,2,0,4"},
+              "--region is \"1,2,0,4\", it must be X,Y,W,H, with W and H of at least 1"},
+             {{"convert", "@testcard", out, "--region", "1,2,3,99999999999"},
+              "--region is \"1,2,3,99999999999\", it must be X,Y,W,H, with W and H of at least 1"},
+             {{"convert", "@testcard", out, "--tile", "15x16"},
+              "--tile is \"15x16\", it must be WxH, with both from 16 to 8192"},
+             {{"convert", "@testcard", out, "--tile", "16"},
+              "--tile is \"16\", it must be WxH, with both from 16 to 8192"},
+             {{"convert", "@testcard:10", out},
+              "The size of the test card is \"10\", it must be WxH, with both from 1 to 1000000"},
+             {{"convert", "@photo", out},
+              "There is no built-in picture \"@photo\"; there are @testcard and @testcard:WxH"}}) {
+        SCOPED_TRACE(row.line);
+        expectFailed(2, row.line, row.arguments);
+    }
+    EXPECT_EQ(std::vector<std::string>(), folder_.names());
+}
+
+TEST_F(QelToolTest, FailuresAreOneLine) {
+    setContent(file("text.png"), Bytes(100, 'x'));
+    std::string const missing = file("missing.png");
+    std::string const lines = file("two\nlines.png");
+    expectFailed(1, "Cannot read " + missing + ": No such file or directory",
+                 {"convert", missing, file("a.png")});
+    expectFailed(1, "Cannot read " + folder_.path() + "/two; lines.png: No such file or directory",
+                 {"info", lines});
+    expectFailed(1, "Cannot read " + file("text.png") + ": it is neither a JPEG nor a PNG file",
+                 {"info", file("text.png")});
+    expectFailed(1, "Cannot write " + file("a.tif") + ": its name must end in .png, .jpg or .jpeg",
+                 {"convert", "@testcard", file("a.tif")});
+    expectFailed(1, "Cannot write " + file("no/a.png") + ": No such file or directory",
+                 {"convert", "@testcard", file("no/a.png")});
+    expectFailed(1,
+                 "Cannot write " + file("a.png") +
+                     ": the region (1000,0,25,10) does not lie in the image, which is "
+                     "(0,0,1024,768)",
+                 {"convert", "@testcard", file("a.png"), "--region", "1000,0,25,10"});
+    EXPECT_EQ(std::vector<std::string>{"text.png"}, folder_.names());
+}
+
+TEST_F(QelToolTest, TooManyBytesAreRefused) {
+    expectDone({"convert", "@testcard:300x200", file("a.jpg")});
+    expectFailed(1,
+                 "Cannot read " + file("a.jpg") +
+                     ": its 300 by 200 pixels of 3 bytes exceed the limit of 179999 bytes",
+                 {"convert", file("a.jpg"), file("b.png"), "--max-bytes", "179999"});
+    expectDone({"convert", file("a.jpg"), file("b.png"), "--max-bytes", "180000"});
+}
+
+TEST_F(QelToolTest, DamagedInputLeavesTheOutputAlone) {
+    expectDone({"convert", "@testcard:300x200", file("a.png")});
+    std::filesystem::resize_file(file("a.png"), std::filesystem::file_size(file("a.png")) / 2);
+    setContent(file("b.png"), {1, 2, 3});
+    expectFailed(1, "Cannot read " + file("a.png") + ": the file ends too early",
+                 {"convert", file("a.png"), file("b.png"), "sharpen"});
+    EXPECT_EQ((Bytes{1, 2, 3}), contentOf(file("b.png")));
+    EXPECT_EQ((std::vector<std::string>{"a.png", "b.png"}), folder_.names());
+}
+
+TEST_F(QelToolTest, FullStandardOutputIsAFailure) {
+    Outcome const outcome = finish(start({"ops"}, "/dev/full"));
+    EXPECT_EQ(1, outcome.code);
+    EXPECT_EQ("qel: Cannot write to standard output\n", outcome.err);
+}
+
+TEST_F(QelToolTest, InterruptedRunsLeaveNoTrace) {
+    for (int const signal : {SIGINT, SIGTERM}) {
+        pid_t const child = start({"convert", "@testcard:20000x20000", file("a.png"), "blur"},
+                                  scratch_.file("out"));
+        // The temporary file shows that the tool is at work.
+        while (folder_.names().empty())
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ASSERT_EQ(0, ::kill(child, signal));
+        Outcome const outcome = finish(child);
+        EXPECT_EQ(1, outcome.code);
+        EXPECT_EQ("qel: Cannot write " + file("a.png") + ": cancelled\n", outcome.err);
+        EXPECT_EQ(std::vector<std::string>(), folder_.names());
+    }
+}
+
+}  // namespace

@@ -1,0 +1,49 @@
+#include "Arguments.h"
+
+#include <charconv>
+
+#include "Commands.h"
+
+namespace {
+
+[[noreturn]] void refuse(std::string_view text, std::string const & what,
+                         std::string const & form) {
+    throw UsageError(what + " is \"" + std::string(text) + "\", it must be " + form);
+}
+
+// Whole numbers with a separator between each two; none when the text is anything else.
+std::vector<std::int32_t> parseNumbers(std::string_view text, char separator) {
+    std::vector<std::int32_t> numbers;
+    char const * at = text.data();
+    char const * const end = at + text.size();
+    for (;;) {
+        std::int32_t number = 0;
+        auto const result = std::from_chars(at, end, number);
+        if (result.ec != std::errc()) return {};
+        numbers.push_back(number);
+        if (result.ptr == end) return numbers;
+        if (*result.ptr != separator) return {};
+        at = result.ptr + 1;
+    }
+}
+
+}  // namespace
+
+PixelSize parseSize(std::string_view text, std::string const & what, std::int32_t least,
+                    std::int32_t most) {
+    std::vector<std::int32_t> const numbers = parseNumbers(text, 'x');
+    auto const fits = [=](std::int32_t side) { return side >= least && side <= most; };
+    if (numbers.size() != 2 || !fits(numbers[0]) || !fits(numbers[1])) {
+        refuse(text, what,
+               "WxH, with both from " + std::to_string(least) + " to " + std::to_string(most));
+    }
+    return {numbers[0], numbers[1]};
+}
+
+QelRect parseRect(std::string_view text, std::string const & what) {
+    std::vector<std::int32_t> const numbers = parseNumbers(text, ',');
+    if (numbers.size() != 4 || numbers[2] < 1 || numbers[3] < 1) {
+        refuse(text, what, "X,Y,W,H, with W and H of at least 1");
+    }
+    return QelRect(numbers[0], numbers[1], numbers[2], numbers[3]);
+}

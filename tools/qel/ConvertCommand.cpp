@@ -1,0 +1,133 @@
+#include <CLI/CLI.hpp>
+
+#include <atomic>
+#include <csignal>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Arguments.h"
+#include "Commands.h"
+#include "Picture.h"
+
+namespace {
+
+struct Arguments {
+    std::string in;
+    std::string out;
+    std::vector<std::string> ops;
+    std::string region;
+    std::string tile;
+    bool stats = false;
+    std::int64_t maxBytes = QelReadLimits().maxBytes;
+};
+
+// The images from the picture to the result, each made from the one before it.
+struct Link {
+    std::string name;
+    MoxSmartPtr<Qel2DImage> image;
+};
+using Chain = std::vector<Link>;
+
+std::atomic<bool> interrupted{false};
+
+// A user who gives up must not find a temporary file: the writer is asked to stop instead.
+void stopWhenInterrupted() {
+    auto const handler = [](int) { interrupted.store(true); };
+    for (int const signal : {SIGHUP, SIGINT, SIGTERM})
+        std::signal(signal, handler);
+}
+
+std::vector<QelOpCatalog::Call> parseOps(std::vector<std::string> const & texts) {
+    std::vector<QelOpCatalog::Call> calls;
+    try {
+        for (std::string const & text : texts) {
+            calls.push_back(QelOpCatalog::standard().parse(text));
+        }
+    } catch (ZanError const & error) {
+        throw UsageError(textOf(error));
+    }
+    return calls;
+}
+
+void setTileSize(std::string const & text) {
+    if (text.empty()) return;
+    PixelSize const size = parseSize(text, "--tile", 16, 8192);
+    QelSystemConfig::defaultTileWidth = size.width;
+    QelSystemConfig::defaultTileHeight = size.height;
+    QelSystemConfig::minTileWidth = QelSystemConfig::maxTileWidth = size.width;
+    QelSystemConfig::minTileHeight = QelSystemConfig::maxTileHeight = size.height;
+}
+
+Chain buildChain(Arguments const & arguments, std::vector<QelOpCatalog::Call> const & calls) {
+    QelReadLimits limits;
+    limits.maxBytes = arguments.maxBytes;
+    Chain chain{{arguments.in, openPicture(arguments.in, limits).image}};
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        MoxSmartPtr<QelImageOp> const op = calls[i].make(chain.back().image);
+        chain.push_back({arguments.ops[i], new Qel2DImage(op)});
+    }
+    return chain;
+}
+
+void printStatistics(Chain const & chain) {
+    std::cout << std::right << std::setw(14) << "tiles in grid" << std::setw(16) << "tiles computed"
+              << std::setw(17) << "pixels computed" << std::setw(15) << "pixels copied"
+              << "  image\n";
+    for (Link const & link : chain) {
+        Qel2DImage::Statistics const done = link.image->statistics();
+        std::cout << std::setw(14)
+                  << std::int64_t{link.image->tilesAcross()} * link.image->tilesDown()
+                  << std::setw(16) << done.tilesComputed << std::setw(17) << done.pixelsComputed
+                  << std::setw(15) << done.pixelsCopied << "  " << link.name << '\n';
+    }
+    std::cout << "peak bytes of pixel buffers: " << QelSystemConfig::peakBytes << '\n';
+}
+
+void convert(Arguments const & arguments) {
+    // All that can be refused without opening a file comes first.
+    std::vector<QelOpCatalog::Call> const calls = parseOps(arguments.ops);
+    QelRect region;
+    if (!arguments.region.empty()) region = parseRect(arguments.region, "--region");
+    setTileSize(arguments.tile);
+    QelWriteOptions options;
+    options.cancelled = &interrupted;
+    QelPictureWriter const writer(arguments.out, options);
+
+    stopWhenInterrupted();
+    Chain const chain = buildChain(arguments, calls);
+    Qel2DImage & result = *chain.back().image;
+    writer.write(result, arguments.region.empty() ? result.imageRect() : region);
+    if (arguments.stats) printStatistics(chain);
+}
+
+}  // namespace
+
+void addConvertCommand(CLI::App & tool) {
+    CLI::App * const command = tool.add_subcommand(
+        "convert", "Pull a picture, or a part of it, through operations into a file");
+    auto const arguments = std::make_shared<Arguments>();
+    command
+        ->add_option("IN", arguments->in,
+                     "JPEG or PNG file, or the built-in picture: @testcard, @testcard:WxH")
+        ->required();
+    command->add_option("OUT", arguments->out, "file to write, ending in .png, .jpg or .jpeg")
+        ->required();
+    command->add_option("OP", arguments->ops,
+                        "operations in their order, as OP[:NAME=VALUE[,NAME=VALUE]...]; "
+                        "\"qel ops\" lists them");
+    command->add_option("--region", arguments->region, "compute only this part of the result")
+        ->type_name("X,Y,W,H");
+    command->add_option("--tile", arguments->tile, "size of tiles in pixels, 16 to 8192")
+        ->type_name("WxH");
+    command->add_flag("--stats", arguments->stats, "tell what each image computed and copied");
+    command
+        ->add_option("--max-bytes", arguments->maxBytes,
+                     "refuse pictures that take more memory than this")
+        ->type_name("N")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    command->callback([arguments] { convert(*arguments); });
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "QelClients.h"
+
+// A picture that the user named, and how to call it.
+struct Picture {
+    std::string name;
+    std::string format;
+    MoxSmartPtr<Qel2DImage> image;
+};
+
+// A file, or the picture that is built in: "@testcard", "@testcard:WxH". Raises UsageError for
+// another name that starts with "@", and what qelOpenPicture() raises.
+Picture openPicture(std::string const & name, QelReadLimits const & limits);

@@ -1,0 +1,73 @@
+// qel, the command line tool: pulls pictures through chains of on-demand images.
+//
+// Exit codes: 0 done; 1 failed; 2 the command line cannot be understood. A failure is one line on
+// standard error.
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+#include <new>
+#include <string>
+
+#include "Commands.h"
+#include "QelClients.h"
+
+namespace {
+
+constexpr int failed = 1;
+constexpr int misused = 2;
+
+int report(int code, std::string const & text) {
+    std::string line;
+    for (char const c : text) {
+        if (c == '\n' || c == '\r') {
+            line += "; ";
+        } else {
+            line += c;
+        }
+    }
+    std::cerr << "qel: " << line << std::endl;
+    return code;
+}
+
+int run(CLI::App & tool, int argc, char ** argv) {
+    try {
+        tool.parse(argc, argv);
+    } catch (CLI::ParseError const & error) {
+        if (error.get_exit_code() != 0) return report(misused, error.what());
+        tool.exit(error);  // prints the help or the version
+    }
+    std::cout.flush();
+    return std::cout ? 0 : report(failed, "Cannot write to standard output");
+}
+
+}  // namespace
+
+std::string textOf(ZanError const & error) {
+    std::string const text = error.getMsg();
+    std::string const heading =
+        std::string(error.getComponent()) + " error " + std::to_string(error.getErrcode()) + "\n";
+    return text.compare(0, heading.size(), heading) == 0 ? text.substr(heading.size()) : text;
+}
+
+int main(int argc, char ** argv) {
+    CLI::App tool("Demand-driven image processing: only the tiles that a result needs are computed",
+                  "qel");
+    tool.require_subcommand(1);
+    tool.set_version_flag("--version", "qel " QEL_VERSION, "Print the version and exit");
+    addConvertCommand(tool);
+    addInfoCommand(tool);
+    addOpsCommand(tool);
+    try {
+        return run(tool, argc, argv);
+    } catch (UsageError const & error) {
+        return report(misused, error.what());
+    } catch (ZanError const & error) {
+        return report(failed, textOf(error));
+    } catch (std::bad_alloc const &) {
+        return report(failed, "Out of memory");
+    } catch (std::exception const & error) {
+        return report(failed, error.what());
+    }
+}
