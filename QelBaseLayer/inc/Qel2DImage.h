@@ -127,7 +127,8 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     MoxSmartPtr<QelTile> findTile(std::int32_t x, std::int32_t y);
 
     // Puts `tile` in the slot of its id, cut to the image, and returns it; a tile that is there
-    // already is detached. Takes no reference, unless the image caches its tiles.
+    // already is detached. Takes no reference, unless the image caches its tiles; while other
+    // threads use the image the caller holds one, for whoever finds the tile may release it.
     QelTile * insertTile(QelTile * tile);
 
     // The pixels of `rect`: a view of the tile that holds them all; else, with `allowCopy`, a new
@@ -231,7 +232,6 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     QelContainerBase * container_ = nullptr;
     std::optional<QelTileId> id_;
     bool cacheTiles_ = false;
-    bool wrapsBuffer_ = false;
     std::atomic<std::int64_t> tilesComputed_{0};
     std::atomic<std::int64_t> pixelsComputed_{0};
     std::atomic<std::int64_t> pixelsCopied_{0};

@@ -17,8 +17,7 @@ class QEL_API QelContainerBase {
     virtual ~QelContainerBase();
 
     // Builds the tile (x, y) and inserts it in the image.
-    virtual MoxSmartPtr<QelTile> createTile(Qel2DImage * image, std::int32_t x,
-                                            std::int32_t y) = 0;
+    virtual MoxSmartPtr<QelTile> createTile(Qel2DImage * image, std::int32_t x, std::int32_t y) = 0;
     // May choose an op and install it with Qel2DImage::setOp().
     virtual void determineOp(Qel2DImage * image) = 0;
     // Computes one tile without an op.

@@ -40,7 +40,7 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     QelRectBuffer(std::int64_t minBytes, std::int64_t offset, QelRect const & rect, int bands,
                   QelLayout layout, QelDataType type);
     // With a clone of `org`, or with `org` itself. A width or height of -1 means its tile size.
-    // Requires: org is not null.
+    // Raises 4 for a null `org`.
     QelRectBuffer(QelDataOrg * org, std::int32_t x, std::int32_t y, std::int32_t width,
                   std::int32_t height, void * memory = nullptr, bool ownsData = true,
                   bool cloneOrg = true);

@@ -15,7 +15,7 @@ class QelThreadWork;
 class QEL_API QelTile : public QelRectBuffer {
   public:
     // The tile `id` of the grid of `org`, which is shared. A tile that starts left of or above
-    // the image is clipped to it; its storage stays a full tile. Requires: org is not null.
+    // the image is clipped to it; its storage stays a full tile. Raises 4 for a null `org`.
     QelTile(QelDataOrg * org, QelTileId const & id, void * memory = nullptr, bool ownsData = true);
 
     // Shares the memory; belongs to no image.

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <limits>
 #include <ostream>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <typeinfo>
@@ -17,6 +16,7 @@
 #include "QelOutput.h"
 #include "QelReleaseQueue.h"
 #include "QelSystemConfig.h"
+#include "QelTextStream.h"
 #include "QelThreadWork.h"
 
 namespace {
@@ -33,31 +33,39 @@ std::int32_t clampTile(std::int32_t size, std::int32_t least, std::int32_t most)
 // The origin in (-size, 0] whose grid has the same tile borders as the one at `origin`.
 std::int32_t anchor(std::int32_t origin, std::int32_t size) {
     std::int64_t const o = origin;
-    std::int64_t const s = size;
+    std::int64_t const s = std::max(1, size);
     return static_cast<std::int32_t>(o < 1 ? -((-o) % s) : (o - 1) % s - s + 1);
 }
 
 MoxSmartPtr<QelDataOrg> anchored(MoxSmartPtr<QelDataOrg> const & org) {
-    return org->withOrigin(anchor(org->originX(), std::max(1, org->tileWidth())),
-                           anchor(org->originY(), std::max(1, org->tileHeight())));
+    return org->withOrigin(anchor(org->originX(), org->tileWidth()),
+                           anchor(org->originY(), org->tileHeight()));
 }
 
-// A tile size that is not decided becomes the image's; then the limits apply, if the op can live
-// with the result. An op that cannot keeps its own size, as far as it has one.
-MoxSmartPtr<QelDataOrg> tiled(QelImageInfo const & info, QelImageOp & op, QelOpContext context) {
+// An organisation whose op refused tiles of w by h: anchored as these would have been, and then as
+// its own size demands, so that its tile (0,0) holds pixel (0,0).
+MoxSmartPtr<QelDataOrg> anchoredTwice(QelDataOrg const & org, std::int32_t w, std::int32_t h) {
+    return anchored(org.withOrigin(anchor(org.originX(), w), anchor(org.originY(), h)));
+}
+
+// The organisation of an image's grid. A tile size that is not decided becomes the image's; then
+// the limits apply, if the op can live with the result. An op that cannot keeps its own size, as
+// far as it has one.
+MoxSmartPtr<QelDataOrg> gridOrg(QelImageInfo const & info, QelImageOp & op, QelOpContext context) {
     MoxSmartPtr<QelDataOrg> const org = info.dataOrg();
+    bool const decided = org->tileWidth() > 0 && org->tileHeight() > 0;
     std::int32_t const w = org->tileWidth() > 0 ? org->tileWidth() : info.width();
     std::int32_t const h = org->tileHeight() > 0 ? org->tileHeight() : info.height();
     std::int32_t const clampedW =
         clampTile(w, QelSystemConfig::minTileWidth, QelSystemConfig::maxTileWidth);
     std::int32_t const clampedH =
         clampTile(h, QelSystemConfig::minTileHeight, QelSystemConfig::maxTileHeight);
-    if (clampedW == org->tileWidth() && clampedH == org->tileHeight()) return org;
+    if (clampedW == org->tileWidth() && clampedH == org->tileHeight()) return anchored(org);
     MoxSmartPtr<QelDataOrg> const resized = org->withSize(clampedW, clampedH);
-    if (resized && op.acceptsDataOrg(resized, context)) return resized;
-    if (org->tileWidth() > 0 && org->tileHeight() > 0) return org;
+    if (resized && op.acceptsDataOrg(resized, context)) return anchored(resized);
+    if (decided) return anchoredTwice(*org, clampedW, clampedH);
     MoxSmartPtr<QelDataOrg> const whole = org->withSize(std::max(1, w), std::max(1, h));
-    return whole ? whole : org;
+    return anchored(whole ? whole : org);
 }
 
 // The item as a tile, or null; cheaper than a dynamic_cast in the usual case.
@@ -105,7 +113,7 @@ Qel2DImage::Qel2DImage(QelTileId const & id, QelDataOrg * org, std::int32_t widt
     adoptGrid(std::make_unique<Grid>(own, width, height));
 }
 
-Qel2DImage::Qel2DImage(QelRectBuffer * buffer) : cacheTiles_(true), wrapsBuffer_(true) {
+Qel2DImage::Qel2DImage(QelRectBuffer * buffer) : cacheTiles_(true) {
     if (!buffer->dataOrg()) qelRaise(4, "QelRectBuffer has no data organization");
     QelRect const & rect = buffer->rect();
     std::int64_t const width = std::max<std::int64_t>(buffer->fullWidth(), rect.right() + 1);
@@ -190,15 +198,14 @@ void Qel2DImage::adoptReport(QelImageOp & op) {
                         info.status().getMsg());
     }
     requireSizeOfId(info);
-    auto next =
-        std::make_unique<Grid>(anchored(tiled(info, op, opContext_)), info.width(), info.height());
+    auto next = std::make_unique<Grid>(gridOrg(info, op, opContext_), info.width(), info.height());
     if (!next->equals(grid())) adoptGrid(std::move(next));
 }
 
 void Qel2DImage::requireSizeOfId(QelImageInfo const & info) const {
     if (!id_) return;
     if (id_->resolutionWidth == info.width() && id_->resolutionHeight == info.height()) return;
-    std::ostringstream text;
+    QelTextStream text;
     text << "Qel2DImage error: its size (" << info.width() << "," << info.height()
          << ") does not match its resolution (" << id_->resolutionWidth << ","
          << id_->resolutionHeight << ")";
@@ -207,17 +214,17 @@ void Qel2DImage::requireSizeOfId(QelImageInfo const & info) const {
 
 bool Qel2DImage::outputInfo(QelImageInfo & info) {
     if (!sizeKnown()) initialize();
-    if (!sizeKnown()) {
+    Grid const & now = grid();
+    if (!now.known) {
         info.setStatus(
             QelError(3, "Qel2DImage is unable to determine its own size", __FILE__, __LINE__));
         return false;
     }
-    MoxSmartPtr<QelDataOrg> const org = dataOrg();
-    info.setSize(imageRect().width, imageRect().height);
-    info.setNumBands(org->numBands());
-    info.setPrecision(org->precision());
-    info.setTileSize(org->tileWidth(), org->tileHeight());
-    info.setOrigin(org->originX(), org->originY());
+    info.setSize(now.rect.width, now.rect.height);
+    info.setNumBands(now.org->numBands());
+    info.setPrecision(now.org->precision());
+    info.setTileSize(now.org->tileWidth(), now.org->tileHeight());
+    info.setOrigin(now.org->originX(), now.org->originY());
     return true;
 }
 
@@ -260,7 +267,7 @@ Qel2DImage::Grid * Qel2DImage::gridWith(std::int32_t x, std::int32_t y,
                                         char const * operation) const {
     Grid & now = grid();
     if (now.contains(x, y)) return &now;
-    std::ostringstream line;
+    QelTextStream line;
     line << "OUT OF RANGE -- " << operation << ' ' << x << ' ' << y << ' ' << now.across << ' '
          << now.down << ' ' << static_cast<void const *>(this) << '\n';
     QelOutput::write(line.str());
@@ -348,7 +355,7 @@ MoxSmartPtr<QelTile> Qel2DImage::getTile(std::int32_t x, std::int32_t y) {
 // an op memory proves nothing: a tile has it while it is being computed.
 bool Qel2DImage::isReady(QelTile & tile) const {
     if (tile.isState(QelRenderedItem::complete)) return true;
-    if (!wrapsBuffer_ || currentOp() != nullptr || !tile.isAllocated()) return false;
+    if (!grid().isOneTile || currentOp() != nullptr || !tile.isAllocated()) return false;
     tile.setComplete(true);
     return true;
 }
@@ -476,7 +483,7 @@ void Qel2DImage::notifyStateChange(QelRenderedItem * item, std::uint32_t mask, b
 }
 
 void Qel2DImage::raisePopulatedTwice(QelTileId const & at) const {
-    std::ostringstream text;
+    QelTextStream text;
     text << "insertTile(" << at.tileX << "," << at.tileY << ")for ";
     if (currentOp() != nullptr) text << QelCoreMisc::classNameOf(*currentOp()) << ' ';
     text << ": tile location was populated more than once. Possible Tile dependency mismatch";
@@ -497,7 +504,7 @@ void Qel2DImage::print(std::ostream & out) const {
 
 std::string Qel2DImage::describe() const {
     Grid const & now = grid();
-    std::ostringstream text;
+    QelTextStream text;
     text << "Qel2DImage with\n    origin:         (" << now.rect.x << ',' << now.rect.y << ')'
          << "\n    width  (pixels): " << now.rect.width
          << "\n    height (pixels): " << now.rect.height << "\n    width  (tiles):  " << now.across

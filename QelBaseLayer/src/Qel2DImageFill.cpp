@@ -2,12 +2,12 @@
 #include <cerrno>
 #include <cstring>
 #include <optional>
-#include <sstream>
 #include <string>
 
 #include "Qel2DImage.h"
 #include "Qel2DImageGrid.h"
 #include "QelErrorFrames.h"
+#include "QelTextStream.h"
 #include "QelThreadWork.h"
 #include "ZanBorrow.h"
 
@@ -17,9 +17,15 @@
 namespace {
 
 std::string text(QelRect const & rect) {
-    std::ostringstream out;
+    QelTextStream out;
     out << '(' << rect.x << ',' << rect.y << ',' << rect.width << ',' << rect.height << ')';
     return out.str();
+}
+
+// A reference for the time of a request. An image without owners, on a stack say, gets none:
+// another thread would take the one of this thread for an owner's, and end the image with its own.
+MoxSmartPtr<Qel2DImage> keepIfOwned(Qel2DImage * image) {
+    return image->refCount() > 0 ? image : nullptr;
 }
 
 // Runs `body`; an exception from outside the library is raised again with the action, which is
@@ -36,11 +42,17 @@ auto framed(Qel2DImage const & image, Body body, Action action) {
     }
 }
 
+// Does the tile have as much memory as the buffer goes by? That may be larger than the rectangle
+// which it asks for, and than a tile.
+bool memoryReaches(QelTile const & tile, QelRectBuffer const & buffer) {
+    return !buffer.dataBuffer() || buffer.dataBuffer()->size() <= tile.dataBuffer()->size();
+}
+
 }  // namespace
 
 Qel2DImage::TileIterator::TileIterator(Qel2DImage * image, QelRect const & rect)
     : image_(image),
-      keep_(image->refCount() > 0 ? image : nullptr),
+      keep_(keepIfOwned(image)),
       rect_(rect.intersect(image->imageRect())),
       x_(0),
       y_(0),
@@ -279,7 +291,7 @@ std::string Qel2DImage::Filler::whereInLoop() const {
 }
 
 bool Qel2DImage::fillRWBuffer(QelRectBuffer * dest, bool allowCopy) {
-    ZanBorrow<Qel2DImage> const self(this);
+    MoxSmartPtr<Qel2DImage> const self = keepIfOwned(this);
     ZanBorrow<QelRectBuffer> const me(dest);
     for (;;) {
         Filler filler(*this, *dest, allowCopy);
@@ -289,11 +301,12 @@ bool Qel2DImage::fillRWBuffer(QelRectBuffer * dest, bool allowCopy) {
 }
 
 MoxSmartPtr<QelRectBuffer> Qel2DImage::getData(QelRect const & rect, bool allowCopy) {
-    ZanBorrow<Qel2DImage> const self(this);
+    MoxSmartPtr<Qel2DImage> const self = keepIfOwned(this);
     for (;;) {
-        TileIterator const at(this, rect);
-        if (at.done()) return nullptr;
         Grid const & now = grid();
+        TileIterator const at(this, rect);
+        if (&now != &grid()) continue;  // by a container that chose an op
+        if (at.done()) return nullptr;
         if (!now.isOneTile && !now.org->isOneTile(at.rect())) break;
         // What is going to be copied does not need the tile.
         if (allowCopy && !now.covered.containsRect(rect)) break;
@@ -302,7 +315,7 @@ MoxSmartPtr<QelRectBuffer> Qel2DImage::getData(QelRect const & rect, bool allowC
             [&rect] {
                 return "getData() in \"if (dataOrg()->isOneTile(...))\" [rect=" + text(rect) + "]";
             });
-        if (&now != &grid()) continue;  // by a container that chose an op
+        if (&now != &grid()) continue;
         if (!tile) return nullptr;
         if (!allowCopy || tile->rect().containsRect(rect)) return tile->subBuffer(rect);
         break;
@@ -332,7 +345,7 @@ MoxSmartPtr<QelRectBuffer> Qel2DImage::copyOut(QelRect const & rect) {
 }
 
 void Qel2DImage::shareBuffer(QelRectBuffer * buffer, QelRect const & rect, bool allowCopy) {
-    ZanBorrow<Qel2DImage> const self(this);
+    MoxSmartPtr<Qel2DImage> const self = keepIfOwned(this);
     ZanBorrow<QelRectBuffer> const hold(buffer);
     if (rect.intersect(imageRect()).isEmpty()) return;
     framed(
@@ -349,18 +362,17 @@ void Qel2DImage::shareBuffer(QelRectBuffer * buffer, QelRect const & rect, bool 
 }
 
 bool Qel2DImage::shareTile(QelRectBuffer & buffer, QelRect const & rect) {
-    std::int32_t x = 0;
-    std::int32_t y = 0;
-    Grid & now = grid();
-    if (buffer.isAllocated() || !buffer.dataOrg() || !now.org->isOneTile(rect, x, y) ||
-        !now.contains(x, y)) {
-        return false;
+    if (buffer.isAllocated() || !buffer.dataOrg()) return false;
+    for (;;) {
+        Grid & now = grid();
+        std::int32_t x = 0;
+        std::int32_t y = 0;
+        if (!now.org->isOneTile(rect, x, y) || !now.contains(x, y)) return false;
+        if (!buffer.dataOrg()->isCompatible(*now.org, false)) return false;
+        MoxSmartPtr<QelTile> tile = createTile(x, y);
+        bool const fits = tile && tile->offsetOf(rect.x, rect.y) == buffer.dataOffset();
+        if (fits) tile = getTile(x, y);
+        if (&now != &grid()) continue;  // by a container that chose an op
+        return fits && tile && memoryReaches(*tile, buffer) && buffer.shareData(*tile, false);
     }
-    MoxSmartPtr<QelTile> tile = createTile(x, y);
-    if (!tile || !buffer.dataOrg()->isCompatible(*now.org, false) ||
-        tile->offsetOf(rect.x, rect.y) != buffer.dataOffset()) {
-        return false;
-    }
-    tile = getTile(x, y);
-    return tile && buffer.shareData(*tile, false);
 }

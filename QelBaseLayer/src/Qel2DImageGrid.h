@@ -118,15 +118,14 @@ class Qel2DImage::Slot {
     // reference, and the image, which holds `cached`, are the only owners.
     std::int32_t holders(QelTile const & tile, std::int32_t cached) {
         Lock const lock(*this);
-        std::int32_t const owners = tile.refCount();
-        return owners > 1 + cached ? owners : tile.referenceCount();
+        return countHolders(tile, cached);
     }
 
     // Hands the tile's memory to `dest` if nobody but the caller, who holds one reference, and
     // the image, which holds `cached`, has the tile or its memory. `tile` stands here.
     bool steal(QelTile & tile, QelRectBuffer & dest, std::int32_t cached) {
         Lock const lock(*this);
-        if (current() != &tile || tile.referenceCount() > 1 + cached) return false;
+        if (current() != &tile || countHolders(tile, cached) > 1 + cached) return false;
         dest.stealData(tile);
         tile.setState(QelRenderedItem::complete, false);
         return true;
@@ -138,6 +137,12 @@ class Qel2DImage::Slot {
     static constexpr std::uintptr_t locked = 1;
     static constexpr std::uintptr_t making = 2;
     static constexpr std::uintptr_t bits = locked | making;
+
+    // Requires: the slot is locked.
+    static std::int32_t countHolders(QelTile const & tile, std::int32_t cached) {
+        std::int32_t const owners = tile.refCount();
+        return owners > 1 + cached ? owners : tile.referenceCount();
+    }
 
     // A tile that is being destroyed: true if it will not tell the image of it any more.
     static bool leave(QelTile & tile) { return tile.leaveContainer() != nullptr; }

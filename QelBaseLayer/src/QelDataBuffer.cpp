@@ -5,13 +5,13 @@
 #include <cstring>
 #include <exception>
 #include <new>
-#include <sstream>
 #include <string>
 #include <utility>
 
 #include "QelErrorFrames.h"
 #include "QelOutput.h"
 #include "QelSystemConfig.h"
+#include "QelTextStream.h"
 #include "ZanSystem.h"
 
 namespace {
@@ -50,7 +50,7 @@ void giveBack(QelMemoryManager * manager, void * memory) {
 }
 
 void writeTrace(char const * what, QelDataBuffer const & buffer) {
-    std::ostringstream line;
+    QelTextStream line;
     line << "QelRectBuffer " << what << " buffer " << static_cast<void const *>(buffer.data())
          << ' ' << buffer.size() << ' ' << static_cast<void const *>(&buffer) << '\n';
     QelOutput::write(line.str());

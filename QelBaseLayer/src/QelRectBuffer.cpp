@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <limits>
 #include <ostream>
-#include <sstream>
 #include <string>
 #include <utility>
 
@@ -15,6 +14,7 @@
 #include "QelOutput.h"
 #include "QelSimpleDataOrg.h"
 #include "QelSystemConfig.h"
+#include "QelTextStream.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ bool fitsIn32Bits(std::int64_t value) {
 }
 
 std::string textOf(QelRect const & rect) {
-    std::ostringstream text;
+    QelTextStream text;
     text << rect;
     return text.str();
 }
@@ -62,6 +62,18 @@ MoxSmartPtr<QelDataOrg> standardOrg(QelRect const & rect, int bands, QelLayout l
     return rect.x == 0 && rect.y == 0 ? org : org->withOrigin(rect.x, rect.y);
 }
 
+// Ahead of everything else that a constructor does with its argument.
+QelDataOrg const & givenOrg(QelDataOrg const * org) {
+    if (org == nullptr) qelRaise(4, "Argument is a NULL pointer");
+    return *org;
+}
+
+// A width or height of -1 stands for the tile's.
+QelRect rectInTile(QelDataOrg const & org, std::int32_t x, std::int32_t y, std::int32_t width,
+                   std::int32_t height) {
+    return {x, y, width == -1 ? org.tileWidth() : width, height == -1 ? org.tileHeight() : height};
+}
+
 // A clone of `org` that is at least as large as `rect`; null for null.
 MoxSmartPtr<QelDataOrg> orgFor(QelDataOrg const * org, QelRect const & rect) {
     if (org == nullptr) return nullptr;
@@ -72,7 +84,7 @@ MoxSmartPtr<QelDataOrg> orgFor(QelDataOrg const * org, QelRect const & rect) {
 void traceAdoption(QelRectBuffer const & buffer) noexcept {
     if (!QelSystemConfig::traces(QelSystemConfig::traceActivity)) return;
     try {
-        std::ostringstream line;
+        QelTextStream line;
         line << "QelRectBuffer ADOPTING buffer "
              << static_cast<void const *>(buffer.dataBuffer()->data()) << ' '
              << buffer.dataBuffer()->size() << ' ' << static_cast<void const *>(&buffer) << '\n';
@@ -121,8 +133,7 @@ QelRectBuffer::QelRectBuffer(std::int64_t minBytes, std::int64_t offset, QelRect
 
 QelRectBuffer::QelRectBuffer(QelDataOrg * org, std::int32_t x, std::int32_t y, std::int32_t width,
                              std::int32_t height, void * memory, bool ownsData, bool cloneOrg)
-    : rect_(x, y, width == -1 ? org->tileWidth() : width,
-            height == -1 ? org->tileHeight() : height),
+    : rect_(rectInTile(givenOrg(org), x, y, width, height)),
       dataOrg_(cloneOrg ? org->clone() : MoxSmartPtr<QelDataOrg>(org)) {
     setMemory(memory, ownsData);
 }
@@ -162,7 +173,8 @@ std::int64_t QelRectBuffer::storageBytes() const {
     // A view of a tile keeps the whole tile's storage: its data offset may lie anywhere in it.
     Reach const whole = reachOf(org(), org().tileWidth(), org().tileHeight());
     Reach const own = reachOf(org(), rect_.width, rect_.height);
-    std::int64_t const below = std::min(dataOffset_, whole.before);
+    // In wrapped memory with negative strides it may also lie below the start.
+    std::int64_t const below = std::max(std::min(dataOffset_, whole.before), std::int64_t{0});
     return std::max(bytesTogether(below, std::max(org().size(), whole.after)),
                     bytesTogether(dataOffset_, own.after));
 }

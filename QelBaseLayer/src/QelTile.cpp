@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <ostream>
-#include <sstream>
 #include <string>
 
 #include "Qel2DImage.h"
@@ -10,6 +9,7 @@
 #include "QelError.h"
 #include "QelOutput.h"
 #include "QelSystemConfig.h"
+#include "QelTextStream.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ void QelTile::print(std::ostream & out) const {
 }
 
 std::string QelTile::destructionLine(QelEmbeddedRenderedItemContainer const * container) const {
-    std::ostringstream line;
+    QelTextStream line;
     line << "QelTile destructing " << static_cast<void const *>(this) << ' ';
     print(line);
     void const * const data = dataBuffer() ? dataBuffer()->data() : nullptr;

@@ -178,6 +178,16 @@ TEST(Qel2DImageSetup, AnOpThatRefusesTheTileSizeKeepsItsOwnAndItsOwnAnchor) {
     EXPECT_TRUE(showsPixels(*image->getData(report.rect(), true), report.rect(), gradientAt));
 }
 
+TEST(Qel2DImageSetup, ARefusedTileSizeAnchorsFirstAndTheOpsOwnReducesThat) {
+    // 280 is anchored at -232 for the 256 that the limits would make of 300, and at -20 for 300.
+    TestImage report{.width = 600, .height = 90, .bands = 1, .tileWidth = 300, .tileHeight = 300};
+    report.originX = 280;
+    MoxSmartPtr<Qel2DImage> const image = imageOf(new RefusingOp(report, true, false));
+    EXPECT_EQ(300, image->dataOrg()->tileWidth());
+    EXPECT_EQ(-232, image->dataOrg()->originX());
+    EXPECT_EQ(QelRect(0, 0, 68, 90), image->createTile(0, 0)->rect());
+}
+
 TEST(Qel2DImageSetup, AnOpThatRefusesTheTileSizeAndHasNoneGetsTheImages) {
     MoxSmartPtr<Qel2DImage> const image = imageOf(new RefusingOp(
         {.width = 300, .height = 20, .tileWidth = 0, .tileHeight = 0, .originX = 7}, true, false));

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -188,6 +189,39 @@ TEST(QelDIBDataOrgTest, AddressesThePixelsOfAFile) {
                 }
             }
         }
+    }
+}
+
+// The file's bytes counted one by one: header, lines as they come, pixels, padding.
+void expectAddressesOfFile(QelDIBDataOrg const & org) {
+    bool const oneBand = org.numBands() == 1;
+    std::int64_t at = 0;
+    if (org.hasHeader()) at = oneBand ? 40 + 256 * 4 : 40;
+    for (int line = 0; line < org.tileHeight(); ++line) {
+        int const y = org.bottomUp() ? org.tileHeight() - 1 - line : line;
+        std::int64_t const start = at;
+        for (int x = 0; x < org.tileWidth(); ++x) {
+            for (int band = org.numBands() - 1; band >= 0; --band)
+                ASSERT_EQ(at++, org.offset(x, y, band));
+        }
+        while ((at - start) % 4 != 0)
+            ++at;
+        ASSERT_EQ(at - start, org.rowBytes());
+    }
+}
+
+TEST(QelDIBDataOrgTest, RandomBitmapsAgreeWithCountingBytes) {
+    constexpr unsigned seed = 20105;
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    std::uniform_int_distribution<int> size(1, 23);
+    std::uniform_int_distribution<int> bits(0, 7);
+    for (int run = 0; run < 500; ++run) {
+        int const flags = bits(random);
+        Dib const org = dib(size(random), size(random), (flags & 1) != 0 ? 1 : 3, (flags & 2) != 0,
+                            (flags & 4) != 0);
+        SCOPED_TRACE(printed(*org));
+        ASSERT_NO_FATAL_FAILURE(expectAddressesOfFile(*org));
     }
 }
 

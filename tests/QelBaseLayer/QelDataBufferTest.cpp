@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <locale>
 #include <new>
 #include <numeric>
 #include <sstream>
@@ -394,6 +395,19 @@ TEST_F(QelDataBufferTraceTest, AllocatingAndFreeing) {
     EXPECT_EQ(traceLine("FREEING", data, buffer), capture_.take());
     buffer.deallocate();
     EXPECT_EQ(traceLine("FREEING", nullptr, buffer), capture_.take());
+}
+
+TEST_F(QelDataBufferTraceTest, TheClientsLocaleTakesNoPart) {
+    struct Grouping : std::numpunct<char> {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    QelDataBuffer buffer(1234567);
+    std::locale const former =
+        std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    buffer.allocate();
+    std::locale::global(former);
+    EXPECT_EQ(traceLine("ALLOCATING", buffer.data(), buffer), capture_.take());
 }
 
 TEST_F(QelDataBufferTraceTest, AForeignMemoryForgottenLeavesNoTrace) {

@@ -403,6 +403,20 @@ TEST_F(QelRectBufferMemoryTest, MemoryAfterBackwardWrappedMemoryHasRoomBelow) {
     EXPECT_TRUE(staysInside(robbed));
 }
 
+// Its pixels lie below the address that was wrapped.
+TEST_F(QelRectBufferMemoryTest, AViewOfBackwardWrappedMemoryTakesOtherMemory) {
+    QelRectBuffer const whole(backwardOrg(5, 3), 0, 0, -1, -1, memory_.data() + 100, false);
+    MoxSmartPtr<QelRectBuffer> const view = whole.subBuffer(QelRect(1, 1, 2, 2));
+    EXPECT_EQ(-12, view->dataOffset());
+    view->adopt(memory_.data() + 200, false);
+    EXPECT_EQ(memory_.data() + 188, view->getData());
+    EXPECT_EQ(whole.dataOrg()->size(), view->dataBuffer()->size());
+
+    view->releaseData();
+    view->allocate();
+    EXPECT_TRUE(staysInside(*view));
+}
+
 TEST_F(QelRectBufferMemoryTest, OrganisationsOfTheClientsOwnGetTheirSize) {
     MoxSmartPtr<QelDataOrg> const org(new DiagonalOrg(4, 3));
     QelRectBuffer const buffer(org, 0, 0, -1, -1);

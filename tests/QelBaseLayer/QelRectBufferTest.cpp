@@ -145,6 +145,14 @@ TEST_F(QelRectBufferTest, AWidthOrHeightOfMinusOneIsTheTileSize) {
     EXPECT_TRUE(QelRectBuffer(org, 1, 2, -2, 3).rect().isEmpty());
 }
 
+TEST_F(QelRectBufferTest, ANullOrganisationWithoutARectangleIsRefused) {
+    for (std::int32_t const size : {-1, 4}) {
+        expectError(4, "Argument is a NULL pointer", [&] {
+            QelRectBuffer const buffer(nullptr, 1, 2, size, size, memory_.data(), false);
+        });
+    }
+}
+
 TEST_F(QelRectBufferTest, ARectangleBeyondTheTileGetsTheMemoryThatItReaches) {
     MoxSmartPtr<QelDataOrg> const org(
         new QelSimpleDataOrg(8, 4, QelDataType::UChar, 1, PIXEL_INTERLEAVED));

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -191,6 +193,74 @@ TEST(QelSimpleDataOrgChangeTest, WithoutBandsTheTypeIsGone) {
     Org const none = standard(10, 4, QelDataType::Short, 0, LINE_INTERLEAVED);
     EXPECT_EQ(QelDataType::Error, none->precision());
     EXPECT_EQ(QelDataType::Error, none->withBands(2)->precision());
+}
+
+// Random changes, against the address of every pixel.
+class QelSimpleDataOrgChangeModelTest : public testing::Test {
+  protected:
+    int pick(int from, int to) { return std::uniform_int_distribution<int>(from, to)(random_); }
+
+    Org any(QelLayout last) {
+        return standard(pick(1, 7), pick(1, 7), QelDataType(pick(0, 7)), pick(1, 4),
+                        QelLayout(pick(0, last)));
+    }
+
+    static constexpr unsigned seed_ = 20104;
+    std::mt19937 random_{seed_};
+};
+
+TEST_F(QelSimpleDataOrgChangeModelTest, ARecomputedOneIsTheStandardOneOfTheNewSize) {
+    SCOPED_TRACE("seed " + std::to_string(seed_));
+    for (int run = 0; run < 2000; ++run) {
+        Org const org = any(BAND_INTERLEAVED);
+        std::int32_t const width = pick(0, 9);
+        std::int32_t const height = pick(0, 9);
+        Org const wanted =
+            standard(width, height, org->precision(), org->numBands(), org->layout());
+        Org const made = resized(org, width, height, true);
+        ASSERT_EQ(printed(*wanted), printed(*made)) << printed(*org);
+        ASSERT_EQ(wanted->size(), made->size()) << printed(*org);
+    }
+}
+
+TEST_F(QelSimpleDataOrgChangeModelTest, OneThatIsNotRecomputedKeepsEveryAddress) {
+    SCOPED_TRACE("seed " + std::to_string(seed_));
+    for (int run = 0; run < 2000; ++run) {
+        Org const org = any(SPELLED_OUT);
+        Org const made = resized(org, pick(1, 9), pick(1, 9), false);
+        SCOPED_TRACE(printed(*org) + " becomes " + printed(*made));
+        std::int64_t end = 0;
+        for (int y = 0; y < made->tileHeight(); ++y) {
+            for (int x = 0; x < made->tileWidth(); ++x) {
+                for (int b = 0; b < made->numBands(); ++b) {
+                    ASSERT_EQ(org->offset(x, y, b), made->offset(x, y, b));
+                    end = std::max(end, made->offset(x, y, b) + made->precision(b).size());
+                }
+            }
+        }
+        ASSERT_EQ(end, made->size());
+    }
+}
+
+TEST_F(QelSimpleDataOrgChangeModelTest, ASelectedBandHasTheAddressesOfItsSource) {
+    SCOPED_TRACE("seed " + std::to_string(seed_));
+    for (int run = 0; run < 2000; ++run) {
+        Org const org = any(SPELLED_OUT);
+        std::vector<int> bands(static_cast<std::size_t>(pick(1, 6)));
+        for (int & band : bands)
+            band = pick(0, org->numBands() - 1);
+        auto const made = org->selectBands(static_cast<int>(bands.size()), bands.data());
+        SCOPED_TRACE(printed(*org) + " becomes " + printed(*made));
+        ASSERT_EQ(static_cast<int>(bands.size()), made->numBands());
+        for (int b = 0; b < made->numBands(); ++b) {
+            int const from = bands.at(static_cast<std::size_t>(b));
+            ASSERT_EQ(org->precision(from), made->precision(b));
+            for (int y = 0; y < made->tileHeight(); ++y) {
+                for (int x = 0; x < made->tileWidth(); ++x)
+                    ASSERT_EQ(org->offset(x, y, from), made->offset(x, y, b));
+            }
+        }
+    }
 }
 
 }  // namespace

@@ -173,39 +173,6 @@ TEST(QelSimpleDataOrgTest, StridesAndOffsetsThatDoNotFitRaise13WithTheNumbers) {
     EXPECT_EQ(0, standard(65536, 32768, QelDataType::UChar, 1, BAND_INTERLEAVED)->bandOffsets()[0]);
 }
 
-TEST(QelSimpleDataOrgTest, SpelledOut) {
-    Org const org = listed(10, 4, QelDataType::Float, {100, -8, 0}, -12, 200);
-    EXPECT_EQ(SPELLED_OUT, org->layout());
-    EXPECT_EQ(-12, org->pixelStride());
-    EXPECT_EQ(200, org->lineStride());
-    EXPECT_EQ((Offsets{100, -8, 0}), org->bandOffsets());
-    EXPECT_EQ(100 - 12 * 3 + 200 * 2, org->offset(3, 2, 0));
-    EXPECT_EQ(-8 - 12 * 3 + 200 * 2, org->offset(3, 2, 1));
-    EXPECT_EQ(-12 * 3 + 200 * 2, org->offset(3, 2));
-    EXPECT_EQ(12, org->offset(-1, 0));
-}
-
-TEST(QelSimpleDataOrgTest, SpelledOutWithTooFewOffsetsRaises13) {
-    expectRaises(13, "A data organization of 3 bands is given 2 band offsets", [] {
-        MoxSmartPtr<QelSimpleDataOrg>(
-            new QelSimpleDataOrg(1, 1, QelDataType::UChar, 3, Offsets{0, 1}, 3, 3));
-    });
-    // More are not looked at.
-    Org const org(new QelSimpleDataOrg(1, 1, QelDataType::UChar, 1, Offsets{4, 5}, 3, 3));
-    EXPECT_EQ(Offsets{4}, org->bandOffsets());
-}
-
-TEST(QelSimpleDataOrgTest, NullListsRaise4) {
-    std::int32_t const * const none = nullptr;
-    expectRaises(4, "Argument is a NULL pointer", [&] {
-        MoxSmartPtr<QelSimpleDataOrg>(
-            new QelSimpleDataOrg(1, 1, QelDataType::UChar, 1, none, 1, 1));
-    });
-    Org const org = standard(1, 1, QelDataType::UChar, 1, PIXEL_INTERLEAVED);
-    expectRaises(4, "Argument is a NULL pointer", [&] { org->selectBands(1, nullptr); });
-    EXPECT_EQ(0, org->selectBands(0, nullptr)->numBands());
-}
-
 TEST(QelSimpleDataOrgTest, BadBandsAreRangeErrors) {
     Org const org = standard(2, 2, QelDataType::UChar, 2, PIXEL_INTERLEAVED);
     for (int const band : {2, -1, most}) {
@@ -464,6 +431,36 @@ TEST_F(QelSimpleDataOrgModelTest, CompatibleMeansEqualOffsetsOfEveryElement) {
         compatible += a->isCompatible(*b, false) ? 1 : 0;
     }
     EXPECT_GT(compatible, 100) << "too few compatible pairs";
+}
+
+// Against the addresses themselves.
+TEST_F(QelSimpleDataOrgModelTest, SatisfiesAgreesWithTheAddresses) {
+    SCOPED_TRACE("seed " + std::to_string(seed_));
+    int satisfied = 0;
+    for (int run = 0; run < 20000; ++run) {
+        Org const org = any();
+        auto const flags = static_cast<std::uint32_t>(pick(0, 0x7f));
+        SCOPED_TRACE(printed(*org) + " with flags " + std::to_string(flags));
+        bool series = true;
+        bool ascending = true;
+        for (int b = 1; b < org->numBands(); ++b) {
+            std::int64_t const gap = org->offset(0, 0, b) - org->offset(0, 0, b - 1);
+            series = series && gap == org->offset(0, 0, 1) - org->offset(0, 0, 0);
+            ascending = ascending && gap > 0;
+        }
+        bool expected = true;
+        if ((flags & 0x20) == 0 && org->layout() != PIXEL_INTERLEAVED) expected = false;
+        if ((flags & 0x40) == 0 && org->layout() != BAND_INTERLEAVED) expected = false;
+        // A dense line ends where the next begins.
+        if ((flags & 0x01) == 0 && org->offset(org->tileWidth(), 0) != org->offset(0, 1)) {
+            expected = false;
+        }
+        if ((flags & 0x08) == 0 && !series) expected = false;
+        if ((flags & 0x02) == 0 && !ascending) expected = false;
+        ASSERT_EQ(expected, org->satisfies(flags));
+        satisfied += expected ? 1 : 0;
+    }
+    EXPECT_GT(satisfied, 1000) << "too few that satisfy";
 }
 
 TEST(QelSimpleDataOrgTest, ReachOfNothingIsNothing) {

@@ -149,9 +149,8 @@ TEST(QelTileGeometry, ATileAtTheHighestCoordinateKeepsItsLastRow) {
 }
 
 TEST(QelTileGeometry, APositionThatDoesNotFitIsRefused) {
-    EXPECT_EQ(13, errorOf([] {
-                      tileOf(TestImage(), std::numeric_limits<std::int32_t>::max(), 0);
-                  })->getErrcode());
+    expectRaises(13, "The position of a tile 274877906816 does not fit in 32 bits",
+                 [] { tileOf(TestImage(), std::numeric_limits<std::int32_t>::max(), 0); });
 }
 
 TEST(QelTileGeometry, ATileOfAnUndecidedSizeIsEmpty) {

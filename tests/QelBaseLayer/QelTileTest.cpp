@@ -78,6 +78,11 @@ TEST(QelTile, SharesItsOrganisation) {
     EXPECT_EQ(org.get(), tile->dataOrg().get());
 }
 
+TEST(QelTile, ANullOrganisationIsRefused) {
+    expectRaises(4, "Argument is a NULL pointer",
+                 [] { QelTile const tile(nullptr, QelTileId(0, 0)); });
+}
+
 TEST(QelTile, UsesTheCallersMemory) {
     std::vector<std::uint8_t> memory(16 * 8 * 3, 7);
     {
