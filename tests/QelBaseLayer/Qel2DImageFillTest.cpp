@@ -159,6 +159,23 @@ TEST_F(Qel2DImageFillTest, ACompleteTileThatSomebodyHoldsIsCopiedAndNotStolen) {
     EXPECT_FALSE(image->fillRWBuffer(likeTile(*image, 1, 0, 50, 40), false));
 }
 
+TEST_F(Qel2DImageFillTest, ATileThatSomebodyFindsWhileItIsComputedIsCopiedAndNotStolen) {
+    for (bool const cached : {false, true}) {
+        MoxSmartPtr<QelTile> found;
+        image =
+            imageOf(new HookedOp(report, [&](QelRectBuffer *) { found = image->findTile(1, 0); }));
+        image->setCacheTiles(cached);
+        MoxSmartPtr<QelRectBuffer> const dest = likeTile(*image, 1, 0, 50, 40);
+        EXPECT_TRUE(image->fillRWBuffer(dest, true));
+        expectPicture(*dest);
+        ASSERT_TRUE(found);
+        EXPECT_TRUE(found->isState(QelRenderedItem::complete));
+        expectPicture(*found);
+        EXPECT_EQ(1, image->statistics().tilesComputed);
+        EXPECT_EQ(50 * 40, image->statistics().pixelsCopied);
+    }
+}
+
 TEST_F(Qel2DImageFillTest, ABufferInOneTileIsComputedIntoDirectly) {
     MoxSmartPtr<QelRectBuffer> const dest = paintedBuffer(image->dataOrg(), inOneTile);
     EXPECT_TRUE(image->fillRWBuffer(dest, false));

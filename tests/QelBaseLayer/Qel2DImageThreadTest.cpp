@@ -270,6 +270,26 @@ TEST_P(Qel2DImageThreadTest, ReleaseTilesWhileTheImageGoes) {
     }
 }
 
+TEST_P(Qel2DImageThreadTest, ReleaseTilesWhileTheGridChanges) {
+    MoxSmartPtr<QelImageOp> const op = new GradientOp(report);
+    MoxSmartPtr<QelImageOp> const other = new GradientOp({.width = 50, .height = 40});
+    for (int round = 0; round < 50; ++round) {
+        StartLine start;
+        MoxSmartPtr<Qel2DImage> const image = imageFor(op);
+        std::vector<std::vector<MoxSmartPtr<QelTile>>> tiles(threadCount);
+        for (std::int32_t tile = 0; tile < 42; ++tile) {
+            tiles[static_cast<std::size_t>(tile) % threadCount].push_back(
+                image->createTile(tile % 7, tile / 7));
+        }
+        runThreads([&](std::uint32_t thread) {
+            start.await();
+            if (thread == 0) image->setOp(other);
+            tiles[thread].clear();
+        });
+        EXPECT_EQ(QelRect(0, 0, 50, 40), image->imageRect());
+    }
+}
+
 TEST_P(Qel2DImageThreadTest, ReadAWrappedBuffer) {
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(report.rect(), 3, BAND_INTERLEAVED, QelDataType::UChar);
