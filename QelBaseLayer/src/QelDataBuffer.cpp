@@ -105,9 +105,12 @@ QelDataBuffer::QelDataBuffer(std::int64_t size, QelMemoryManager * manager)
     : ownsData_(true), size_(checkedSize(size)), manager_(manager) {}
 
 QelDataBuffer::~QelDataBuffer() {
+    // It may run while an exception is on its way to a frame that reports the system's last error.
+    int const lastError = errno;
     tellFailureOf([this] { QelDataBuffer::deallocate(); });
     // A manager that goes with its last buffer may raise as well.
     tellFailureOf([this] { manager_.release(); });
+    errno = lastError;
 }
 
 void QelDataBuffer::countWrapped() {

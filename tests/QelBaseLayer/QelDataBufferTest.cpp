@@ -377,6 +377,14 @@ TEST_F(QelDataBufferTest, CopyFromWithoutMemoryToBeHadRaises10) {
     EXPECT_EQ(nullptr, target.data());
 }
 
+TEST_F(QelDataBufferTest, TheDestructorLeavesTheLastSystemErrorAlone) {
+    Buffer buffer = new QelDataBuffer(100);
+    buffer->allocate();
+    errno = ENOSPC;
+    buffer.release();
+    EXPECT_EQ(ENOSPC, errno);
+}
+
 class QelDataBufferTraceTest : public QelDataBufferTest {
   protected:
     OutputCapture capture_;
