@@ -30,6 +30,7 @@
 #include "QelRenderedItemContainer.h"
 #include "QelSimpleDataOrg.h"
 #include "QelSmartRenderedItemVector.h"
+#include "QelStopwatch.h"
 #include "QelSystemConfig.h"
 #include "QelTile.h"
 #include "QelTileId.h"
