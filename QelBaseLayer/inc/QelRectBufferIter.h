@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstring>
+
+#include "QelPixelRun.h"
+#include "QelSimpleRectBufferIter.h"
+
+// A QelSimpleRectBufferIter over elements of type T that reads. T is the element type of all bands
+// of the buffer (std::uint8_t for UChar, float for Float, ...); initialize() raises 119 for another
+// one.
+template <class T>
+class QelRectBufferConstIter : public QelSimpleRectBufferIter {
+  public:
+    using QelSimpleRectBufferIter::QelSimpleRectBufferIter;
+    // The whole buffer, in automatic order.
+    explicit QelRectBufferConstIter(QelRectBuffer * buffer)
+        : QelSimpleRectBufferIter(buffer, buffer->rect()) {}
+
+    // Requires: !done().
+    T get() const {
+        T value;
+        std::memcpy(&value, address(), sizeof(T));
+        return value;
+    }
+
+    // The elements from here on that lie at equal distances; see runLength().
+    QelPixelRun<T const> run() const { return {address(), runStep(), runLength()}; }
+
+  protected:
+    void checkElements(QelSimpleDataOrg const & org) const override {
+        qelRequireElementType(org, QelDataType::of<T>());
+    }
+};
+
+// The same for writing.
+template <class T>
+class QelRectBufferIter : public QelRectBufferConstIter<T> {
+  public:
+    using QelRectBufferConstIter<T>::QelRectBufferConstIter;
+
+    // Requires: !done().
+    void set(T value) const { std::memcpy(this->address(), &value, sizeof(T)); }
+
+    QelPixelRun<T> run() const { return {this->address(), this->runStep(), this->runLength()}; }
+};

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstring>
+
+#include "QelPixelRun.h"
+#include "QelRectIterBase.h"
+
+// A QelRectIterBase over elements of type T that reads: tiles are computed as it enters them. T is
+// the element type of all bands of the image (std::uint8_t for UChar, float for Float, ...);
+// another one raises 119.
+template <class T>
+class QelRectConstIter : public QelRectIterBase {
+  public:
+    // Inclusive edges.
+    QelRectConstIter(Qel2DImage * image, std::int32_t left, std::int32_t top, std::int32_t right,
+                     std::int32_t bottom)
+        : QelRectIterBase(image, left, top, right, bottom) {
+        qelRequireElementType(dataOrg(), QelDataType::of<T>());
+    }
+    QelRectConstIter(Qel2DImage * image, QelRect const & rect) : QelRectIterBase(image, rect) {
+        qelRequireElementType(dataOrg(), QelDataType::of<T>());
+    }
+    // The whole image.
+    explicit QelRectConstIter(Qel2DImage * image) : QelRectConstIter(image, image->imageRect()) {}
+
+    // The current element, and that of another band of the same pixel. Require: !rowDone().
+    T get() const { return load(address()); }
+    T get(std::int32_t band) const { return load(address() + bandDistance(band)); }
+
+    // The current band of the pixels from here to the tile's edge; see runLength().
+    QelPixelRun<T const> run() const { return {address(), pixelStride(), runLength()}; }
+    // All bands of these pixels, pixel by pixel, as dense elements: the fastest way through a
+    // pixel-interleaved image. Empty for other layouts; see allBandsLength().
+    QelPixelRun<T const> allBandsRun() const {
+        return {firstBandAddress(), std::int64_t{sizeof(T)}, allBandsLength()};
+    }
+
+  protected:
+    static T load(std::uint8_t const * from) {
+        T value;
+        std::memcpy(&value, from, sizeof(T));
+        return value;
+    }
+};
+
+// The same for writing. Tiles are not computed: where the image has none, the iterator makes one
+// whose pixels are undefined until they are written. It does not mark tiles as complete; who has
+// written all pixels of one says tile()->setComplete(true). A tile lives as long as somebody holds
+// it, so that the image should cache its tiles.
+template <class T>
+class QelRectIter : public QelRectConstIter<T> {
+  public:
+    using QelRectConstIter<T>::QelRectConstIter;
+
+    void set(T value) const { std::memcpy(this->address(), &value, sizeof(T)); }
+    void set(T value, std::int32_t band) const {
+        std::memcpy(this->address() + this->bandDistance(band), &value, sizeof(T));
+    }
+
+    QelPixelRun<T> run() const { return {this->address(), this->pixelStride(), this->runLength()}; }
+    QelPixelRun<T> allBandsRun() const {
+        return {this->firstBandAddress(), std::int64_t{sizeof(T)}, this->allBandsLength()};
+    }
+
+  protected:
+    MoxSmartPtr<QelTile> tileAt(std::int32_t x, std::int32_t y) override {
+        return this->tileToWrite(x, y);
+    }
+};

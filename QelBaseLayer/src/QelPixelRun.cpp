@@ -1,0 +1,12 @@
+#include "QelPixelRun.h"
+
+#include <string>
+
+#include "QelDataOrg.h"
+#include "QelError.h"
+
+void qelRequireElementType(QelDataOrg const & org, QelDataType type) {
+    if (org.precision() == type) return;
+    qelRaise(119, std::string("An iterator over ") + type.name() + " cannot visit pixels of " +
+                      org.precision().name());
+}

@@ -1,0 +1,59 @@
+// Turns a picture by a quarter, with an operation of our own. For each pixel of the result it reads
+// a pixel somewhere in its input, which a QelRandomConstIter reaches without looking for tiles.
+
+#include <cmath>
+#include <cstdint>
+#include <iostream>
+#include <numbers>
+
+#include "QelClients.h"
+
+class TurnOp : public QelImageOp {
+  public:
+    TurnOp(MoxSmartPtr<Qel2DImage> input, double angle)
+        : input_(std::move(input)), cos_(std::cos(angle)), sin_(std::sin(angle)) {}
+
+    bool genOutputInfo(QelImageInfo & info, QelOpContext) override {
+        return imageOutputInfo(input_, info);
+    }
+
+    // Called by several threads at once, maybe: each call has iterators of its own.
+    void compute(QelRectBuffer * buffer, QelOpContext) override {
+        QelRect const & rect = buffer->rect();
+        QelRect const & all = input_->imageRect();
+        QelRandomConstIter<std::uint8_t> from(input_);
+        QelRectBufferIter<std::uint8_t> to(buffer, rect, QelSimpleRectBufferIter::bandPixelLine);
+        to.initialize();
+        for (int y = rect.y; y <= rect.bottom(); ++y) {
+            for (int x = rect.x; x <= rect.right(); ++x) {
+                double const dx = x - (all.width - 1) / 2.0;
+                double const dy = y - (all.height - 1) / 2.0;
+                auto const fromX = static_cast<int>(std::lround(x - dx + cos_ * dx + sin_ * dy));
+                auto const fromY = static_cast<int>(std::lround(y - dy - sin_ * dx + cos_ * dy));
+                bool const inside = all.contains(fromX, fromY);
+                for (int band = 0; band < buffer->numBands(); ++band, to.next())
+                    to.set(inside ? from.get(fromX, fromY, band) : 0);  // black around it
+            }
+        }
+    }
+
+  private:
+    MoxSmartPtr<Qel2DImage> input_;
+    double cos_, sin_;
+};
+
+int main() {
+    MoxSmartPtr<Qel2DImage> const card = new Qel2DImage(new QelTestCardOp(300, 200));
+    card->setCacheTiles(true);  // the iterator comes back to tiles that it left
+    MoxSmartPtr<Qel2DImage> const turned = new Qel2DImage(new TurnOp(card, std::numbers::pi / 2));
+    turned->setCacheTiles(true);
+
+    // Pixel (x, y) comes from (y + 50, 249 - x), which lies beside the card at times.
+    QelRandomConstIter<std::uint8_t> is(turned), was(card);
+    int wrong = 0;
+    for (int y = 0; y < 200; ++y)
+        for (int x = 0; x < 300; ++x)
+            wrong += is.get(x, y) != (x < 50 || x > 249 ? 0 : was.get(y + 50, 249 - x));
+    std::cout << wrong << " pixels are wrong\n";
+    return wrong == 0 ? 0 : 1;
+}
