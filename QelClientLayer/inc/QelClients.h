@@ -4,6 +4,8 @@
 
 #include "Qel.h"
 #include "QelBlurOp.h"
+#include "QelConvolutionKernel.h"
+#include "QelConvolveOp.h"
 #include "QelInvertOp.h"
 #include "QelJpegReaderOp.h"
 #include "QelLinearOp.h"

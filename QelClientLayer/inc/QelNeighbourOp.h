@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "MoxSmartPtr.h"
@@ -7,15 +8,15 @@
 #include "QelImageOp.h"
 #include "QelPixelRows.h"
 
-// Base of operations that make each element of a pixel from the same element of three by three
-// pixels of one input image, in the same way for all bands. At the edges of the image the
-// outermost pixels are repeated. The result has the size, the bands, the element type and the tile
-// grid of the input.
+// Base of operations that make each element of a pixel from the same element of the pixels around
+// it in one input image, in the same way for all bands: of a square of 2 * reach + 1 pixels a side.
+// At the edges of the image the outermost pixels are repeated. The result has the size, the bands,
+// the element type and the tile grid of the input.
 //
 // A tile of the result needs the rims of the eight tiles around it in the input. The operation
-// keeps the input tiles that it used last, about three rows of them, so that each is computed
-// once when the result is pulled in any regular order; they go with the operation. A buffer to
-// compute must not overlap the memory of the input.
+// keeps the input tiles that it used last, about as many rows of them as the square touches, so
+// that each is computed once when the result is pulled in any regular order; they go with the
+// operation. A buffer to compute must not overlap the memory of the input.
 //
 // A client derives and implements changeElements(). Safe from any thread, as that is.
 class QEL_API QelNeighbourOp : public QelImageOp {
@@ -33,8 +34,11 @@ class QEL_API QelNeighbourOp : public QelImageOp {
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
 
   protected:
-    // A null input makes the report a bad one.
-    explicit QelNeighbourOp(MoxSmartPtr<Qel2DImage> input);
+    // A null input makes the report a bad one. Raises 13 for a reach below 0.
+    explicit QelNeighbourOp(MoxSmartPtr<Qel2DImage> input, std::int32_t reach = 1);
+
+    // In pixels.
+    std::int32_t reach() const { return reach_; }
 
     // True here for the eight types of numbers.
     virtual bool supports(QelDataType type) const;
@@ -51,5 +55,6 @@ class QEL_API QelNeighbourOp : public QelImageOp {
     void assemble(QelRectBuffer & scratch);
 
     MoxSmartPtr<Qel2DImage> input_;
+    std::int32_t reach_;
     std::unique_ptr<Workspace> workspace_;
 };

@@ -1,43 +1,54 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "MoxSmartPtr.h"
 #include "Qel2DImage.h"
+#include "QelExport.h"
 #include "QelImageOp.h"
 
-// A number that an operation is made with.
+// A number, or a list of numbers, that an operation is made with.
 struct QelOpParameter {
     std::string name;
     std::string summary;
-    double defaultValue = 0;
-    double min = 0;  // inclusive, as max
+    std::optional<double> defaultValue = 0;  // none: the parameter may be left out
+    double min = 0;                          // inclusive, as max
     double max = 0;
     bool whole = false;  // takes integers only
+    bool list = false;   // takes one number or more
 
-    // "integer" or "number"
-    char const * typeName() const { return whole ? "integer" : "number"; }
+    // "integer" or "number", or "list of integers" or "list of numbers".
+    QEL_API char const * typeName() const;
 };
+
+// What the parameters of an operation are given, in their order: the numbers of a list, or one;
+// none for a parameter that is left out and has no default.
+using QelOpValues = std::vector<std::vector<double>>;
 
 // An operation as a user knows it: a name, a line of text, and how to make it over an input image
 // from the values of its parameters, in their order.
 struct QelOpDescription {
     using Factory = std::function<MoxSmartPtr<QelImageOp>(MoxSmartPtr<Qel2DImage> input,
-                                                          std::vector<double> const & values)>;
+                                                          QelOpValues const & values)>;
+    // Raises 13 for values that do not go together.
+    using Check = std::function<void(QelOpValues const & values)>;
 
     std::string name;
     std::string summary;
     std::vector<QelOpParameter> parameters;
     Factory make;
+    Check check = nullptr;
 };
 
 // The operations that can be asked for by name, in texts of the form
 //     OP[:NAME=VALUE[,NAME=VALUE]...]
 // as in "blur" and "linear:gain=1.5,offset=-20". Parameters that are not named take their
-// defaults. Numbers are decimal, with a point whatever the locale.
+// defaults. Numbers are decimal, with a point whatever the locale; those of a list are separated by
+// colons, as in "sharpen:kernel=0:-1:0:-1:5:-1:0:-1:0".
 //
 // A value; one object is changed by one thread.
 class QEL_API QelOpCatalog {
@@ -45,7 +56,7 @@ class QEL_API QelOpCatalog {
     // A text that was understood: which operation, with which values. Refers to the catalog.
     struct Call {
         QelOpDescription const * op = nullptr;
-        std::vector<double> values;
+        QelOpValues values;
 
         MoxSmartPtr<QelImageOp> make(MoxSmartPtr<Qel2DImage> input) const {
             return op->make(std::move(input), values);
@@ -72,8 +83,8 @@ class QEL_API QelOpCatalog {
     QelOpDescription const * find(std::string_view name) const;
 
     // Raises 13 for an unknown operation or parameter, listing those that there are; for a
-    // parameter that is given twice or without a value; and for a value that is no number or out
-    // of range.
+    // parameter that is given twice or without a value; for a value that is no number or out of
+    // range; and what the operation's check raises.
     Call parse(std::string_view text) const;
 
   private:

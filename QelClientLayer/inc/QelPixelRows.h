@@ -20,13 +20,16 @@ struct QelPixelRows {
     std::int64_t rows = 0;
 };
 
-// The same for an operation that also reads the eight neighbours of each pixel. Where a side has
-// no neighbours, the pixels at this side stand in for them.
+// The same for an operation that also reads the pixels around each pixel, at one side at most as
+// many as it reaches. Where there are fewer, the outermost pixels at this side stand in for those
+// that are missing.
 struct QelPixelNeighbours {
     QelPixelRows rows;
     std::int64_t spread = 1;  // elements from a pixel to the next one in its row
-    bool hasLeft = false;     // may elements left of each row be read?
-    bool hasRight = false;
-    bool hasAbove = false;
-    bool hasBelow = false;
+    // Pixels left of each row that may be read; right of each row; rows above the first one; and
+    // rows below the last one.
+    std::int64_t left = 0;
+    std::int64_t right = 0;
+    std::int64_t above = 0;
+    std::int64_t below = 0;
 };

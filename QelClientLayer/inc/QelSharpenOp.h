@@ -1,19 +1,25 @@
 #pragma once
 
-#include "QelNeighbourOp.h"
+#include "QelConvolveOp.h"
 
-// A slight sharpening, with weights
+// A sharpening. Without a kernel it is a slight one, with weights
 //      0 -1  0
 //     -1  8 -1    divided by 4.
 //      0 -1  0
-// Integers are rounded to the nearest, halves upwards, and limited to the range of their type;
-// Float and Double are summed in their own precision and not limited.
-class QEL_API QelSharpenOp : public QelNeighbourOp {
+// Integers of this one are rounded to the nearest, halves upwards, and limited to the range of
+// their type; everything else is as QelConvolveOp says.
+class QEL_API QelSharpenOp : public QelConvolveOp {
   public:
     explicit QelSharpenOp(MoxSmartPtr<Qel2DImage> input);
+    // QelConvolutionKernel::unsharp(radius).
+    QelSharpenOp(MoxSmartPtr<Qel2DImage> input, std::int32_t radius);
+    QelSharpenOp(MoxSmartPtr<Qel2DImage> input, QelConvolutionKernel kernel);
     ~QelSharpenOp() override;
-    using QelNeighbourOp::operator=;
+    using QelConvolveOp::operator=;
 
   protected:
     void changeElements(int type, QelPixelNeighbours const & pixels) const override;
+
+  private:
+    bool slight_ = false;
 };

@@ -1,6 +1,8 @@
 #include "QelNeighbourOp.h"
 
 #include <algorithm>
+#include <cstring>
+#include <string>
 #include <utility>
 
 #include "QelCoreMisc.h"
@@ -17,22 +19,42 @@ class QelNeighbourOp::Workspace {
 
 namespace {
 
-// With one more pixel on each side, as far as the image reaches.
-QelRect withRim(QelRect const & rect, QelRect const & image) {
-    return QelRect(rect.x - 1, rect.y - 1, rect.width + 2, rect.height + 2).intersect(image);
-}
+// Pixels that there are of `reach` on each side of a part of the image.
+struct Rim {
+    Rim(QelRect const & part, QelRect const & image, std::int64_t reach)
+        : left(std::min(reach, std::int64_t{part.x} - image.x)),
+          right(std::min(reach, image.right() - part.right())),
+          above(std::min(reach, std::int64_t{part.y} - image.y)),
+          below(std::min(reach, image.bottom() - part.bottom())) {}
 
-// Three rows of tiles, so that pulling the result row by row, or column by column in an image
-// that is not much higher than wide, computes each once; and some more for threads that are not
-// in step.
-std::size_t windowSize(Qel2DImage const & image) {
-    return 3 * static_cast<std::size_t>(image.tilesAcross()) + 16;
+    QelRect around(QelRect const & part) const {
+        return {static_cast<std::int32_t>(part.x - left), static_cast<std::int32_t>(part.y - above),
+                static_cast<std::int32_t>(part.width + left + right),
+                static_cast<std::int32_t>(part.height + above + below)};
+    }
+
+    std::int64_t left, right, above, below;
+};
+
+// All rows of tiles that the pixels around one row of tiles touch, so that pulling the result row
+// by row, or column by column in an image that is not much higher than wide, computes each once;
+// and some more for threads that are not in step.
+std::size_t windowSize(Qel2DImage const & image, std::int64_t reach) {
+    std::int64_t const tileHeight = std::max(1, image.dataOrg()->tileHeight());
+    std::int64_t const rows = 2 * ((reach + tileHeight - 1) / tileHeight) + 1;
+    return static_cast<std::size_t>(std::min<std::int64_t>(rows, image.tilesDown()) *
+                                    image.tilesAcross()) +
+           16;
 }
 
 }  // namespace
 
-QelNeighbourOp::QelNeighbourOp(MoxSmartPtr<Qel2DImage> input)
-    : input_(std::move(input)), workspace_(std::make_unique<Workspace>()) {}
+QelNeighbourOp::QelNeighbourOp(MoxSmartPtr<Qel2DImage> input, std::int32_t reach)
+    : input_(std::move(input)), reach_(reach), workspace_(std::make_unique<Workspace>()) {
+    if (reach < 0) {
+        qelRaise(13, "An operation cannot reach over " + std::to_string(reach) + " pixels");
+    }
+}
 
 QelNeighbourOp::~QelNeighbourOp() = default;
 
@@ -52,7 +74,7 @@ void QelNeighbourOp::compute(QelRectBuffer * buffer, QelOpContext opContext) {
     int const type = qelCheckTarget(*buffer, info());
     QelRect const rect = buffer->rect().intersect(input_->imageRect());
     if (rect.isEmpty()) return;
-    QelRect const wanted = withRim(rect, input_->imageRect());
+    QelRect const wanted = Rim(rect, input_->imageRect(), reach_).around(rect);
     if (MoxSmartPtr<QelTile> const tile = qelCompleteTile(*input_, wanted)) {
         change(type, *tile, *buffer, rect);
         return;
@@ -65,25 +87,30 @@ void QelNeighbourOp::compute(QelRectBuffer * buffer, QelOpContext opContext) {
 // Tile by tile and not by fillRWBuffer(), which would compute the rims of tiles for one caller
 // and drop them: in a chain of such operations each rim would be computed from rims, and their
 // number would double with each operation.
+//
+// An image that wraps a buffer need not have all of its pixels; those are 0, as getData() has it.
 void QelNeighbourOp::assemble(QelRectBuffer & scratch) {
+    if (input_->tilesAcross() == 1 && input_->tilesDown() == 1) {
+        std::memset(scratch.getData(), 0, static_cast<std::size_t>(scratch.dataOrg()->size()));
+    }
     for (Qel2DImage::TileIterator at(input_, scratch.rect()); !at.done(); at.next()) {
         MoxSmartPtr<QelTile> const tile = at.getTile();
-        workspace_->window.keep(tile, windowSize(*input_));
+        workspace_->window.keep(tile, windowSize(*input_, reach_));
         scratch.copyFrom(*tile, scratch.rect());
     }
 }
 
 void QelNeighbourOp::change(int type, QelRectBuffer const & source, QelRectBuffer & target,
                             QelRect const & rect) const {
-    QelRect const & image = input_->imageRect();
+    Rim const rim(rect, input_->imageRect(), reach_);
     qelEachBand(source, target, rect, [&](QelPixelRows const & rows, int spread) {
         QelPixelNeighbours pixels;
         pixels.rows = rows;
         pixels.spread = spread;
-        pixels.hasLeft = rect.x > image.x;
-        pixels.hasRight = rect.right() < image.right();
-        pixels.hasAbove = rect.y > image.y;
-        pixels.hasBelow = rect.bottom() < image.bottom();
+        pixels.left = rim.left;
+        pixels.right = rim.right;
+        pixels.above = rim.above;
+        pixels.below = rim.below;
         changeElements(type, pixels);
     });
 }

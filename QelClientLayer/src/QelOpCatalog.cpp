@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "QelBlurOp.h"
+#include "QelConvolutionKernel.h"
 #include "QelError.h"
 #include "QelInvertOp.h"
 #include "QelLinearOp.h"
@@ -80,6 +81,17 @@ double parseValue(QelOpDescription const & op, QelOpParameter const & parameter,
                      shown(parameter.max));
 }
 
+std::vector<double> parseValues(QelOpDescription const & op, QelOpParameter const & parameter,
+                                std::string_view text) {
+    std::vector<double> values;
+    bool more = true;
+    while (more) {
+        more = parameter.list && text.find(':') != std::string_view::npos;
+        values.push_back(parseValue(op, parameter, more ? takeUntil(text, ':') : text));
+    }
+    return values;
+}
+
 void parseParameters(QelOpCatalog::Call & call, std::string_view rest) {
     QelOpDescription const & op = *call.op;
     std::vector<bool> given(op.parameters.size());
@@ -93,40 +105,84 @@ void parseParameters(QelOpCatalog::Call & call, std::string_view rest) {
         if (!assigned) qelRaise(13, "The parameter " + name + " has no value");
         if (given[at]) qelRaise(13, "The parameter " + name + " is given twice");
         given[at] = true;
-        call.values[at] = parseValue(op, op.parameters[at], value);
+        call.values[at] = parseValues(op, op.parameters[at], value);
     }
 }
 
 template <class Op>
 QelOpDescription plain(char const * name, char const * summary) {
-    return {name, summary, {}, [](MoxSmartPtr<Qel2DImage> input, std::vector<double> const &) {
+    return {name, summary, {}, [](MoxSmartPtr<Qel2DImage> input, QelOpValues const &) {
                 return MoxSmartPtr<QelImageOp>(new Op(std::move(input)));
             }};
 }
 
 QelOpDescription linear() {
     constexpr double most = 1e6;
-    return {
-        "linear",
-        "gain * value + offset, limited to the range of the type",
-        {{"gain", "factor of contrast", 1, -most, most, false},
-         {"offset", "added after the gain, in pixel values", 0, -most, most, false}},
-        [](MoxSmartPtr<Qel2DImage> input, std::vector<double> const & values) {
-            return MoxSmartPtr<QelImageOp>(new QelLinearOp(std::move(input), values[0], values[1]));
-        }};
+    return {"linear",
+            "gain * value + offset, limited to the range of the type",
+            {{"gain", "factor of contrast", 1, -most, most, false},
+             {"offset", "added after the gain, in pixel values", 0, -most, most, false}},
+            [](MoxSmartPtr<Qel2DImage> input, QelOpValues const & values) {
+                return MoxSmartPtr<QelImageOp>(
+                    new QelLinearOp(std::move(input), values[0].front(), values[1].front()));
+            }};
+}
+
+// The values of the parameters of convolving().
+std::vector<double> const & radiusOf(QelOpValues const & values) {
+    return values[0];
+}
+std::vector<double> const & weightsOf(QelOpValues const & values) {
+    return values[1];
+}
+
+void checkKernel(char const * op, QelOpValues const & values) {
+    if (weightsOf(values).empty()) return;
+    if (!radiusOf(values).empty()) {
+        qelRaise(13, std::string("The operation ") + op + " takes a radius or a kernel, not both");
+    }
+    QelConvolutionKernel(weightsOf(values));
+}
+
+template <class Op>
+MoxSmartPtr<QelImageOp> makeConvolving(MoxSmartPtr<Qel2DImage> input, QelOpValues const & values) {
+    if (!weightsOf(values).empty()) {
+        return new Op(std::move(input), QelConvolutionKernel(weightsOf(values)));
+    }
+    if (radiusOf(values).empty()) return new Op(std::move(input));
+    return new Op(std::move(input), static_cast<std::int32_t>(radiusOf(values).front()));
+}
+
+template <class Op>
+QelOpDescription convolving(char const * name, char const * summary, char const * radius) {
+    constexpr double most = 1e6;
+    return {name,
+            summary,
+            {{"radius", radius, std::nullopt, 1, QelConvolutionKernel::maxReach, true},
+             {"kernel", "weights of a square of pixels around each, row by row, such as 9 or 25",
+              std::nullopt, -most, most, false, true}},
+            makeConvolving<Op>,
+            [name](QelOpValues const & values) { checkKernel(name, values); }};
 }
 
 QelOpCatalog makeStandard() {
     QelOpCatalog catalog;
-    catalog.add(plain<QelBlurOp>("blur", "weighted mean of 3 by 3 pixels: 1 2 1, 2 4 2, 1 2 1"));
+    catalog.add(convolving<QelBlurOp>("blur", "weighted mean of 3 by 3 pixels: 1 2 1, 2 4 2, 1 2 1",
+                                      "of a wider blur, in pixels"));
     catalog.add(plain<QelInvertOp>("invert", "the negative"));
     catalog.add(linear());
-    catalog.add(plain<QelSharpenOp>("sharpen",
-                                    "stronger edges, from 3 by 3 pixels: 0 -1 0, -1 8 -1, 0 -1 0"));
+    catalog.add(convolving<QelSharpenOp>(
+        "sharpen", "stronger edges, from 3 by 3 pixels: 0 -1 0, -1 8 -1, 0 -1 0",
+        "of the blur that is taken away from twice the pixel"));
     return catalog;
 }
 
 }  // namespace
+
+char const * QelOpParameter::typeName() const {
+    if (list) return whole ? "list of integers" : "list of numbers";
+    return whole ? "integer" : "number";
+}
 
 QelOpCatalog::QelOpCatalog() = default;
 QelOpCatalog::~QelOpCatalog() = default;
@@ -166,8 +222,10 @@ QelOpCatalog::Call QelOpCatalog::parse(std::string_view text) const {
         qelRaise(13, "There is no operation " + quoted(name) + "; there are " + listed(ops_));
     }
     for (QelOpParameter const & each : call.op->parameters) {
-        call.values.push_back(each.defaultValue);
+        call.values.emplace_back();
+        if (each.defaultValue) call.values.back().push_back(*each.defaultValue);
     }
     if (withParameters) parseParameters(call, rest);
+    if (call.op->check) call.op->check(call.values);
     return call;
 }

@@ -4,76 +4,10 @@
 
 #include "QelOpKernels.h"
 
-#include <limits>
-#include <type_traits>
+#include "QelKernelElements.h"
 
 namespace qelOps::QEL_KERNEL_SET {
 namespace {
-
-// ---- Elements
-
-// Pixels may lie at any address and are seen as several types.
-template <class T>
-struct [[gnu::packed, gnu::may_alias]] Unaligned {
-    T value;
-};
-
-template <class T>
-inline T load(std::uint8_t const * address) {
-    return reinterpret_cast<Unaligned<T> const *>(address)->value;
-}
-
-template <class T>
-inline void store(std::uint8_t * address, T value) {
-    reinterpret_cast<Unaligned<T> *>(address)->value = value;
-}
-
-template <class T>
-constexpr bool isReal = std::is_floating_point<T>::value;
-
-// In which arithmetic with real numbers is done on elements of type T.
-template <class T>
-using RealOf = std::conditional_t<std::is_same<T, double>::value || (!isReal<T> && sizeof(T) == 4),
-                                  double, float>;
-
-// In which sums of integers of type T are exact.
-template <class T>
-using SumOf = std::conditional_t<
-    isReal<T>, T,
-    std::conditional_t<sizeof(T) == 4, std::int64_t,
-                       std::conditional_t<sizeof(T) == 2, std::int32_t, std::int16_t>>>;
-
-// To the nearest integer, halves to the even one, for numbers within 32 bits. Adding and taking
-// away a number that leaves no bits for fractions rounds on every processor, and vectorises where
-// a call of rint() would not.
-inline float rounded(float x) {
-    constexpr float noFractions = 12582912.0F;  // 1.5 * 2^23: for numbers within 22 bits
-    return (x + noFractions) - noFractions;
-}
-inline double rounded(double x) {
-    constexpr double noFractions = 6755399441055744.0;  // 1.5 * 2^52
-    return (x + noFractions) - noFractions;
-}
-
-// The limits hold for T exactly. NaN becomes the lower one.
-template <class T, class Real>
-inline T limited(Real x) {
-    constexpr Real lowest = static_cast<Real>(std::numeric_limits<T>::lowest());
-    constexpr Real highest = static_cast<Real>(std::numeric_limits<T>::max());
-    Real const raised = x > lowest ? x : lowest;
-    Real const within = rounded(raised < highest ? raised : highest);
-    // There are vector instructions for int32, but none for narrower integers.
-    using Integer = std::conditional_t<std::is_same<T, std::uint32_t>::value, T, std::int32_t>;
-    return static_cast<T>(static_cast<Integer>(within));
-}
-
-template <class T>
-inline T limitedSum(SumOf<T> sum) {
-    constexpr SumOf<T> lowest = std::numeric_limits<T>::lowest();
-    constexpr SumOf<T> highest = std::numeric_limits<T>::max();
-    SumOf<T> const lowered = sum < highest ? sum : highest;
-    return static_cast<T>(lowered > lowest ? lowered : lowest);
-}
 
 // ---- Point operations
 
@@ -239,8 +173,8 @@ inline void weighRow(QelPixelNeighbours const & pixels, Lines const & lines, Wei
     std::int64_t const toStep = dense ? std::int64_t{sizeof(T)} : pixels.rows.toStep;
     std::int64_t const count = pixels.rows.count;
     std::int64_t const distance = pixels.spread * fromStep;
-    std::int64_t const first = pixels.hasLeft ? 0 : pixels.spread;
-    std::int64_t const last = pixels.hasRight ? count : count - pixels.spread;
+    std::int64_t const first = pixels.left > 0 ? 0 : pixels.spread;
+    std::int64_t const last = pixels.right > 0 ? count : count - pixels.spread;
     auto const weighFrom = [&](Part const & part) {
         weighPart<T>(lines.above, lines.at, lines.below, lines.to, fromStep, toStep, part, weigh);
     };
@@ -258,8 +192,8 @@ inline void eachRow(QelPixelNeighbours const & pixels, Weigh const & weigh) {
     QelPixelRows const & rows = pixels.rows;
     for (std::int64_t y = 0; y < rows.rows; ++y) {
         std::uint8_t const * const at = rows.from + y * rows.fromLine;
-        bool const hasAbove = y > 0 || pixels.hasAbove;
-        bool const hasBelow = y + 1 < rows.rows || pixels.hasBelow;
+        bool const hasAbove = y > 0 || pixels.above > 0;
+        bool const hasBelow = y + 1 < rows.rows || pixels.below > 0;
         Lines const lines{hasAbove ? at - rows.fromLine : at, at,
                           hasBelow ? at + rows.fromLine : at, rows.to + y * rows.toLine};
         weighRow<T, dense>(pixels, lines, weigh);

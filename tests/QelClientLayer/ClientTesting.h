@@ -156,6 +156,25 @@ inline void setContent(std::string const & file, Bytes const & bytes) {
     if (!out) ADD_FAILURE() << "cannot write " << file;
 }
 
+// Makes the pixels of a buffer that it holds, as a source of many tiles does.
+class PictureOp : public QelImageOp {
+  public:
+    explicit PictureOp(MoxSmartPtr<QelRectBuffer> picture) : picture_(std::move(picture)) {}
+
+    bool genOutputInfo(QelImageInfo & info, QelOpContext) override {
+        info.setSize(picture_->rect().width, picture_->rect().height);
+        info.setNumBands(picture_->numBands());
+        info.setPrecision(picture_->dataOrg()->precision());
+        return true;
+    }
+    void compute(QelRectBuffer * buffer, QelOpContext) override {
+        buffer->copyFrom(*picture_, buffer->rect());
+    }
+
+  private:
+    MoxSmartPtr<QelRectBuffer> picture_;
+};
+
 // A buffer at (0,0) with random pixels, side by side.
 inline MoxSmartPtr<QelRectBuffer> randomPicture(Random & random, std::int32_t width,
                                                 std::int32_t height, int bands, QelDataType type) {

@@ -108,6 +108,47 @@ TEST(QelNeighbourOp, EachTileIsComputedOnceWhenPulledByColumns) {
     EXPECT_EQ(36, computed(*source));
 }
 
+// With a reach of several tiles, and of one that is no multiple of them.
+TEST(QelNeighbourOp, EachTileIsComputedOnceWhenPulledByRowsAlsoWithAReachBeyondTheNextTile) {
+    struct Row {
+        std::int32_t tileWidth, tileHeight, reach;
+    };
+    for (Row const & row : {Row{16, 16, 40}, Row{16, 16, 64}, Row{32, 16, 17}, Row{7, 5, 40},
+                            Row{2, 40, 64}, Row{40, 2, 64}, Row{4, 4, 64}}) {
+        SCOPED_TRACE(std::to_string(row.tileWidth) + " by " + std::to_string(row.tileHeight) +
+                     ", reach " + std::to_string(row.reach));
+        TileSize const tiles(row.tileWidth, row.tileHeight);
+        auto const source =
+            MoxSmartPtr<CountingOp>(new CountingOp(new GradientOp({.width = 300,
+                                                                   .height = 300,
+                                                                   .tileWidth = row.tileWidth,
+                                                                   .tileHeight = row.tileHeight})));
+        MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(source.get());
+        Qel2DImage image(new QelBlurOp(input, row.reach));
+        int const grid = input->tilesAcross() * input->tilesDown();
+        EXPECT_EQ(((300 + row.tileWidth - 1) / row.tileWidth) *
+                      ((300 + row.tileHeight - 1) / row.tileHeight),
+                  grid);
+        for (int y = 0; y < image.tilesDown(); ++y) {
+            for (int x = 0; x < image.tilesAcross(); ++x)
+                image.getTile(x, y);
+        }
+        EXPECT_EQ(grid, source->computes());
+        EXPECT_EQ(300 * 300, source->pixels());
+    }
+}
+
+TEST(QelNeighbourOp, RefusesAReachBelow0) {
+    class BackwardOp : public QelNeighbourOp {
+      public:
+        BackwardOp() : QelNeighbourOp(nullptr, -1) {}
+
+      protected:
+        void changeElements(int, QelPixelNeighbours const &) const override {}
+    };
+    expectRaises(13, "An operation cannot reach over -1 pixels", [] { BackwardOp(); });
+}
+
 TEST(QelNeighbourOp, ChainsComputeOneRingOfTilesMoreForEachOperation) {
     MoxSmartPtr<Qel2DImage> image = gradientImage(10000, 10000);
     std::vector<MoxSmartPtr<Qel2DImage>> chain{image};
@@ -162,6 +203,33 @@ TEST(QelNeighbourOp, ReadsAWrappedBufferWhereItIs) {
         return weighedElement(blurKernel, QelDataType::UChar, gradientAt, QelRect(0, 0, 300, 200),
                               x, y, band);
     }));
+}
+
+// The image of a buffer that starts at (20,10) has pixels without memory left of it and above it.
+TEST(QelNeighbourOp, AWrappedBufferIsZeroWhereItHasNoPixels) {
+    QelRect const there(20, 10, 30, 25);
+    MoxSmartPtr<QelRectBuffer> const picture =
+        new QelRectBuffer(there, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
+    fillPixels(*picture, there,
+               [](auto x, auto y, int band) { return 100 + gradientAt(x, y, band); });
+    auto const framed = [&](std::int32_t x, std::int32_t y, int band) {
+        return there.contains(x, y) ? 100 + gradientAt(x, y, band) : 0;
+    };
+    MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(picture.get());
+    ASSERT_EQ(QelRect(0, 0, 50, 35), input->imageRect());
+    auto const expected = [&](std::int32_t x, std::int32_t y, int band) {
+        return weighedElement(blurKernel, QelDataType::UChar, framed, QelRect(0, 0, 50, 35), x, y,
+                              band);
+    };
+    QelBlurOp op(input);
+    // The memory of the first result is used for the others, too.
+    for (QelRect const & rect : {there, QelRect(0, 0, 50, 35), QelRect(15, 5, 20, 20),
+                                 QelRect(0, 0, 10, 5), QelRect(19, 9, 1, 1)}) {
+        SCOPED_TRACE(rect);
+        QelRectBuffer result(rect, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
+        op.compute(&result, 0);
+        EXPECT_TRUE(showsPixels(result, rect, expected));
+    }
 }
 
 TEST(QelNeighbourOp, FaultsOfTheInputPassThrough) {

@@ -39,17 +39,53 @@ TEST(QelOpCatalog, DescribesParameters) {
     EXPECT_EQ(nullptr, standard().find("Linear"));
 }
 
+TEST(QelOpCatalog, BlurAndSharpenHaveARadiusAndAKernelThatMayBeLeftOut) {
+    for (char const * const name : {"blur", "sharpen"}) {
+        SCOPED_TRACE(name);
+        std::vector<QelOpParameter> const & parameters = standard().find(name)->parameters;
+        ASSERT_EQ(2U, parameters.size());
+        EXPECT_EQ("radius", parameters[0].name);
+        EXPECT_EQ(std::nullopt, parameters[0].defaultValue);
+        EXPECT_EQ(1, parameters[0].min);
+        EXPECT_EQ(64, parameters[0].max);
+        EXPECT_STREQ("integer", parameters[0].typeName());
+        EXPECT_EQ("kernel", parameters[1].name);
+        EXPECT_EQ(std::nullopt, parameters[1].defaultValue);
+        EXPECT_EQ(-1e6, parameters[1].min);
+        EXPECT_EQ(1e6, parameters[1].max);
+        EXPECT_STREQ("list of numbers", parameters[1].typeName());
+    }
+}
+
+TEST(QelOpCatalog, NamesTypes) {
+    QelOpParameter parameter;
+    EXPECT_STREQ("number", parameter.typeName());
+    parameter.list = true;
+    EXPECT_STREQ("list of numbers", parameter.typeName());
+    parameter.whole = true;
+    EXPECT_STREQ("list of integers", parameter.typeName());
+    parameter.list = false;
+    EXPECT_STREQ("integer", parameter.typeName());
+}
+
 TEST(QelOpCatalog, ReadsParametersInAnyOrder) {
     struct Row {
         char const * text;
-        std::vector<double> values;
+        QelOpValues values;
     };
-    for (Row const & row : std::vector<Row>{{"invert", {}},
-                                            {"linear", {1, 0}},
-                                            {"linear:gain=2", {2, 0}},
-                                            {"linear:offset=-7.25", {1, -7.25}},
-                                            {"linear:offset=1e3,gain=-0.5", {-0.5, 1000}},
-                                            {"linear:gain=1000000", {1e6, 0}}}) {
+    for (Row const & row : std::vector<Row>{
+             {"invert", {}},
+             {"linear", {{1}, {0}}},
+             {"linear:gain=2", {{2}, {0}}},
+             {"linear:offset=-7.25", {{1}, {-7.25}}},
+             {"linear:offset=1e3,gain=-0.5", {{-0.5}, {1000}}},
+             {"linear:gain=1000000", {{1e6}, {0}}},
+             {"blur", {{}, {}}},
+             {"blur:radius=64", {{64}, {}}},
+             {"blur:kernel=3", {{}, {3}}},
+             {"sharpen:kernel=0:-1:0:-1:8:-1:0:-1:0", {{}, {0, -1, 0, -1, 8, -1, 0, -1, 0}}},
+             {"sharpen:kernel=1e-3:0:0:0:.5:0:0:0:1000000",
+              {{}, {1e-3, 0, 0, 0, .5, 0, 0, 0, 1e6}}}}) {
         QelOpCatalog::Call const call = standard().parse(row.text);
         EXPECT_EQ(row.values, call.values) << row.text;
     }
@@ -67,6 +103,23 @@ TEST(QelOpCatalog, MakesTheOperation) {
     EXPECT_NE(nullptr, dynamic_cast<QelInvertOp *>(makes("invert").get()));
     EXPECT_NE(nullptr, dynamic_cast<QelBlurOp *>(makes("blur").get()));
     EXPECT_NE(nullptr, dynamic_cast<QelSharpenOp *>(makes("sharpen").get()));
+}
+
+TEST(QelOpCatalog, MakesConvolutionsWithTheirKernels) {
+    MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new QelTestCardOp(20, 10));
+    auto const kernelOf = [&](char const * text) {
+        MoxSmartPtr<QelImageOp> const op = standard().parse(text).make(input);
+        return dynamic_cast<QelConvolveOp const &>(*op).kernel();
+    };
+    QelConvolutionKernel const slight({0, -1, 0, -1, 8, -1, 0, -1, 0});
+    EXPECT_EQ(QelConvolutionKernel::blur(1), kernelOf("blur"));
+    EXPECT_EQ(QelConvolutionKernel::blur(1), kernelOf("blur:radius=1"));
+    EXPECT_EQ(QelConvolutionKernel::blur(64), kernelOf("blur:radius=64"));
+    EXPECT_EQ(QelConvolutionKernel({2, 0, 0, 0, 0, 0, 0, 0, 0}),
+              kernelOf("blur:kernel=2:0:0:0:0:0:0:0:0"));
+    EXPECT_EQ(slight, kernelOf("sharpen"));
+    EXPECT_EQ(slight, kernelOf("sharpen:kernel=0:-1:0:-1:8:-1:0:-1:0"));
+    EXPECT_EQ(QelConvolutionKernel::unsharp(7), kernelOf("sharpen:radius=7"));
 }
 
 TEST(QelOpCatalog, UnknownOperationListsTheValidOnes) {
@@ -119,13 +172,66 @@ TEST(QelOpCatalog, ValuesMustBeInRange) {
                    "between -1000000 and 1000000"});
 }
 
+TEST(QelOpCatalog, RadiiMustBeIntegersInRange) {
+    for (char const * const value : {"1.5", "1:2", "", "1:", ":1", "x"}) {
+        std::string const text = std::string("blur:radius=") + value;
+        std::string const error =
+            std::string("The value of blur:radius is \"") + value + "\", it must be an integer";
+        expectRefused({text.c_str(), error.c_str()});
+    }
+    expectRefused({"blur:radius=0", "The value of blur:radius is 0, it must lie between 1 and 64"});
+    expectRefused(
+        {"blur:radius=-1", "The value of blur:radius is -1, it must lie between 1 and 64"});
+    expectRefused(
+        {"sharpen:radius=65", "The value of sharpen:radius is 65, it must lie between 1 and 64"});
+}
+
+// The text names the number that is none.
+TEST(QelOpCatalog, ListsHoldNumbersOnly) {
+    struct Row {
+        char const * list;
+        char const * wrong;
+    };
+    for (Row const & row :
+         {Row{"", ""}, Row{":", ""}, Row{"1:2:", ""}, Row{":1", ""}, Row{"1::2", ""},
+          Row{"1:x:3", "x"}, Row{"1:2 :3", "2 "}, Row{"1:nan", "nan"}, Row{"inf:1", "inf"},
+          Row{"1=2", "1=2"}, Row{"1;2", "1;2"}}) {
+        std::string const text = std::string("blur:kernel=") + row.list;
+        std::string const error =
+            std::string("The value of blur:kernel is \"") + row.wrong + "\", it must be a number";
+        expectRefused({text.c_str(), error.c_str()});
+    }
+    expectRefused(
+        {"blur:kernel=0:0:0:0:1000001:0:0:0:0",
+         "The value of blur:kernel is 1000001, it must lie between -1000000 and 1000000"});
+    expectRefused({"linear:gain=1:2", "The value of linear:gain is \"1:2\", it must be a number"});
+    expectRefused({"blur:kernel=1,2,1",
+                   "The operation blur has no parameter \"2\"; it has radius and kernel"});
+}
+
+TEST(QelOpCatalog, KernelsMustBeSquaresAroundAPixel) {
+    expectRefused({"sharpen:kernel=1:2",
+                   "A kernel of 2 weights is impossible; their number must be 1, 9, 25 or another "
+                   "square of an odd number up to 129"});
+    expectRefused({"blur:kernel=1:1:1:1",
+                   "A kernel of 4 weights is impossible; their number must be 1, 9, 25 or another "
+                   "square of an odd number up to 129"});
+}
+
+TEST(QelOpCatalog, ARadiusAndAKernelDoNotGoTogether) {
+    expectRefused(
+        {"blur:radius=1,kernel=1", "The operation blur takes a radius or a kernel, not both"});
+    expectRefused({"sharpen:kernel=1:2,radius=3",
+                   "The operation sharpen takes a radius or a kernel, not both"});
+}
+
 // A catalog of a client's own.
 QelOpDescription described(std::string const & name, std::string const & parameter) {
     return {name,
             "summary",
             {{parameter, "summary", 3, 1, 9, true}},
-            [](MoxSmartPtr<Qel2DImage> input, std::vector<double> const & values) {
-                return MoxSmartPtr<QelImageOp>(new QelLinearOp(input, values[0], 0));
+            [](MoxSmartPtr<Qel2DImage> input, QelOpValues const & values) {
+                return MoxSmartPtr<QelImageOp>(new QelLinearOp(input, values[0][0], 0));
             }};
 }
 
@@ -135,14 +241,28 @@ TEST(QelOpCatalog, TakesOperationsOfAClient) {
     catalog.add(described("add", "factor"));
     EXPECT_EQ("add", catalog.ops()[0].name);
     EXPECT_STREQ("integer", catalog.ops()[0].parameters[0].typeName());
-    EXPECT_EQ(std::vector<double>{3}, catalog.parse("zoom").values);
-    EXPECT_EQ(std::vector<double>{5}, catalog.parse("zoom:factor=5").values);
+    EXPECT_EQ(QelOpValues{{3}}, catalog.parse("zoom").values);
+    EXPECT_EQ(QelOpValues{{5}}, catalog.parse("zoom:factor=5").values);
     expectRaises(13, "The value of zoom:factor is \"2.5\", it must be an integer",
                  [&] { catalog.parse("zoom:factor=2.5"); });
     expectRaises(13, "There is no operation \"blur\"; there are add and zoom",
                  [&] { catalog.parse("blur"); });
     expectRaises(13, "There is no operation \"x\"; there are none",
                  [] { QelOpCatalog().parse("x"); });
+}
+
+TEST(QelOpCatalog, ChecksValuesTogetherAsAClientWishes) {
+    QelOpCatalog catalog;
+    QelOpDescription op = described("zoom", "factor");
+    op.parameters[0].list = true;
+    op.check = [](QelOpValues const & values) {
+        if (values[0].size() > 2) qelRaise(13, "too many");
+    };
+    catalog.add(op);
+    EXPECT_EQ((QelOpValues{{4, 9}}), catalog.parse("zoom:factor=4:9").values);
+    expectRaises(13, "too many", [&] { catalog.parse("zoom:factor=1:2:3"); });
+    expectRaises(13, "The value of zoom:factor is \"2.5\", it must be an integer",
+                 [&] { catalog.parse("zoom:factor=1:2.5"); });
 }
 
 TEST(QelOpCatalog, RefusesNamesThatCannotBeAskedFor) {

@@ -202,10 +202,10 @@ TEST(QelOpKernels, RandomNeighbourhoodsAgreeWithTheReference) {
             for (int band = 0; band < ground.bands; ++band) {
                 QelPixelNeighbours pixels;
                 pixels.rows = ground.rows(band, false);
-                pixels.hasLeft = ground.part.x > 0;
-                pixels.hasAbove = ground.part.y > 0;
-                pixels.hasRight = ground.part.right() < ground.whole.right();
-                pixels.hasBelow = ground.part.bottom() < ground.whole.bottom();
+                pixels.left = ground.part.x > 0;
+                pixels.above = ground.part.y > 0;
+                pixels.right = ground.part.right() < ground.whole.right();
+                pixels.below = ground.part.bottom() < ground.whole.bottom();
                 kernel[type.code()](pixels);
             }
             auto const expected = [&](std::int32_t x, std::int32_t y, int band) {

@@ -43,25 +43,6 @@ std::vector<OpCase> opCases() {
             neighbourCase<QelSharpenOp>("sharpen", sharpenKernel)};
 }
 
-// Makes the pixels of a buffer that it holds, as a source of many tiles does.
-class CopyOp : public QelImageOp {
-  public:
-    explicit CopyOp(MoxSmartPtr<QelRectBuffer> picture) : picture_(std::move(picture)) {}
-
-    bool genOutputInfo(QelImageInfo & info, QelOpContext) override {
-        info.setSize(picture_->rect().width, picture_->rect().height);
-        info.setNumBands(picture_->numBands());
-        info.setPrecision(picture_->dataOrg()->precision());
-        return true;
-    }
-    void compute(QelRectBuffer * buffer, QelOpContext) override {
-        buffer->copyFrom(*picture_, buffer->rect());
-    }
-
-  private:
-    MoxSmartPtr<QelRectBuffer> picture_;
-};
-
 // The pixels of `rect`, asked for in one of the ways that there are.
 MoxSmartPtr<QelRectBuffer> pull(Random & random, Qel2DImage & image, QelRect const & rect) {
     int const way = random.between(0, 3);
@@ -93,7 +74,7 @@ TEST(QelOps, RandomRegionsAgreeWithTheReference) {
             new QelRectBuffer(random.org(whole.width, whole.height, type, bands), whole);
         random.fill(*picture);
         MoxSmartPtr<Qel2DImage> const input =
-            random.coin() ? new Qel2DImage(picture.get()) : new Qel2DImage(new CopyOp(picture));
+            random.coin() ? new Qel2DImage(picture.get()) : new Qel2DImage(new PictureOp(picture));
         Qel2DImage image(op.make(input));
         for (int request = 0; request < 4; ++request) {
             QelRect const rect = random.part(whole);
@@ -108,7 +89,7 @@ TEST(QelOps, RandomRegionsAgreeWithTheReference) {
 
 // A chain of all operations, pulled as a whole with some tile size.
 MoxSmartPtr<QelRectBuffer> chained(MoxSmartPtr<QelRectBuffer> const & picture, TileSize const &) {
-    MoxSmartPtr<Qel2DImage> image = new Qel2DImage(new CopyOp(picture));
+    MoxSmartPtr<Qel2DImage> image = new Qel2DImage(new PictureOp(picture));
     for (OpCase const & op : opCases())
         image = new Qel2DImage(op.make(image));
     return allOf(*image);

@@ -14,8 +14,9 @@ void printOps() {
         std::cout << op.name << "\n    " << op.summary << '\n';
         for (QelOpParameter const & parameter : op.parameters) {
             std::cout << "    " << parameter.name << ": " << parameter.typeName() << " from "
-                      << parameter.min << " to " << parameter.max << ", default "
-                      << parameter.defaultValue << "; " << parameter.summary << '\n';
+                      << parameter.min << " to " << parameter.max;
+            if (parameter.defaultValue) std::cout << ", default " << *parameter.defaultValue;
+            std::cout << "; " << parameter.summary << '\n';
         }
     }
 }
