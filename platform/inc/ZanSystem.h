@@ -28,6 +28,19 @@ class QEL_API ZanSystem {
     virtual void * allocate(std::size_t bytes) noexcept;
     virtual void release(void * memory) noexcept;
 
+    // Memory by whole pages. The size of one in bytes, a power of two, the same for the life of
+    // the process.
+    virtual std::size_t pageSize() noexcept;
+    // Pages of their own, all zero, that can be read and written. Null when there are none, and
+    // for 0 bytes; errno then says why.
+    virtual void * mapMemory(std::size_t bytes) noexcept;
+    // Keeps pages in memory, where nothing moves them to a disk, and lets them go again. The limit
+    // of locked memory is the user's and often small. 0, or -1 and errno.
+    virtual int lockMemory(void * memory, std::size_t bytes) noexcept;
+    virtual int unlockMemory(void * memory, std::size_t bytes) noexcept;
+    // Gives pages of mapMemory() back. 0, or -1 and errno.
+    virtual int unmapMemory(void * memory, std::size_t bytes) noexcept;
+
     // Files. Each returns the POSIX call's result and leaves errno on failure; all but closeFile
     // are repeated when a signal interrupts them. Opened files are not inherited by programs that
     // the process starts. Reads and writes may transfer less than asked for.

@@ -1,6 +1,7 @@
 #include "ZanSystem.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -57,6 +58,28 @@ void * ZanSystem::allocate(std::size_t bytes) noexcept {
 
 void ZanSystem::release(void * memory) noexcept {
     ::operator delete(memory);
+}
+
+std::size_t ZanSystem::pageSize() noexcept {
+    return static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+void * ZanSystem::mapMemory(std::size_t bytes) noexcept {
+    void * const memory =
+        ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return memory != MAP_FAILED ? memory : nullptr;
+}
+
+int ZanSystem::lockMemory(void * memory, std::size_t bytes) noexcept {
+    return ::mlock(memory, bytes);
+}
+
+int ZanSystem::unlockMemory(void * memory, std::size_t bytes) noexcept {
+    return ::munlock(memory, bytes);
+}
+
+int ZanSystem::unmapMemory(void * memory, std::size_t bytes) noexcept {
+    return ::munmap(memory, bytes);
 }
 
 int ZanSystem::openFile(std::string const & name, int flags, unsigned mode) {

@@ -99,6 +99,69 @@ TEST_F(FaultySystemTest, FailsTheNthLaunch) {
     EXPECT_EQ(3U, system_.launches());
 }
 
+// The four operations on pages, once each. One letter each, in the order of
+// FaultySystem::MemoryOp: "y" when it was passed on, "-" when it failed with ENOMEM.
+std::string everyOperationOnPages(ZanSystem & system) {
+    std::size_t const bytes = system.pageSize();
+    void * const memory = system.mapMemory(bytes);
+    void * const usable = memory != nullptr ? memory : ZanSystem().mapMemory(bytes);
+    std::string results(1, memory != nullptr ? 'y' : '-');
+    for (auto const operation :
+         {&ZanSystem::lockMemory, &ZanSystem::unlockMemory, &ZanSystem::unmapMemory}) {
+        errno = 0;
+        // The system itself refuses to lock with EPERM or EAGAIN, or for lack of room.
+        results += (system.*operation)(usable, bytes) == 0 ? 'y' : '-';
+    }
+    if (results.front() == '-' || results.back() == '-') ZanSystem().unmapMemory(usable, bytes);
+    return results;
+}
+
+TEST_F(FaultySystemTest, FailsTheNthOperationOnPagesOfItsKindAndNoOther) {
+    std::string const good = everyOperationOnPages(system_);
+    if (good != "yyyy") GTEST_SKIP() << "no page may be locked here: " << good;
+    for (std::size_t op = 0; op < FaultySystem::memoryOps; ++op) {
+        SCOPED_TRACE(op);
+        std::string expected = "yyyy";
+        expected[op] = '-';
+        system_.failMemory(static_cast<FaultySystem::MemoryOp>(op), 2, ENOMEM);
+        EXPECT_EQ("yyyy", everyOperationOnPages(system_));
+        EXPECT_EQ(expected, everyOperationOnPages(system_));
+        EXPECT_EQ("yyyy", everyOperationOnPages(system_));
+        EXPECT_EQ(op + 1, system_.failures());
+        EXPECT_EQ(1 + 3 * (op + 1), system_.memoryCalls(static_cast<FaultySystem::MemoryOp>(op)));
+    }
+}
+
+TEST_F(FaultySystemTest, FailsAllMappingsFromTheNth) {
+    system_.failMemoryFrom(FaultySystem::MAP, 2, EAGAIN);
+    std::size_t const bytes = system_.pageSize();
+    void * const memory = system_.mapMemory(bytes);
+    EXPECT_NE(nullptr, memory);
+    for (int i = 0; i < 2; ++i) {
+        errno = 0;
+        EXPECT_EQ(nullptr, system_.mapMemory(bytes));
+        EXPECT_EQ(EAGAIN, errno);
+    }
+    EXPECT_EQ(0, system_.unmapMemory(memory, bytes));
+}
+
+TEST_F(FaultySystemTest, CountsPages) {
+    std::size_t const page = system_.pageSize();
+    void * const first = system_.mapMemory(page);
+    void * const second = system_.mapMemory(2 * page);
+    EXPECT_EQ(2U, system_.liveMappings());
+    EXPECT_EQ(3 * page, system_.mappedBytes());
+    EXPECT_EQ(0, system_.unmapMemory(first, page));
+    EXPECT_EQ(1U, system_.liveMappings());
+    EXPECT_EQ(2 * page, system_.mappedBytes());
+    EXPECT_EQ(0U, system_.foreignPages());
+    system_.unlockMemory(second, page);
+    EXPECT_EQ(1U, system_.foreignPages()) << "only half of them";
+    EXPECT_EQ(0, system_.unmapMemory(second, 2 * page));
+    EXPECT_EQ(0U, system_.liveMappings());
+    EXPECT_EQ(1U, system_.foreignPages());
+}
+
 class FaultyFileTest : public FaultySystemTest {
   protected:
     FaultyFileTest() {

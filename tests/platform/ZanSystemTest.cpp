@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -69,6 +70,99 @@ TEST(ZanSystemTest, SizeZeroGivesAnAddressOfItsOwn) {
 TEST(ZanSystemTest, MoreMemoryThanThereIsGivesNull) {
     if (sanitized) GTEST_SKIP() << "sanitizers end the program at such a request";
     EXPECT_EQ(nullptr, ZanSystem::current().allocate(SIZE_MAX / 2));
+}
+
+class ZanSystemPagesTest : public testing::Test {
+  protected:
+    ~ZanSystemPagesTest() override {
+        if (memory_ != nullptr) ::munmap(memory_, bytes_);
+    }
+
+    std::uint8_t * map() {
+        memory_ = system_.mapMemory(bytes_);
+        return static_cast<std::uint8_t *>(memory_);
+    }
+    int unmap() { return system_.unmapMemory(std::exchange(memory_, nullptr), bytes_); }
+
+    // Asking the system about pages that are not there fails with ENOMEM.
+    bool isMapped(void * memory) const {
+        unsigned char resident[3];
+        return ::mincore(memory, bytes_, resident) == 0;
+    }
+    // Of the process, in kilobytes, as the system tells it.
+    static long lockedKilobytes() {
+        std::ifstream status("/proc/self/status");
+        std::string word;
+        long kilobytes = -1;
+        while (status >> word) {
+            if (word == "VmLck:") status >> kilobytes;
+        }
+        return kilobytes;
+    }
+
+    ZanSystem & system_ = ZanSystem::current();
+    std::size_t const bytes_ = 3 * system_.pageSize();
+    void * memory_ = nullptr;
+};
+
+TEST_F(ZanSystemPagesTest, APageHasTheSizeThatTheSystemTells) {
+    std::size_t const page = system_.pageSize();
+    EXPECT_EQ(::sysconf(_SC_PAGESIZE), static_cast<long>(page));
+    EXPECT_EQ(0U, page & (page - 1));
+    EXPECT_GE(page, 512U);
+}
+
+TEST_F(ZanSystemPagesTest, MappedMemoryIsZeroWritableAndBeginsAtAPage) {
+    std::uint8_t * const memory = map();
+    ASSERT_NE(nullptr, memory);
+    EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(memory) % system_.pageSize());
+    EXPECT_EQ(static_cast<std::ptrdiff_t>(bytes_), std::count(memory, memory + bytes_, 0));
+    std::fill_n(memory, bytes_, std::uint8_t{7});
+    EXPECT_EQ(static_cast<std::ptrdiff_t>(bytes_), std::count(memory, memory + bytes_, 7));
+}
+
+TEST_F(ZanSystemPagesTest, UnmappedMemoryIsGone) {
+    std::uint8_t * const memory = map();
+    EXPECT_TRUE(isMapped(memory));
+    EXPECT_EQ(0, unmap());
+    EXPECT_FALSE(isMapped(memory));
+}
+
+TEST_F(ZanSystemPagesTest, NoBytesAndMoreThanThereAreGiveNull) {
+    errno = 0;
+    EXPECT_EQ(nullptr, system_.mapMemory(0));
+    EXPECT_EQ(EINVAL, errno);
+    errno = 0;
+    EXPECT_EQ(nullptr, system_.mapMemory(SIZE_MAX / 2));
+    EXPECT_EQ(ENOMEM, errno);
+}
+
+TEST_F(ZanSystemPagesTest, LockedPagesCountForTheProcessUntilTheyAreUnlocked) {
+    if (sanitized) GTEST_SKIP() << "sanitizers lock nothing";
+    long const before = lockedKilobytes();
+    void * const memory = map();
+    if (system_.lockMemory(memory, bytes_) != 0) {
+        EXPECT_TRUE(errno == EPERM || errno == ENOMEM || errno == EAGAIN) << errno;
+        GTEST_SKIP() << "this user may lock no memory";
+    }
+    EXPECT_EQ(before + static_cast<long>(bytes_ / 1024), lockedKilobytes());
+    EXPECT_EQ(0, system_.unlockMemory(memory, bytes_));
+    EXPECT_EQ(before, lockedKilobytes());
+}
+
+TEST_F(ZanSystemPagesTest, FailuresLeaveErrno) {
+    if (sanitized) GTEST_SKIP() << "sanitizers lock nothing";
+    void * const gone = map();
+    unmap();
+    errno = 0;
+    EXPECT_EQ(-1, system_.lockMemory(gone, bytes_));
+    EXPECT_TRUE(errno == ENOMEM || errno == EPERM) << errno;
+    errno = 0;
+    EXPECT_EQ(-1, system_.unlockMemory(gone, bytes_));
+    EXPECT_EQ(ENOMEM, errno);
+    errno = 0;
+    EXPECT_EQ(-1, system_.unmapMemory(static_cast<std::uint8_t *>(gone) + 1, bytes_));
+    EXPECT_EQ(EINVAL, errno);
 }
 
 class ZanSystemFileTest : public testing::Test {

@@ -34,6 +34,16 @@ void FaultySystem::failAllocationsFrom(std::uint64_t n) {
     allocationPlan_.order(n, ENOMEM, true);
 }
 
+void FaultySystem::failMemory(MemoryOp op, std::uint64_t n, int error) {
+    std::lock_guard const guard(lock_);
+    memoryPlans_[op].order(n, error, false);
+}
+
+void FaultySystem::failMemoryFrom(MemoryOp op, std::uint64_t n, int error) {
+    std::lock_guard const guard(lock_);
+    memoryPlans_[op].order(n, error, true);
+}
+
 void FaultySystem::failFile(FileOp op, std::uint64_t n, int error) {
     std::lock_guard const guard(lock_);
     filePlans_[op].order(n, error, false);
@@ -51,6 +61,10 @@ void FaultySystem::failLaunch(std::uint64_t n, int error) {
 
 std::uint64_t FaultySystem::allocations() const {
     return look(allocationPlan_).calls;
+}
+
+std::uint64_t FaultySystem::memoryCalls(MemoryOp op) const {
+    return look(memoryPlans_[op]).calls;
 }
 
 std::uint64_t FaultySystem::fileCalls(FileOp op) const {
@@ -80,6 +94,19 @@ std::size_t FaultySystem::liveBytes() const {
 
 std::size_t FaultySystem::peakBytes() const {
     return look(peakBytes_);
+}
+
+std::uint64_t FaultySystem::liveMappings() const {
+    std::lock_guard const guard(lock_);
+    return mappings_.size();
+}
+
+std::size_t FaultySystem::mappedBytes() const {
+    return look(mappedBytes_);
+}
+
+std::uint64_t FaultySystem::foreignPages() const {
+    return look(foreignPages_);
 }
 
 std::int64_t FaultySystem::openFiles() const {
@@ -126,6 +153,20 @@ void FaultySystem::countBack(void * memory) {
     blocks_.erase(block);
 }
 
+void FaultySystem::checkPages(void * memory, std::size_t bytes) {
+    std::lock_guard const guard(lock_);
+    auto const mapping = mappings_.find(memory);
+    if (mapping == mappings_.end() || mapping->second != bytes) ++foreignPages_;
+}
+
+void FaultySystem::countUnmapped(void * memory, std::size_t bytes) {
+    std::lock_guard const guard(lock_);
+    auto const mapping = mappings_.find(memory);
+    if (mapping == mappings_.end() || mapping->second != bytes) return;
+    mappedBytes_ -= bytes;
+    mappings_.erase(mapping);
+}
+
 void * FaultySystem::allocate(std::size_t bytes) noexcept {
     if (fails(allocationPlan_)) return nullptr;
     void * const memory = next_.allocate(bytes);
@@ -137,6 +178,37 @@ void FaultySystem::release(void * memory) noexcept {
     // Ahead of the release: another thread may be given the same address right after it.
     if (memory != nullptr) countBack(memory);
     next_.release(memory);
+}
+
+std::size_t FaultySystem::pageSize() noexcept {
+    return next_.pageSize();
+}
+
+void * FaultySystem::mapMemory(std::size_t bytes) noexcept {
+    if (fails(memoryPlans_[MAP])) return nullptr;
+    void * const memory = next_.mapMemory(bytes);
+    if (memory == nullptr) return nullptr;
+    std::lock_guard const guard(lock_);
+    mappings_[memory] = bytes;
+    mappedBytes_ += bytes;
+    return memory;
+}
+
+int FaultySystem::lockMemory(void * memory, std::size_t bytes) noexcept {
+    return fails(memoryPlans_[LOCK]) ? -1 : next_.lockMemory(memory, bytes);
+}
+
+int FaultySystem::unlockMemory(void * memory, std::size_t bytes) noexcept {
+    checkPages(memory, bytes);
+    return fails(memoryPlans_[UNLOCK]) ? -1 : next_.unlockMemory(memory, bytes);
+}
+
+int FaultySystem::unmapMemory(void * memory, std::size_t bytes) noexcept {
+    checkPages(memory, bytes);
+    if (fails(memoryPlans_[UNMAP])) return -1;
+    // Ahead of the call, as in release().
+    countUnmapped(memory, bytes);
+    return next_.unmapMemory(memory, bytes);
 }
 
 int FaultySystem::openFile(std::string const & name, int flags, unsigned mode) {

@@ -24,6 +24,8 @@ class FaultySystem : public ZanSystem {
   public:
     enum FileOp { OPEN, READ, WRITE, SYNC, CLOSE, RENAME, REMOVE };
     static constexpr std::size_t fileOps = 7;
+    enum MemoryOp { MAP, LOCK, UNLOCK, UNMAP };
+    static constexpr std::size_t memoryOps = 4;
 
     FaultySystem();
     FaultySystem(FaultySystem const &) = delete;
@@ -35,6 +37,11 @@ class FaultySystem : public ZanSystem {
 
     // The n-th allocation from now and all after it give null.
     void failAllocationsFrom(std::uint64_t n);
+
+    // The n-th operation on pages of that kind from now fails with `error`, once or for good, and
+    // does nothing. 1 is the next; 0 takes the order back.
+    void failMemory(MemoryOp op, std::uint64_t n, int error);
+    void failMemoryFrom(MemoryOp op, std::uint64_t n, int error);
 
     // The n-th operation of that kind from now fails with `error`, once. A close that fails has
     // closed the file all the same; no other failing operation does anything.
@@ -48,6 +55,7 @@ class FaultySystem : public ZanSystem {
 
     // Calls so far, failed ones included.
     std::uint64_t allocations() const;
+    std::uint64_t memoryCalls(MemoryOp op) const;
     std::uint64_t fileCalls(FileOp op) const;
     std::uint64_t launches() const;
 
@@ -62,6 +70,13 @@ class FaultySystem : public ZanSystem {
     std::size_t liveBytes() const;
     std::size_t peakBytes() const;
 
+    // Runs of pages mapped here and not given back, and their bytes.
+    std::uint64_t liveMappings() const;
+    std::size_t mappedBytes() const;
+
+    // Calls to unlock or unmap what is no run of pages mapped here, whole.
+    std::uint64_t foreignPages() const;
+
     // Files opened and not closed.
     std::int64_t openFiles() const;
 
@@ -70,6 +85,11 @@ class FaultySystem : public ZanSystem {
 
     void * allocate(std::size_t bytes) noexcept override;
     void release(void * memory) noexcept override;
+    std::size_t pageSize() noexcept override;
+    void * mapMemory(std::size_t bytes) noexcept override;
+    int lockMemory(void * memory, std::size_t bytes) noexcept override;
+    int unlockMemory(void * memory, std::size_t bytes) noexcept override;
+    int unmapMemory(void * memory, std::size_t bytes) noexcept override;
     int openFile(std::string const & name, int flags, unsigned mode) override;
     std::ptrdiff_t readFile(int file, void * to, std::size_t bytes) override;
     std::ptrdiff_t writeFile(int file, void const * from, std::size_t bytes) override;
@@ -104,6 +124,8 @@ class FaultySystem : public ZanSystem {
     std::size_t allowed(std::size_t bytes) const;
     void countOut(void * memory, std::size_t bytes);
     void countBack(void * memory);
+    void checkPages(void * memory, std::size_t bytes);
+    void countUnmapped(void * memory, std::size_t bytes);
 
     ZanSystem plain_;
     ZanSystem * before_;
@@ -112,8 +134,12 @@ class FaultySystem : public ZanSystem {
     mutable std::mutex lock_;
     Plan allocationPlan_;
     Plan launchPlan_;
+    std::array<Plan, memoryOps> memoryPlans_;
     std::array<Plan, fileOps> filePlans_;
     std::unordered_map<void *, std::size_t> blocks_;
+    std::unordered_map<void *, std::size_t> mappings_;
+    std::size_t mappedBytes_ = 0;
+    std::uint64_t foreignPages_ = 0;
     std::size_t liveBytes_ = 0;
     std::size_t peakBytes_ = 0;
     std::uint64_t releases_ = 0;

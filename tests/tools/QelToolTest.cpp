@@ -8,6 +8,9 @@
 #include <fcntl.h>
 
 #include <chrono>
+#include <cinttypes>
+#include <cstdio>
+#include <functional>
 #include <sstream>
 #include <thread>
 
@@ -88,8 +91,8 @@ TEST_F(QelToolTest, VersionAndHelp) {
         EXPECT_NE(std::string::npos, help.out.find("Usage: qel")) << help.out;
     }
     std::string const help = run({"convert", "--help"}).out;
-    for (char const * const word :
-         {"IN", "OUT", "OP", "--region", "X,Y,W,H", "--tile", "WxH", "--stats", "--max-bytes"}) {
+    for (char const * const word : {"IN", "OUT", "OP", "--region", "X,Y,W,H", "--tile", "WxH",
+                                    "--stats", "--max-bytes", "--memory-limit", "BYTES"}) {
         EXPECT_NE(std::string::npos, help.find(word)) << word;
     }
 }
@@ -101,7 +104,11 @@ TEST_F(QelToolTest, OpsTellsParametersWithTypesDefaultsAndRanges) {
          {"blur\n", "invert\n", "linear\n", "sharpen\n",
           "    gain: number from -1000000 to 1000000, default 1; factor of contrast\n",
           "    offset: number from -1000000 to 1000000, default 0; added after the gain, in pixel "
-          "values\n"}) {
+          "values\n",
+          "    radius: integer from 1 to 64; of a wider blur, in pixels\n",
+          "    radius: integer from 1 to 64; of the blur that is taken away from twice the pixel\n",
+          "    kernel: list of numbers from -1000000 to 1000000; weights of a square of pixels "
+          "around each, row by row, such as 9 or 25\n"}) {
         EXPECT_NE(std::string::npos, outcome.out.find(line)) << line;
     }
 }
@@ -151,6 +158,26 @@ TEST_F(QelToolTest, AppliesOperationsInTheirOrder) {
     image = new Qel2DImage(new QelBlurOp(image));
     MoxSmartPtr<QelRectBuffer> const found = readPicture(file("a.png"));
     EXPECT_TRUE(showsPixels(*found, found->rect(), pixelsOf(*allOf(*image))));
+}
+
+TEST_F(QelToolTest, BlursAndSharpensByARadiusOrAKernel) {
+    struct Row {
+        char const * op;
+        std::function<QelImageOp *(MoxSmartPtr<Qel2DImage>)> make;
+    };
+    QelConvolutionKernel const kernel({0, -1, 0, -1, 5, -1, 0, -1, 0});
+    for (Row const & row : std::vector<Row>{
+             {"blur:radius=3", [](auto input) { return new QelBlurOp(input, 3); }},
+             {"blur:radius=64", [](auto input) { return new QelBlurOp(input, 64); }},
+             {"sharpen:radius=2", [](auto input) { return new QelSharpenOp(input, 2); }},
+             {"sharpen:kernel=0:-1:0:-1:5:-1:0:-1:0",
+              [&](auto input) { return new QelSharpenOp(input, kernel); }}}) {
+        SCOPED_TRACE(row.op);
+        expectDone({"convert", "@testcard:300x200", file("a.png"), row.op});
+        Qel2DImage image(row.make(new Qel2DImage(new QelTestCardOp(300, 200))));
+        MoxSmartPtr<QelRectBuffer> const found = readPicture(file("a.png"));
+        EXPECT_TRUE(showsPixels(*found, found->rect(), pixelsOf(*allOf(image))));
+    }
 }
 
 TEST_F(QelToolTest, InAndOutMayBeTheSameFile) {
@@ -246,6 +273,81 @@ TEST_F(QelToolTest, PointOperationsNeedLittleMemory) {
     EXPECT_LT(stats.peakBytes, 8 << 20);
 }
 
+struct Recycled {
+    std::int64_t bytes = -1;
+    std::int64_t limit = -1;
+    std::int64_t made = -1;
+    std::int64_t reused = -1;
+};
+
+// What the last line tells about the manager.
+Recycled parseRecycled(std::string const & text) {
+    std::size_t const begin = text.rfind('\n', text.size() - 2) + 1;
+    Recycled found;
+    int end = 0;
+    std::sscanf(text.c_str() + begin,
+                "recycled memory: %" SCNd64 " bytes held, limit %" SCNd64 ", %" SCNd64
+                " blocks made, %" SCNd64 " times reused\n%n",
+                &found.bytes, &found.limit, &found.made, &found.reused, &end);
+    EXPECT_EQ(text.size(), begin + static_cast<std::size_t>(end)) << text;
+    return found;
+}
+
+TEST_F(QelToolTest, AMemoryLimitRecyclesMemoryAndChangesNoPixel) {
+    std::vector<std::string> const plain{"convert", "@testcard:1500x1500", file("a.png"),
+                                         "sharpen", "linear:gain=0.7",     "--stats"};
+    Outcome const without = run(plain);
+    EXPECT_EQ(std::string::npos, without.out.find("recycled")) << without.out;
+    Bytes const expected = contentOf(file("a.png"));
+    struct {
+        std::string limit;
+        std::int64_t bytes;
+        bool reuses;
+    } const cases[] = {{"1", 1, false},
+                       {"64000000", 64000000, true},
+                       {"64MB", 64000000, true},
+                       {"64mib", 64 << 20, true},
+                       {"64 kB", 64000, false}};
+    for (auto const & c : cases) {
+        SCOPED_TRACE(c.limit);
+        std::vector<std::string> arguments = plain;
+        arguments.insert(arguments.end(), {"--memory-limit", c.limit});
+        Outcome const outcome = run(arguments);
+        EXPECT_EQ(0, outcome.code) << outcome.err;
+        EXPECT_EQ(expected, contentOf(file("a.png")));
+        Recycled const found = parseRecycled(outcome.out);
+        EXPECT_EQ(c.bytes, found.limit);
+        EXPECT_GT(found.made, 0);
+        if (c.reuses) {
+            EXPECT_GT(found.reused, found.made);
+            EXPECT_GT(found.bytes, 0);
+        } else {
+            EXPECT_LT(found.reused, found.made);
+        }
+    }
+}
+
+TEST_F(QelToolTest, AFailedConversionWithAMemoryLimitFailsAsWithout) {
+    expectDone({"convert", "@testcard:300x200", file("a.png")});
+    std::filesystem::resize_file(file("a.png"), std::filesystem::file_size(file("a.png")) / 2);
+    expectFailed(
+        1, "Cannot read " + file("a.png") + ": the file ends too early",
+        {"convert", file("a.png"), file("b.png"), "sharpen", "--memory-limit", "64MB", "--stats"});
+}
+
+TEST_F(QelToolTest, MemoryLimitsThatCannotBeUnderstood) {
+    for (std::string const limit : {"0", "0MB", "x", "-1", "1.5MB", "5zb", "MB", "1MB2", " 1",
+                                    "99999999999999999999", "99999999999999999999MB", "20EB"}) {
+        SCOPED_TRACE(limit);
+        expectFailed(2,
+                     "--memory-limit is \"" + limit +
+                         "\", it must be a number of bytes of at least 1, as in 64000000, 64MB "
+                         "or 64MiB",
+                     {"convert", "@testcard", file("a.png"), "--memory-limit=" + limit});
+    }
+    EXPECT_EQ(std::vector<std::string>(), folder_.names());
+}
+
 TEST_F(QelToolTest, CommandLinesThatCannotBeUnderstood) {
     struct Row {
         std::vector<std::string> arguments;
@@ -265,6 +367,18 @@ TEST_F(QelToolTest, CommandLinesThatCannotBeUnderstood) {
               "The operation linear has no parameter \"scale\"; it has gain and offset"},
              {{"convert", "@testcard", out, "linear:gain=2000000"},
               "The value of linear:gain is 2000000, it must lie between -1000000 and 1000000"},
+             // The input that is not there shows that no file is opened ahead of these.
+             {{"convert", file("none.png"), out, "blur:radius=65"},
+              "The value of blur:radius is 65, it must lie between 1 and 64"},
+             {{"convert", file("none.png"), out, "blur:radius=1.5"},
+              "The value of blur:radius is \"1.5\", it must be an integer"},
+             {{"convert", file("none.png"), out, "sharpen:kernel=1:2"},
+              "A kernel of 2 weights is impossible; their number must be 1, 9, 25 or another "
+              "square of an odd number up to 129"},
+             {{"convert", file("none.png"), out, "sharpen:kernel=1:x:3"},
+              "The value of sharpen:kernel is \"x\", it must be a number"},
+             {{"convert", file("none.png"), out, "blur:radius=2,kernel=1"},
+              "The operation blur takes a radius or a kernel, not both"},
              {{"convert", "@testcard", out, "--region", "1,2,3"},
               "--region is \"1,2,3\", it must be X,Y,W,H, with W and H of at least 1"},
              {{"convert", "@testcard", out, "--region", "1,2,0,4"},

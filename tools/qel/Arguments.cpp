@@ -1,5 +1,7 @@
 #include "Arguments.h"
 
+#include <CLI/CLI.hpp>
+
 #include <charconv>
 
 #include "Commands.h"
@@ -27,6 +29,23 @@ std::vector<std::int32_t> parseNumbers(std::string_view text, char separator) {
     }
 }
 
+// The digits that a text begins with, as a number; 0 when there are none or too many.
+std::uint64_t leadingNumber(std::string const & text) {
+    std::uint64_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+// The same with the unit behind them; 0 when it is unknown or makes too much of them.
+std::uint64_t withUnit(std::string text) {
+    try {
+        CLI::AsSizeValue(true)(text);
+    } catch (CLI::ValidationError const &) {
+        return 0;
+    }
+    return leadingNumber(text);
+}
+
 }  // namespace
 
 PixelSize parseSize(std::string_view text, std::string const & what, std::int32_t least,
@@ -38,6 +57,15 @@ PixelSize parseSize(std::string_view text, std::string const & what, std::int32_
                "WxH, with both from " + std::to_string(least) + " to " + std::to_string(most));
     }
     return {numbers[0], numbers[1]};
+}
+
+std::uint64_t parseBytes(std::string const & text, std::string const & what) {
+    // By itself the unit's parser would take a minus sign and cut numbers that are too large.
+    std::uint64_t const bytes = leadingNumber(text) != 0 ? withUnit(text) : 0;
+    if (bytes == 0) {
+        refuse(text, what, "a number of bytes of at least 1, as in 64000000, 64MB or 64MiB");
+    }
+    return bytes;
 }
 
 QelRect parseRect(std::string_view text, std::string const & what) {

@@ -5,6 +5,7 @@
 #include <iomanip>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@ struct Arguments {
     std::string tile;
     bool stats = false;
     std::int64_t maxBytes = QelReadLimits().maxBytes;
+    std::string memoryLimit;
 };
 
 // The images from the picture to the result, each made from the one before it.
@@ -30,6 +32,31 @@ struct Link {
     MoxSmartPtr<Qel2DImage> image;
 };
 using Chain = std::vector<Link>;
+
+// Lets all pixels come from a recycling manager while it lives, if the user wants that. Made ahead
+// of all images, so that it ends after them.
+class RecycledMemory {
+  public:
+    explicit RecycledMemory(std::optional<std::uint64_t> const & limit) {
+        if (!limit) return;
+        manager_ = new QelVirtualMemoryManager(*limit);
+        QelMemoryManager::setDefaultManager(manager_);
+    }
+    RecycledMemory(RecycledMemory const &) = delete;
+    RecycledMemory & operator=(RecycledMemory const &) = delete;
+    ~RecycledMemory() { QelMemoryManager::clearDefaultManager(); }
+
+    void printStatistics() const {
+        if (!manager_) return;
+        QelVirtualMemoryManager::Counters const counters = manager_->counters();
+        std::cout << "recycled memory: " << counters.totalBytes << " bytes held, limit "
+                  << counters.limit << ", " << counters.blocksMade << " blocks made, "
+                  << counters.blocksReused << " times reused\n";
+    }
+
+  private:
+    MoxSmartPtr<QelVirtualMemoryManager> manager_;
+};
 
 std::atomic<bool> interrupted{false};
 
@@ -91,16 +118,23 @@ void convert(Arguments const & arguments) {
     std::vector<QelOpCatalog::Call> const calls = parseOps(arguments.ops);
     QelRect region;
     if (!arguments.region.empty()) region = parseRect(arguments.region, "--region");
+    std::optional<std::uint64_t> memoryLimit;
+    if (!arguments.memoryLimit.empty()) {
+        memoryLimit = parseBytes(arguments.memoryLimit, "--memory-limit");
+    }
     setTileSize(arguments.tile);
     QelWriteOptions options;
     options.cancelled = &interrupted;
     QelPictureWriter const writer(arguments.out, options);
 
     stopWhenInterrupted();
+    RecycledMemory const memory(memoryLimit);
     Chain const chain = buildChain(arguments, calls);
     Qel2DImage & result = *chain.back().image;
     writer.write(result, arguments.region.empty() ? result.imageRect() : region);
-    if (arguments.stats) printStatistics(chain);
+    if (!arguments.stats) return;
+    printStatistics(chain);
+    memory.printStatistics();
 }
 
 }  // namespace
@@ -129,5 +163,10 @@ void addConvertCommand(CLI::App & tool) {
         ->type_name("N")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
+    command
+        ->add_option("--memory-limit", arguments->memoryLimit,
+                     "recycle the memory of pixels; above this, as in 64MB or 64MiB, what is no "
+                     "longer used goes back to the system")
+        ->type_name("BYTES");
     command->callback([arguments] { convert(*arguments); });
 }
