@@ -3,5 +3,14 @@
 // Every public header of the library: the platform, base and transform layers.
 
 #include "QelBase.h"
+#include "QelBox.h"
 #include "QelBufferInfo.h"
 #include "QelColorSpace.h"
+#include "QelPoint.h"
+#include "QelUnitInfo.h"
+#include "QelValue.h"
+#include "QelValueRange.h"
+#include "QelValueVector.h"
+#include "QelXyBox.h"
+#include "QelXyPoint.h"
+#include "QelXyVector.h"

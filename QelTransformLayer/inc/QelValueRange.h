@@ -1,0 +1,101 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "QelValue.h"
+
+// An interval along an axis: two ends that may belong to it (closed) or not (open), in one unit,
+// the minimum's.
+//
+// Coordinates are continuous or discrete. Continuous ones measure: the width is the distance from
+// end to end. Discrete ones count samples: the ends are integers (rounded to floor(v + 0.5)
+// whenever they are set), and the width is the number of samples, so that ten samples from 0 end
+// at 9 if both ends are closed, at 10 if one of them is, and at 11 if none is.
+//
+// A range of width 0.0 has both ends closed or both open; it contains nothing.
+//
+// A plain value but for one thing: assigning to a range keeps the unit of that range, see
+// operator=. Operations with values and ranges of units that do not convert raise 306 and change
+// nothing.
+class QEL_API QelValueRange {
+  public:
+    // `width` may have another unit, to be converted. `discrete` is 0 or not. Raises 309 "Negative
+    // width value".
+    QelValueRange(QelValue const & min, QelValue const & width, int discrete, bool minClosed,
+                  bool maxClosed);
+    QelValueRange(QelValueRange const &) = default;
+    virtual ~QelValueRange();
+
+    // Takes everything but the unit: both ends are converted to this range's own.
+    QelValueRange & operator=(QelValueRange const & other);
+    // Takes everything, the unit too.
+    void replaceWith(QelValueRange const & other);
+
+    QelValue const & min() const { return min_; }
+    QelValue const & max() const { return max_; }
+    QelValue const & width() const { return width_; }
+    bool minClosed() const { return minClosed_; }
+    bool maxClosed() const { return maxClosed_; }
+    int discrete() const { return discrete_; }
+    int unit() const { return min_.unit(); }
+
+    // Converts both ends. A continuous width is then the distance of the ends anew, a discrete one
+    // the number of samples between the rounded ends.
+    void setUnit(int unit);
+    void setDiscrete(int discrete);
+
+    // The ends stay where they are; the width of a discrete range follows. An end that is at the
+    // same place as the other takes that one along. setOpen() sets both, and leaves a range alone
+    // whose ends are as asked already.
+    void setMinOpen(bool open);
+    void setMaxOpen(bool open);
+    void setOpen(bool open);
+
+    // Keeps the width.
+    void setMin(QelValue const & min);
+    // Keeps the minimum. Raises 309 "Negative width value".
+    void setWidth(QelValue const & width);
+
+    // Keep the other end. Raise 308 "Range with min value of ", the minimum, " and max value of ",
+    // the maximum, " (unit identifier = ", the unit's and ")" when the maximum would lie below the
+    // minimum by more than the tolerance; the ends are changed already then.
+    void setMinKeepMax(QelValue const & min);
+    void setMax(QelValue const & max);
+    void setMinMax(QelValue const & min, QelValue const & max);
+
+    // Moves both ends; a discrete range by the nearest whole number.
+    void translate(QelValue const & distance);
+    // Multiplies the minimum and the width. A negative factor mirrors the range first.
+    void scale(double factor);
+
+    // Without any tolerance. A discrete range looks at the floor of `position`.
+    bool contains(QelValue const & position) const;
+
+    // What both have, in this range's unit and as discrete as this one. Ends compare with the
+    // unit's tolerance. Ranges that have nothing in common give one of width 0.0 at 0.0 with both
+    // ends open.
+    QelValueRange intersect(QelValueRange const & other) const;
+
+  private:
+    struct Ends;
+
+    void roundIfDiscrete(QelValue & value) const;
+    void roundEnds();
+    void computeMax();
+    void computeWidth();
+    void followWidth();
+    void checkOrder() const;
+    bool isPoint() const;
+    bool hasExtent() const;
+
+    QelValue min_;
+    QelValue max_;
+    QelValue width_;
+    bool minClosed_;
+    bool maxClosed_;
+    int discrete_;
+};
+
+// "[" or "(" for a closed or open minimum, the minimum, ", ", the maximum, "]" or ")", and
+// " discrete" if it is.
+QEL_API std::ostream & operator<<(std::ostream & out, QelValueRange const & range);

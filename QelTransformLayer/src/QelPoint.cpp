@@ -1,0 +1,3 @@
+#include "QelPoint.h"
+
+QelPoint::~QelPoint() = default;

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <istream>
+#include <string>
+
+#include "ZanSourceLocation.h"
+
+// Reading text forms. Numbers and characters are those of the classic locale, whatever the
+// stream's own; nothing reads beyond the end of a stream, and nothing loops on a stream that
+// failed.
+
+// A number after white space. False, with failbit set, when there is none or it is out of range;
+// an unsigned one has no sign.
+bool qelReadNumber(std::istream & in, double & number);
+bool qelReadNumber(std::istream & in, unsigned & number);
+
+// Drops white space; sets no bit at the end of the stream but eofbit.
+void qelSkipSpace(std::istream & in);
+
+// The characters up to the next one that is no letter, digit or "_", `most` at most. May be empty.
+std::string qelReadWord(std::istream & in, std::size_t most);
+
+// Takes `count` characters. False, with failbit set, when there are fewer.
+bool qelSkip(std::istream & in, int count);
+
+// Takes everything up to and including `wanted`. False, with failbit set, when it does not come.
+bool qelSkipPast(std::istream & in, char wanted);
+
+// Takes the next character if it is `wanted`.
+bool qelTake(std::istream & in, char wanted);
+
+// The next character, which stays; a negative number at the end or on a stream that failed.
+int qelPeek(std::istream & in);
+
+// Takes white space and then exactly the characters of `text`. Raises 13 with `refusal`, and sets
+// failbit, where something else stands; `here` is the reader that asks.
+void qelExpect(std::istream & in, char const * text, char const * refusal,
+               ZanSourceLocation const & here = ZanSourceLocation::current());
+
+// The name of a unit, as a QelValue reads it after its number. False, with badbit set, for any
+// other word. Written beside QelValue.
+bool qelReadUnit(std::istream & in, int & unit);

@@ -1,0 +1,9 @@
+#include "QelValueText.h"
+#include "ReadBack.h"
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
+    fuzzReadBack(
+        data, size, QelValue(7.5, QEL_UNIT_HOUR), [](int code) { return code == 13; },
+        hasNoReadableText);
+    return 0;
+}

@@ -1,0 +1,13 @@
+#include "QelXyPoint.h"
+
+#include "QelValueText.h"
+#include "ReadBack.h"
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
+    fuzzReadBack(
+        data, size, QelXyPoint(pixels(5.0), inches(7.0)), [](int code) { return code == 13; },
+        [](QelXyPoint const & point) {
+            return hasNoReadableText(point.x()) || hasNoReadableText(point.y());
+        });
+    return 0;
+}
