@@ -1,0 +1,107 @@
+#pragma once
+
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "MoxSmartPtr.h"
+#include "QelBox.h"
+#include "QelDimension.h"
+#include "ZanRefCount.h"
+
+// In what terms an image is addressed: a list of dimensions, which are the axes, each with an
+// extent in a unit of measure.
+//
+// Copies share their dimensions until one of them is changed, so that a copy costs one count.
+// Held by MoxSmartPtr where it is shared. One thread changes a space, with nobody reading it;
+// copies are independent of each other in this, too.
+//
+// An operation that raises changes nothing, unless it says otherwise. A bad index of a dimension
+// raises 7 "index value ", the index, " into coord space with ", the number and " dimensions".
+class QEL_API QelCoordSpace : public virtual ZanRefCount {
+  public:
+    using OwnedDimension = std::unique_ptr<QelDimension>;
+
+    // Raise 4 "Null pointer passed to QelCoordSpace ctr".
+    explicit QelCoordSpace(OwnedDimension dimension);
+    QelCoordSpace(OwnedDimension first, OwnedDimension second);
+    explicit QelCoordSpace(std::vector<OwnedDimension> dimensions);
+    QelCoordSpace(QelCoordSpace const & other);
+    QelCoordSpace & operator=(QelCoordSpace const & other);
+    virtual ~QelCoordSpace();
+
+    virtual MoxSmartPtr<QelCoordSpace> clone() const;
+    // "QelCoordSpace[", the name and the range of each dimension, separated by ", ", and "]".
+    virtual void print(std::ostream & out) const;
+
+    // As the operations of a dimension. setUnit() and scale() are for all of them.
+    virtual void setDimensionUnit(unsigned index, int unit);
+    virtual void setUnit(int unit);
+    virtual void scaleDimension(unsigned index, double factor);
+    virtual void scale(double factor);
+    virtual void translateDimension(unsigned index, QelValue const & distance);
+
+    // Replaces a dimension by a copy of `dimension`; the second form the one of its name.
+    virtual void setDimension(unsigned index, QelDimension const & dimension);
+    virtual void setDimension(QelDimension const & dimension);
+
+    // Sets the range of each dimension. Raises 400, the box's number of dimensions, "-dimensional
+    // box passed to setExtentsBox( ) on ", the space's and "-dimensional coord space".
+    virtual void setExtentsBox(QelBox const & box);
+
+    unsigned numDimensions() const;
+    // Valid until the space is changed or goes.
+    QelDimension const & dimension(unsigned index) const;
+    // Raises 404 "Could not locate dimension named \"", the name and "\" in coordinate space".
+    unsigned indexOf(std::string const & name) const;
+
+    // At the end; ahead of the one at `index` or of that name, where `index` may be the number of
+    // dimensions. Raise 4 for null.
+    void addDimension(OwnedDimension dimension);
+    void insertDimension(OwnedDimension dimension, unsigned index);
+    void insertDimension(OwnedDimension dimension, std::string const & before);
+    // The last dimension that there is stays: raises 9 "Cannot remove the only dimension of a
+    // coord space".
+    void removeDimension(unsigned index);
+    void renameDimension(unsigned index, std::string const & name);
+    void swapDimensions(unsigned a, unsigned b);
+
+  protected:
+    // The dimensions, shared by copies of a space.
+    class DimensionSet : public ZanRefCount {
+      public:
+        DimensionSet() = default;
+        DimensionSet(DimensionSet const & other);
+        DimensionSet & operator=(DimensionSet const &) = delete;
+
+        std::vector<OwnedDimension> dimensions;
+    };
+
+    DimensionSet const & body() const { return *body_; }
+    // This space's own, made so first if it is shared.
+    DimensionSet & uniqueBody();
+    bool sharesBody(QelCoordSpace const & other) const { return body_ == other.body_; }
+
+    // Runs `change` on a copy of the dimensions, which becomes this space's if nothing is raised.
+    template <class Change>
+    void edit(Change const & change) {
+        MoxSmartPtr<DimensionSet> copy = new DimensionSet(*body_);
+        change(*copy);
+        body_ = copy;
+    }
+
+    // For spaces in which some dimensions are fixed: raises if that is so for the one at `index`,
+    // and `operation` would move, replace or rename it.
+    virtual void checkFree(unsigned index, char const * operation) const;
+    // After an operation of this class changed extents.
+    virtual void extentsChanged();
+
+    void checkIndex(unsigned index) const;
+
+  private:
+    MoxSmartPtr<DimensionSet> body_;
+};
+
+// print()
+QEL_API std::ostream & operator<<(std::ostream & out, QelCoordSpace const & space);

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "QelValueRange.h"
+
+// A named axis of a coordinate space: an extent in a unit of measure. Three kinds, by the unit:
+// - pixel based: discrete coordinates, from 0, a whole number of pixels wide;
+// - relative (width relative, height relative, normalized): continuous, from 0.0, 1.0 wide (or 0.0
+//   wide); cannot be moved or scaled;
+// - physical or arbitrary, all other units: from anywhere, wider than 0.0, continuous or discrete.
+//
+// "Wider than 0.0" is said with the unit's tolerance: 1e-07 inches are not.
+//
+// Owned by one coordinate space, and changed by one thread. An operation that raises changes
+// nothing.
+class QEL_API QelDimension {
+  public:
+    // Pixel based. Raises 309 "pixel based dimension object constructed with width equal to zero
+    // pixels".
+    QelDimension(std::string name, unsigned pixels);
+    // From 0.0, closed, discrete if the unit is pixels. Raises 411 "dimension based on relative
+    // unit of measure must have a width of 0.0 or 1.0", 309 "Dimension object constructed with
+    // width <= 0.0".
+    QelDimension(std::string name, QelValue const & width);
+    // Closed; the width is converted to the origin's unit. Raises 411 for a combination that the
+    // kind does not allow, 309 for a width that is not above 0.0.
+    QelDimension(std::string name, QelValue const & origin, QelValue const & width, int discrete);
+    QelDimension(QelDimension const &) = default;
+    QelDimension & operator=(QelDimension const &) = delete;
+    virtual ~QelDimension();
+
+    virtual std::unique_ptr<QelDimension> clone() const;
+
+    // Converts the extent. Into pixels or a relative unit only from arbitrary units: raises 306
+    // "Cannot convert dimension object from unit "...; the extent is then the same number of pixels
+    // from 0, or 1.0 from 0.0. Raises 306 for a unit that the present one does not convert to, and
+    // 309 when the width is not above 0.0 any more.
+    virtual void setUnit(int unit);
+    virtual void setName(std::string name);
+    // Keeps the width. Raises 312 in pixels and relative units.
+    virtual void setOrigin(QelValue const & origin);
+    // Keeps the origin. Raises 312 in relative units, 309 for a width that is not above 0.0.
+    virtual void setWidth(QelValue const & width);
+    // setWidth(), and setOrigin() unless the dimension is pixel based.
+    virtual void setRange(QelValueRange const & range);
+    // Moves the extent. Raises 312 in pixels and relative units.
+    virtual void translate(QelValue const & distance);
+    // Multiplies origin and width; a negative factor mirrors the extent. In pixels the width alone,
+    // by the factor's magnitude. Raises 312 in relative units, 309 when the width is then not above
+    // 0.0.
+    virtual void scale(double factor);
+
+    std::string const & name() const { return name_; }
+    QelValueRange const & range() const { return range_; }
+    int unit() const { return range_.unit(); }
+    QelValue const & origin() const { return range_.min(); }
+    QelValue const & width() const { return range_.width(); }
+    bool isPixelBased() const;
+    bool isRelative() const;
+
+  protected:
+    // Raises 312 with `action`, the plural name of the unit and a quote.
+    [[noreturn]] void refuse(char const * action) const;
+    // For operations that take back what they did.
+    void restoreRange(QelValueRange const & range) { range_.replaceWith(range); }
+
+  private:
+    void checkPixelBased() const;
+    void checkRelative() const;
+    QelValueRange rangeIn(int unit) const;
+    void checkMovable(char const * action) const;
+
+    std::string name_;
+    QelValueRange range_;
+};

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <vector>
+
+#include "QelDimension.h"
+#include "QelResolution.h"
+
+// One of the two axes of an image: an extent, and the resolutions at which it exists, each saying
+// how many samples the extent holds. Their order counts: entry i of the x dimension of a coordinate
+// space and entry i of its y dimension belong together.
+//
+// A pixel based dimension has exactly one resolution, of 1.0 dot per pixel, a relative one none,
+// others any number. Entries are arbitrary or full; whatever changes the extent keeps the dots per
+// unit and counts the samples anew ("keep dpu"), or the other way round.
+//
+// An operation that raises changes nothing, but for scalePixels(), see there.
+class QEL_API QelXyDimension : public QelDimension {
+  public:
+    // As QelDimension.
+    QelXyDimension(std::string name, unsigned pixels);
+    QelXyDimension(std::string name, QelValue const & width);
+    QelXyDimension(std::string name, QelValue const & origin, QelValue const & width, int discrete);
+    // With one resolution, or a list. Raise 312 when the kind of dimension does not allow it.
+    QelXyDimension(std::string name, QelValue const & origin, QelValue const & width,
+                   QelResolution const & resolution, int discrete);
+    QelXyDimension(std::string name, QelValue const & origin, QelValue const & width,
+                   std::vector<QelResolution> const & resolutions, int discrete);
+    QelXyDimension(QelXyDimension const &) = default;
+    ~QelXyDimension() override;
+
+    std::unique_ptr<QelDimension> clone() const override;
+
+    // In pixels there is then the one resolution, in a relative unit none; in another one the
+    // samples are kept.
+    void setUnit(int unit) override;
+
+    // The samples are kept; in pixels, the dots per unit.
+    void setWidth(QelValue const & width) override;
+    void setRange(QelValueRange const & range) override;
+    void scale(double factor) override;
+    // With `keepDpu`, and in pixels, the dots per unit are kept, otherwise the samples.
+    virtual void setWidth(QelValue const & width, bool keepDpu);
+    virtual void setRange(QelValueRange const & range, bool keepDpu);
+    virtual void scale(double factor, bool keepDpu);
+
+    // `resolution` in full form for this dimension: dots per its unit, and the samples across it,
+    // rounded to the nearest. An arbitrary one stays so. Raises 312 for a width of 0.0, 306 for
+    // units that do not convert, 405 for less than half a sample; more than 4294967295 samples
+    // count as that.
+    QelResolution specify(QelResolution const & resolution) const;
+
+    // Raises 312 in relative units, in pixels too.
+    void addResolution(QelResolution const & resolution);
+    void clearResolutions();
+    void removeResolution(unsigned index);
+    void replaceResolution(unsigned index, QelResolution const & resolution);
+    // Raise 7 for a bad index.
+    QelResolution const & resolution(unsigned index) const;
+    unsigned numResolutions() const { return static_cast<unsigned>(resolutions_.size()); }
+
+    // Multiply the samples of every entry, or of one, rounded down, and leave the extent alone;
+    // arbitrary entries stay. In pixels it is the extent that changes. Raise 310 for a factor that
+    // is not above 0.0, and for a numerator or denominator of 0; 7 for a bad index; 405 when no
+    // sample is left, with the entries before that one changed already.
+    void scalePixels(double factor);
+    void scalePixels(unsigned index, double factor);
+    void scalePixels(int denominator, int numerator);
+    // In pixels, index 0 scales the extent by the numerator alone.
+    void scalePixels(unsigned index, int denominator, int numerator);
+
+  private:
+    friend class QelXyCoordSpace;
+
+    void addOwnResolution();
+    void checkPixelBased(QelResolution const & resolution) const;
+    void checkIndex(unsigned index, char const * operation) const;
+    void checkListChange(char const * action) const;
+    void refresh(bool keepDpu);
+    template <class Change>
+    void change(bool keepDpu, Change const & apply);
+    void setSamples(QelResolution & entry, std::uint32_t count);
+    void dropResolutions() { resolutions_.clear(); }
+
+    std::vector<QelResolution> resolutions_;
+};

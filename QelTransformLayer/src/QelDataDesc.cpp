@@ -1,0 +1,3 @@
+#include "QelDataDesc.h"
+
+QelDataDesc::~QelDataDesc() = default;

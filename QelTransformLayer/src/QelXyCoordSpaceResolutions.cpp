@@ -1,0 +1,528 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "QelError.h"
+#include "QelTextStream.h"
+#include "QelXyCoordSpace.h"
+
+namespace {
+
+using Resolution = QelXyCoordSpace::Resolution;
+
+bool isFull(QelResolution const & half) {
+    return !half.isArbitrary();
+}
+
+// Does a half have this many pixels, or any number?
+bool offers(QelResolution const & half, std::uint32_t count) {
+    return half.pixels == 0 || half.pixels == count;
+}
+
+bool offers(Resolution const & row, std::uint32_t width, std::uint32_t height) {
+    return offers(row.horz, width) && offers(row.vert, height);
+}
+
+std::uint32_t truncated(double count) {
+    constexpr double most = std::numeric_limits<std::uint32_t>::max();
+    if (!(count >= 1.0)) return 0;
+    return count < most ? static_cast<std::uint32_t>(count)
+                        : std::numeric_limits<std::uint32_t>::max();
+}
+
+}  // namespace
+
+// ---- The list
+
+QelXyCoordSpace::Resolution QelXyCoordSpace::getResolution(unsigned index) const {
+    return {xDimension().resolution(index), yDimension().resolution(index)};
+}
+
+void QelXyCoordSpace::checkResolutionsChangeable() const {
+    if (!isRelative()) return;
+    qelRaise(312,
+             "Cannot modify resolution information for coordinate space whose unit of measure is "
+             "\"" +
+                 QelValue::getUnitInfo(unit()).singularName + '"');
+}
+
+void QelXyCoordSpace::checkRowIndex(unsigned index) const {
+    if (index < numResolutions()) return;
+    QelTextStream text;
+    text << "resolution index value " << index
+         << " passed to QelXyCoordSpace::removeResolution(), but object has only "
+         << numResolutions() << " resolution entries";
+    qelRaise(7, text.str());
+}
+
+QelXyCoordSpace::Resolution QelXyCoordSpace::specified(Resolution const & resolution) const {
+    return {xDimension().specify(resolution.horz), yDimension().specify(resolution.vert)};
+}
+
+// `row` is specified: nothing but memory can be missing now, and both lists keep one length.
+void QelXyCoordSpace::addRow(Resolution const & row) {
+    DimensionSet & set = uniqueBody();
+    std::vector<QelResolution> & horz = axisOf(set, 0).resolutions_;
+    std::vector<QelResolution> & vert = axisOf(set, 1).resolutions_;
+    horz.push_back(row.horz);
+    try {
+        vert.push_back(row.vert);
+    } catch (...) {
+        horz.pop_back();
+        throw;
+    }
+}
+
+void QelXyCoordSpace::dropRows() {
+    DimensionSet & set = uniqueBody();
+    axisOf(set, 0).dropResolutions();
+    axisOf(set, 1).dropResolutions();
+}
+
+void QelXyCoordSpace::addResolution(Resolution const & resolution) {
+    checkResolutionsChangeable();
+    Resolution row = specified(resolution);
+    if (!isPixelBased()) {
+        addRow(row);
+        return;
+    }
+    if (resolution.horz.pixels != 0) row.horz.pixels = resolution.horz.pixels;
+    if (resolution.vert.pixels != 0) row.vert.pixels = resolution.vert.pixels;
+    if (row.horz.isArbitrary() || row.vert.isArbitrary()) {
+        qelRaise(312, "Cannot add resolution to dimension object defined in units of \"pixels\"");
+    }
+    setPixelSize(row.horz.pixels, row.vert.pixels);
+}
+
+void QelXyCoordSpace::addResolution(std::uint32_t widthPixels, std::uint32_t heightPixels) {
+    checkResolutionsChangeable();
+    if (widthPixels == 0) {
+        qelRaise(407,
+                 "Cannot add resolution to coordinate space and specify a width in pixels of zero");
+    }
+    if (heightPixels == 0) {
+        qelRaise(408,
+                 "Cannot add resolution to coordinate space and specify a height in pixels of "
+                 "zero");
+    }
+    addResolution(
+        Resolution{QelResolution::ofPixels(widthPixels), QelResolution::ofPixels(heightPixels)});
+}
+
+void QelXyCoordSpace::removeResolution(unsigned index) {
+    checkResolutionsChangeable();
+    checkRowIndex(index);
+    if (isPixelBased()) return;
+    DimensionSet & set = uniqueBody();
+    axisOf(set, 0).removeResolution(index);
+    axisOf(set, 1).removeResolution(index);
+    if (!hasSelectedResolution()) return;
+    try {
+        selectResolution(numPixelsWide(), numPixelsHigh());
+    } catch (QelError const &) {
+        // It was the selected row; the selection stays.
+    }
+}
+
+bool QelXyCoordSpace::isArbitraryRes() const {
+    for (unsigned i = 0; i < numResolutions(); ++i) {
+        Resolution const row = getResolution(i);
+        if (row.horz.isArbitrary() && row.vert.isArbitrary()) return true;
+    }
+    return false;
+}
+
+bool QelXyCoordSpace::hasPixelResolution(std::uint32_t widthPixels,
+                                         std::uint32_t heightPixels) const {
+    if (widthPixels == 0 || heightPixels == 0) return false;
+    for (unsigned i = 0; i < numResolutions(); ++i) {
+        if (offers(getResolution(i), widthPixels, heightPixels)) return true;
+    }
+    return false;
+}
+
+bool QelXyCoordSpace::supportsResolution(Resolution const & resolution) const {
+    Resolution const row = specified(resolution);
+    return hasPixelResolution(row.horz.pixels, row.vert.pixels);
+}
+
+// ---- Selecting
+
+void QelXyCoordSpace::selectResolution(std::uint32_t widthPixels, std::uint32_t heightPixels) {
+    if (widthPixels == 0) {
+        qelRaise(407, "request to select zero pixel-wide resolution of coordinate space");
+    }
+    if (heightPixels == 0) {
+        qelRaise(407, "request to select zero pixel-high resolution of coordinate space");
+    }
+    for (unsigned i = 0; i < numResolutions(); ++i) {
+        Resolution row = getResolution(i);
+        if (!offers(row, widthPixels, heightPixels)) continue;
+        if (row.horz.pixels == 0) {
+            row.horz = xDimension().specify(QelResolution::ofPixels(widthPixels));
+        }
+        if (row.vert.pixels == 0) {
+            row.vert = yDimension().specify(QelResolution::ofPixels(heightPixels));
+        }
+        selected_ = row;
+        return;
+    }
+    QelTextStream text;
+    text << "requested resolution, " << widthPixels << 'x' << heightPixels
+         << " pixels, is not supported by coordinate space\n    [";
+    for (unsigned i = 0; i < numResolutions(); ++i) {
+        Resolution const row = getResolution(i);
+        text << '(' << row.horz.pixels << ',' << row.vert.pixels << ')';
+    }
+    text << ']';
+    qelRaise(409, text.str());
+}
+
+void QelXyCoordSpace::selectResolution(Resolution const & resolution) {
+    Resolution const row = specified(resolution);
+    selectResolution(row.horz.pixels, row.vert.pixels);
+}
+
+// ---- Finding
+
+// Of the rows whose half on `given`'s axis is as asked: the other half of the first that is not
+// arbitrary there. `given` itself, on the other axis, if there are only arbitrary ones.
+QelResolution QelXyCoordSpace::findPartner(unsigned givenAxis, QelResolution const & given) const {
+    unsigned const otherAxis = 1 - givenAxis;
+    QelResolution const full = axis(givenAxis).specify(given);
+    for (std::uint32_t const wanted : {full.pixels, std::uint32_t{0}}) {
+        bool met = false;
+        for (unsigned i = 0; i < numResolutions(); ++i) {
+            if (axis(givenAxis).resolution(i).pixels != wanted) continue;
+            QelResolution const & partner = axis(otherAxis).resolution(i);
+            if (isFull(partner)) return partner;
+            met = true;
+        }
+        if (!met) continue;
+        QelResolution request = full;
+        request.pixels = 0;
+        return axis(otherAxis).specify(request);
+    }
+    return {};
+}
+
+QelResolution QelXyCoordSpace::findHorzResolution(QelResolution const & y) const {
+    if (y.isArbitrary()) {
+        qelRaise(403, "Cannot find matching horizontal resolution for \"arbitrary\" y-resolution");
+    }
+    QelResolution const found = findPartner(1, y);
+    if (isFull(found)) return found;
+    qelRaise(409,
+             "the y-resolution specified to findHorzResolution() is not supported by the "
+             "coordinate space");
+}
+
+QelResolution QelXyCoordSpace::findVertResolution(QelResolution const & x) const {
+    if (x.isArbitrary()) {
+        qelRaise(403, "Cannot find matching vertical resolution for \"arbitrary\" x-resolution");
+    }
+    QelResolution const found = findPartner(0, x);
+    if (isFull(found)) return found;
+    qelRaise(409,
+             "the x-resolution specified to findVertResolution() is not supported by the "
+             "coordinate space");
+}
+
+namespace {
+
+constexpr std::uint64_t refused = std::numeric_limits<std::uint64_t>::max();
+
+// How far a half is from a request; 0 for what matches, `refused` for what `mode` does not allow.
+std::uint64_t distanceOf(QelResolution const & half, std::uint32_t wanted, unsigned mode) {
+    if (wanted == 0) return 0;
+    if (half.pixels == 0) return (mode & QelXyCoordSpace::excludeArbitrary) != 0 ? refused : 0;
+    if (half.pixels < wanted) {
+        return (mode & QelXyCoordSpace::allowSmaller) != 0 ? wanted - half.pixels : refused;
+    }
+    if (half.pixels > wanted) {
+        return (mode & QelXyCoordSpace::allowLarger) != 0 ? half.pixels - wanted : refused;
+    }
+    return 0;
+}
+
+std::uint64_t distanceOf(Resolution const & row, std::uint32_t width, std::uint32_t height,
+                         unsigned mode) {
+    std::uint64_t const horz = distanceOf(row.horz, width, mode);
+    std::uint64_t const vert = distanceOf(row.vert, height, mode);
+    return horz == refused || vert == refused ? refused : horz + vert;
+}
+
+// The same for dots per unit, which are in the unit of the axis; infinite for what is not allowed.
+double distanceOf(QelResolution const & half, QelResolution const & wanted, unsigned mode) {
+    constexpr double never = std::numeric_limits<double>::infinity();
+    if (half.isArbitrary()) return (mode & QelXyCoordSpace::excludeArbitrary) != 0 ? never : 0.0;
+    if (half.isEquivalent(wanted, 1.0, false)) return 0.0;
+    unsigned const needed =
+        half.dpu < wanted.dpu ? QelXyCoordSpace::allowSmaller : QelXyCoordSpace::allowLarger;
+    return (mode & needed) != 0 ? std::fabs(half.dpu - wanted.dpu) : never;
+}
+
+// A half of a row that was found, with the samples that were asked for where it has none.
+QelResolution filled(QelXyDimension const & axis, QelResolution const & half,
+                     std::uint32_t wanted) {
+    if (isFull(half) || wanted == 0) return half;
+    return axis.specify(QelResolution::ofPixels(wanted));
+}
+
+// The samples of the entry that is closest to a request; 0 when `mode` allows none.
+std::uint32_t closestSamples(QelXyDimension const & axis, QelResolution const & wanted,
+                             unsigned mode) {
+    double best = std::numeric_limits<double>::infinity();
+    std::uint32_t samples = 0;
+    for (unsigned i = 0; i < axis.numResolutions(); ++i) {
+        QelResolution const & half = axis.resolution(i);
+        double const distance = distanceOf(half, wanted, mode);
+        if (!(distance < best)) continue;
+        best = distance;
+        samples = isFull(half) ? half.pixels : axis.specify(wanted).pixels;
+        if (distance == 0.0) break;
+    }
+    return samples;
+}
+
+// Dots per unit of the axis.
+QelResolution inUnitOf(QelXyDimension const & axis, QelResolution const & wanted) {
+    if (wanted.isPixelsOnly()) return axis.specify(wanted);
+    return QelResolution(wanted.getDpu(axis.unit()), axis.unit());
+}
+
+}  // namespace
+
+bool QelXyCoordSpace::findClosestResolution(Resolution & found, std::uint32_t widthPixels,
+                                            std::uint32_t heightPixels, unsigned mode) const {
+    if (widthPixels == 0 && heightPixels == 0) return false;
+    std::uint64_t best = refused;
+    unsigned row = 0;
+    for (unsigned i = 0; i < numResolutions() && best != 0; ++i) {
+        std::uint64_t const distance =
+            distanceOf(getResolution(i), widthPixels, heightPixels, mode);
+        if (distance >= best) continue;
+        best = distance;
+        row = i;
+    }
+    if (best == refused) return false;
+    Resolution const winner = getResolution(row);
+    found = {filled(xDimension(), winner.horz, widthPixels),
+             filled(yDimension(), winner.vert, heightPixels)};
+    return true;
+}
+
+bool QelXyCoordSpace::findClosestResolution(Resolution & found, Resolution const & wanted,
+                                            unsigned mode) const {
+    std::uint32_t counts[2] = {0, 0};
+    for (unsigned i = 0; i < 2; ++i) {
+        QelResolution const & half = i == 0 ? wanted.horz : wanted.vert;
+        if (half.isArbitrary()) continue;
+        counts[i] = closestSamples(axis(i), inUnitOf(axis(i), half), mode);
+        if (counts[i] == 0) return false;
+    }
+    return findClosestResolution(found, counts[0], counts[1], mode);
+}
+
+void QelXyCoordSpace::getMaxResolution(std::uint32_t & width, std::uint32_t & height) const {
+    if (numResolutions() == 0) qelRaise(410, "Coordinate space contains no resolution info");
+    std::uint32_t widthOnly = 0;
+    std::uint32_t heightOnly = 0;
+    Resolution largest;
+    for (unsigned i = 0; i < numResolutions(); ++i) {
+        Resolution const row = getResolution(i);
+        std::uint64_t const area = std::uint64_t{row.horz.pixels} * row.vert.pixels;
+        if (row.horz.isArbitrary() && row.vert.isArbitrary()) {
+            width = height = 0;
+            return;
+        }
+        if (row.horz.isArbitrary()) {
+            heightOnly = std::max(heightOnly, row.vert.pixels);
+        } else if (row.vert.isArbitrary()) {
+            widthOnly = std::max(widthOnly, row.horz.pixels);
+        } else if (area > std::uint64_t{largest.horz.pixels} * largest.vert.pixels) {
+            largest = row;
+        }
+    }
+    bool const halves = widthOnly != 0 || heightOnly != 0;
+    bool const byWidth = widthOnly > heightOnly;
+    width = halves ? (byWidth ? widthOnly : 0) : largest.horz.pixels;
+    height = halves ? (byWidth ? 0 : heightOnly) : largest.vert.pixels;
+}
+
+// ---- Intersecting
+
+// The rows of a space, and an index of their counts of pixels.
+class QelXyCoordSpace::Rows {
+  public:
+    explicit Rows(QelXyCoordSpace const & space) {
+        for (unsigned i = 0; i < space.numResolutions(); ++i) {
+            rows_.push_back(space.getResolution(i));
+            keys_.push_back(keyOf(rows_.back().horz.pixels, rows_.back().vert.pixels));
+        }
+        std::sort(keys_.begin(), keys_.end());
+    }
+
+    std::vector<Resolution> const & all() const { return rows_; }
+
+    // As hasPixelResolution(), but not by looking at every row.
+    bool offer(std::uint32_t width, std::uint32_t height) const {
+        if (width == 0 || height == 0) return false;
+        return has(width, height) || has(width, 0) || has(0, height) || has(0, 0);
+    }
+
+    // Halves with these counts, where 0 stands for arbitrary.
+    static Resolution ofPixels(std::uint32_t width, std::uint32_t height) {
+        return {QelResolution::ofPixels(width), QelResolution::ofPixels(height)};
+    }
+
+  private:
+    static std::uint64_t keyOf(std::uint32_t width, std::uint32_t height) {
+        return std::uint64_t{width} << 32 | height;
+    }
+    bool has(std::uint32_t width, std::uint32_t height) const {
+        return std::binary_search(keys_.begin(), keys_.end(), keyOf(width, height));
+    }
+
+    std::vector<Resolution> rows_;
+    std::vector<std::uint64_t> keys_;
+};
+
+void QelXyCoordSpace::intersectResolutions(QelXyCoordSpace const * other) {
+    if (other != nullptr && other->isArbitraryRes()) return;
+    if (isPixelBased()) {
+        bool const stays =
+            other != nullptr && other->hasPixelResolution(numPixelsWide(), numPixelsHigh());
+        if (!stays) qelRaise(600, "No remaining resolutions");
+        return;
+    }
+    Rows const mine(*this);
+    Rows const theirs(other != nullptr ? *other : *this);
+    bool const anything = isArbitraryRes();
+    edit([&](QelXyCoordSpace & copy) {
+        copy.dropRows();
+        copy.selected_ = Resolution();
+        if (other == nullptr) return;
+        auto const add = [&](std::uint32_t width, std::uint32_t height) {
+            copy.addRow(copy.specified(Rows::ofPixels(width, height)));
+        };
+        if (anything) {
+            for (Resolution const & row : theirs.all())
+                add(row.horz.pixels, row.vert.pixels);
+            return;
+        }
+        // What stays keeps its place ahead of what is added.
+        for (Resolution const & row : mine.all()) {
+            if (theirs.offer(row.horz.pixels, row.vert.pixels)) copy.addRow(row);
+        }
+        for (Resolution const & row : mine.all()) {
+            bool const freeWidth = row.horz.pixels == 0;
+            if (!freeWidth && row.vert.pixels != 0) continue;
+            for (Resolution const & their : theirs.all()) {
+                if (freeWidth && offers(their.vert, row.vert.pixels)) {
+                    add(their.horz.pixels, row.vert.pixels);
+                } else if (!freeWidth && offers(their.horz, row.horz.pixels)) {
+                    add(row.horz.pixels, their.vert.pixels);
+                }
+            }
+        }
+    });
+}
+
+namespace {
+
+bool fits(QelResolution const & mine, QelResolution const & theirs, double tolerance,
+          bool relative) {
+    return mine.isEquivalent(theirs, tolerance, relative);
+}
+
+QelResolution dpuOf(QelResolution const & mine, QelResolution const & theirs) {
+    QelResolution const & taken = mine.isArbitrary() ? theirs : mine;
+    return taken.isArbitrary() ? QelResolution() : QelResolution(taken.dpu, taken.unit);
+}
+
+// The resolutions of an axis in another unit.
+std::vector<QelResolution> resolutionsIn(QelXyDimension const & axis, int unit) {
+    QelXyDimension copy(axis);
+    if (copy.unit() != unit) copy.setUnit(unit);
+    std::vector<QelResolution> list;
+    for (unsigned i = 0; i < copy.numResolutions(); ++i)
+        list.push_back(copy.resolution(i));
+    return list;
+}
+
+}  // namespace
+
+void QelXyCoordSpace::intersectDpuResolutions(QelXyCoordSpace const * other, double tolerance,
+                                              bool relative) {
+    if (isPixelBased() || isRelative()) return;
+    bool const nothing = other == nullptr;
+    if (!nothing && (other->isPixelBased() || other->isRelative() || other->isArbitraryRes())) {
+        return;
+    }
+    Rows const mine(*this);
+    std::vector<QelResolution> horz;
+    std::vector<QelResolution> vert;
+    if (!nothing) {
+        horz = resolutionsIn(other->xDimension(), unit());
+        vert = resolutionsIn(other->yDimension(), unit());
+    }
+    edit([&](QelXyCoordSpace & copy) {
+        Resolution const saved = copy.selected_;
+        copy.dropRows();
+        copy.selected_ = Resolution();
+        for (Resolution const & row : mine.all()) {
+            bool const full = isFull(row.horz) && isFull(row.vert);
+            for (std::size_t i = 0; i < horz.size(); ++i) {
+                if (!fits(row.horz, horz[i], tolerance, relative) ||
+                    !fits(row.vert, vert[i], tolerance, relative)) {
+                    continue;
+                }
+                copy.addRow(copy.specified({dpuOf(row.horz, horz[i]), dpuOf(row.vert, vert[i])}));
+                if (full) break;
+            }
+        }
+        bool const again = isFull(saved.horz) && isFull(saved.vert) &&
+                           copy.hasPixelResolution(saved.horz.pixels, saved.vert.pixels);
+        if (again) copy.selectResolution(saved.horz.pixels, saved.vert.pixels);
+    });
+}
+
+// ---- Scaling the sampling
+
+void QelXyCoordSpace::scalePixels(double x, double y, bool keepSelection) {
+    edit([&](QelXyCoordSpace & copy) {
+        copy.uniqueAxis(0).scalePixels(x);
+        copy.uniqueAxis(1).scalePixels(y);
+        copy.reselect(truncated(numPixelsWide() * x), truncated(numPixelsHigh() * y),
+                      keepSelection);
+    });
+}
+
+void QelXyCoordSpace::scalePixels(int denominator, int numerator, bool keepSelection) {
+    edit([&](QelXyCoordSpace & copy) {
+        copy.uniqueAxis(0).scalePixels(denominator, numerator);
+        copy.uniqueAxis(1).scalePixels(denominator, numerator);
+        if (denominator == numerator) return;
+        auto const scaled = [&](std::uint32_t count) {
+            return truncated(static_cast<double>(std::int64_t{count} * numerator / denominator));
+        };
+        copy.reselect(scaled(numPixelsWide()), scaled(numPixelsHigh()), keepSelection);
+    });
+}
+
+void QelXyCoordSpace::reselect(std::uint32_t width, std::uint32_t height, bool keepSelection) {
+    if (isPixelBased()) {
+        recomputeSelection();
+    } else if (!keepSelection) {
+        clearSelection();
+    } else if (hasSelectedResolution()) {
+        if (!hasPixelResolution(width, height)) {
+            qelRaise(402,
+                     "Could not reselect resolution after scaling coordinate space resolution "
+                     "information");
+        }
+        selectResolution(width, height);
+    }
+}
