@@ -1,0 +1,148 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <string>
+
+#include "QelPolygon.h"
+#include "QelRect.h"
+#include "QelRegion.h"
+#include "QelTileId.h"
+#include "QelXyBox.h"
+#include "QelXyCoordSpace.h"
+#include "QelXyPoint.h"
+
+// A region with a rectangular bounding box in a QelXyCoordSpace. The box may be in any unit that
+// the space can convert, and is always clipped to the space's extents: pixels to 0 and the last
+// pixel of the selected resolution, parts of the image to 0.0 and 1.0, others to the extents in
+// that unit. A box that lies wholly outside becomes a range of width 0.0 at the nearer edge. A
+// range that is cut has both ends closed after that, and is discrete in pixels, continuous
+// otherwise.
+//
+// Copies share box and space until one of them is changed. Ranges in other units are converted once
+// and kept, so that even reading belongs to one thread; copies are independent.
+//
+// All operations that set the box raise 410 for one in pixels without a selected resolution, and
+// 306 for a relative unit that the space does not have or a unit that does not convert. An
+// operation that raises changes nothing.
+class QEL_API QelXyRegion : public QelRegion {
+  public:
+    // Walks the tiles that a region touches, row by row from the left. This base forwards to one
+    // that knows the class of the region.
+    class QEL_API Iterator {
+      public:
+        // Raises 4 "Null region provided to Iterator".
+        explicit Iterator(std::unique_ptr<Iterator> walker);
+        Iterator(Iterator const &) = delete;
+        Iterator & operator=(Iterator const &) = delete;
+        virtual ~Iterator();
+
+        // Requires: !isDone().
+        virtual QelTileId tile() const { return walker_->tile(); }
+        virtual bool isDone() const { return walker_->isDone(); }
+        virtual void next() { walker_->next(); }
+
+      protected:
+        Iterator() = default;
+
+      private:
+        std::unique_ptr<Iterator> walker_;
+    };
+
+    QelXyRegion(QelXyRegion const & other);
+    QelXyRegion & operator=(QelXyRegion const & other);
+    ~QelXyRegion() override;
+
+    MoxConstSmartPtr<QelCoordSpace> coordSpace() const override;
+    // Null for a region that has none yet.
+    MoxConstSmartPtr<QelXyCoordSpace> xyCoordSpace() const;
+
+    // The box keeps its place in the image: it is mapped by the ratio of the extents, and is then
+    // in the new space's unit. Raises 4 "null coordinate space pointer passed to function", 2
+    // "coord space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace", and 306
+    // between spaces in width relative and height relative units. Between spaces in the same
+    // relative unit there is nothing to do.
+    void setCoordSpace(QelCoordSpace const * space) override;
+
+    // The run-time class, the key of the registry.
+    virtual std::string className() const;
+    // The box in a plane in which the space's extents are `width` by `height`: its top left, top
+    // right, bottom right and bottom left corner.
+    virtual MoxSmartPtr<QelPolygon> polygon(double width, double height) const;
+    // The box in pixels, cut to whole 32-bit numbers.
+    virtual QelRect pixelBounds() const;
+    virtual MoxConstSmartPtr<QelXyBox> boundingBox(int unit) const;
+    virtual void setPixelBounds(QelRect const & bounds);
+    // The text form, from its "[" on, and all of it.
+    virtual void read(std::istream & in) = 0;
+    virtual void write(std::ostream & out) const = 0;
+    // The same class, box and space.
+    virtual bool equal(QelRegion const & other) const = 0;
+
+    // As it was set, and clipped.
+    MoxConstSmartPtr<QelXyBox> box() const;
+    void setBox(QelXyBox const & box);
+
+    // The ranges of the box, and what they are made of, in any unit.
+    QelValueRange xRange(int unit) const;
+    QelValueRange yRange(int unit) const;
+    QelValue xMin(int unit) const { return xRange(unit).min(); }
+    QelValue yMin(int unit) const { return yRange(unit).min(); }
+    QelValue width(int unit) const { return xRange(unit).width(); }
+    QelValue height(int unit) const { return yRange(unit).width(); }
+
+    // As the operations of that name of the space; the box is then clipped anew. setResolution()
+    // adds a resolution.
+    void setResolution(std::uint32_t widthPixels, std::uint32_t heightPixels);
+    void selectResolution(std::uint32_t widthPixels, std::uint32_t heightPixels);
+    void scaleX(double factor, bool keepDpu);
+    void scaleY(double factor, bool keepDpu);
+    void scaleXY(double factor, bool keepDpu);
+    void scaleWidth(double factor, bool keepDpu);
+    void scaleHeight(double factor, bool keepDpu);
+    void scaleWidthHeight(double factor, bool keepDpu);
+    void scalePixels(double x, double y, bool keepSelection);
+    void scalePixels(int denominator, int numerator, bool keepSelection);
+
+  protected:
+    // Without a space, empty: to be read from a text.
+    QelXyRegion();
+
+    // All raise 4 "Cannot construct QelXyRegion with NULL coord space pointer". The space is
+    // copied. The first one is for all of it.
+    explicit QelXyRegion(QelXyCoordSpace const * space);
+    QelXyRegion(QelXyCoordSpace const * space, QelXyBox const & box);
+    // From corner to corner, in the units of the first one.
+    QelXyRegion(QelXyCoordSpace const * space, QelXyPoint const & topLeft,
+                QelXyPoint const & bottomRight);
+    QelXyRegion(QelXyCoordSpace const * space, QelValue const & x, QelValue const & y,
+                QelValue const & width, QelValue const & height);
+    // In pixels.
+    QelXyRegion(QelXyCoordSpace const * space, int x, int y, int width, int height);
+    QelXyRegion(QelXyCoordSpace const * space, QelValueRange const & x, QelValueRange const & y);
+
+    // For read(): any space, null too, and a box, which is clipped if there is a space.
+    void reset(MoxSmartPtr<QelXyCoordSpace> space, QelXyBox const & box);
+    // Same space and box; for equal().
+    bool sameArea(QelXyRegion const & other) const;
+
+  private:
+    class Body;
+    class Clipper;
+
+    QelXyCoordSpace const & space() const;
+    void adopt(MoxSmartPtr<Body> body);
+    template <class Change>
+    void changeSpace(Change const & change);
+
+    MoxSmartPtr<Body> body_;
+    mutable std::unique_ptr<QelValueRange> xCache_;
+    mutable std::unique_ptr<QelValueRange> yCache_;
+};
+
+// The text form: the class name and what read() and write() take; "NULL" for null. Reading raises
+// 13 for a class that is not registered, and what read() raises; the pointer then stays as it is.
+// The name of a class may be one in a namespace.
+QEL_API std::ostream & operator<<(std::ostream & out, MoxSmartPtr<QelXyRegion> const & region);
+QEL_API std::istream & operator>>(std::istream & in, MoxSmartPtr<QelXyRegion> & region);

@@ -1,0 +1,3 @@
+#include "QelRegion.h"
+
+QelRegion::~QelRegion() = default;
