@@ -8,6 +8,7 @@
 
 #include "MoxSmartPtr.h"
 #include "QelImageOp.h"
+#include "QelXyCoordSpace.h"
 #include "ZanMutex.h"
 
 class QelFileSource;
@@ -49,6 +50,12 @@ class QEL_API QelPictureReaderOp : public QelImageOp {
     int bands() const { return bands_; }
     QelDataType elementType() const { return type_; }
 
+    // Does the file say how many dots per inch, centimeter or meter it has?
+    bool hasResolution() const { return resolution_.horz.dpu > 0.0; }
+    // The dots per unit and the pixels of the picture, as the file has them (the density of a JFIF
+    // header, a pHYs chunk), or 72 dots per inch if it does not say.
+    QelXyCoordSpace::Resolution resolution() const;
+
     // How many rows are decoded, counted from the top.
     std::int32_t decodedRows() const { return decodedRows_.load(std::memory_order_acquire); }
 
@@ -67,6 +74,8 @@ class QEL_API QelPictureReaderOp : public QelImageOp {
     std::int32_t const height_;
     int const bands_;
     QelDataType const type_;
+    // Dots of 0.0 where the file does not say.
+    QelXyCoordSpace::Resolution const resolution_;
 
     // Rows below this number are never written again, so they are read without the lock.
     std::atomic<std::int32_t> decodedRows_{0};

@@ -5,6 +5,7 @@
 
 #include "Qel2DImage.h"
 #include "QelRect.h"
+#include "QelResolution.h"
 
 class QelPictureEncoder;
 
@@ -17,6 +18,10 @@ struct QelWriteOptions {
     // Read between strips: once true, the writer gives up with code 204. May be null; outlives the
     // call.
     std::atomic<bool> const * cancelled = nullptr;
+    // Dots per unit of length, which the file then says (JPEG: dots per inch or centimeter, in
+    // whole numbers up to 65535; PNG: per meter). Says nothing while either half is arbitrary.
+    QelResolution horzResolution = {};
+    QelResolution vertResolution = {};
 };
 
 // Writes a part of an image to a PNG or JPEG file.
@@ -32,7 +37,8 @@ struct QelWriteOptions {
 class QEL_API QelPictureWriter {
   public:
     // The end of the name chooses the format: .png, .jpg or .jpeg, in upper or lower case. Raises
-    // 13 for any other, and for options out of range. Touches no file.
+    // 13 for any other, and for options out of range; 306 for resolutions that are not per length.
+    // Touches no file.
     explicit QelPictureWriter(std::string fileName, QelWriteOptions const & options = {});
     ~QelPictureWriter();
 

@@ -47,6 +47,7 @@ class JpegDecoder final : public QelPictureDecoder {
     void connect();
     void chooseOutput();
     QelPictureHeader readReport() const;
+    void addDensity(QelPictureHeader & report) const;
     void useChunk();
 
     jpeg_decompress_struct jpeg_{};
@@ -139,7 +140,19 @@ QelPictureHeader JpegDecoder::readReport() const {
     report.width = static_cast<std::int32_t>(jpeg_.output_width);
     report.height = static_cast<std::int32_t>(jpeg_.output_height);
     report.bands = jpeg_.output_components;
+    addDensity(report);
     return report;
+}
+
+// A JFIF header has dots per inch, dots per centimeter, or only the shape of a pixel.
+void JpegDecoder::addDensity(QelPictureHeader & report) const {
+    constexpr int perInch = 1;
+    constexpr int perCentimeter = 2;
+    if (!jpeg_.saw_JFIF_marker) return;
+    if (jpeg_.density_unit != perInch && jpeg_.density_unit != perCentimeter) return;
+    report.horzDpu = jpeg_.X_density;
+    report.vertDpu = jpeg_.Y_density;
+    report.resolutionUnit = jpeg_.density_unit == perInch ? QEL_UNIT_INCH : QEL_UNIT_CENTIMETER;
 }
 
 void JpegDecoder::decode(std::uint8_t * to, std::ptrdiff_t lineStride, std::int32_t count) {

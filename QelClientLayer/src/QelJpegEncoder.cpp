@@ -2,6 +2,9 @@
 
 #include <jpeglib.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "QelPictureEncoder.h"
 
 namespace {
@@ -29,6 +32,7 @@ class JpegEncoder final : public QelPictureEncoder {
 
     void useChunk();
     void choose(QelPictureHeader const & header, int quality);
+    void chooseDensity(QelPictureHeader const & header);
 
     jpeg_compress_struct jpeg_{};
     jpeg_error_mgr errors_{};
@@ -87,6 +91,18 @@ void JpegEncoder::choose(QelPictureHeader const & header, int quality) {
     // Full resolution for colour too.
     jpeg_.comp_info[0].h_samp_factor = 1;
     jpeg_.comp_info[0].v_samp_factor = 1;
+    chooseDensity(header);
+}
+
+// Left out where it does not fit.
+void JpegEncoder::chooseDensity(QelPictureHeader const & header) {
+    constexpr double most = 65535.0;
+    double const horz = std::round(header.horzDpu);
+    double const vert = std::round(header.vertDpu);
+    if (!(std::min(horz, vert) >= 1.0 && std::max(horz, vert) <= most)) return;
+    jpeg_.density_unit = header.resolutionUnit == QEL_UNIT_CENTIMETER ? 2 : 1;
+    jpeg_.X_density = static_cast<UINT16>(horz);
+    jpeg_.Y_density = static_cast<UINT16>(vert);
 }
 
 void JpegEncoder::encode(std::uint8_t const * from, std::ptrdiff_t lineStride, std::int32_t count) {

@@ -16,6 +16,10 @@ struct QelPictureHeader {
     std::int32_t height = 0;
     int bands = 0;
     QelDataType type = QelDataType::UChar;
+    // Dots per `resolutionUnit`, one of QelUnitId; 0 where the file does not say.
+    double horzDpu = 0.0;
+    double vertDpu = 0.0;
+    int resolutionUnit = 0;
 };
 
 // Reads one picture file from its header to its last row. Used by one thread at a time.

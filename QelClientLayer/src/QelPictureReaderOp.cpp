@@ -17,6 +17,21 @@ namespace {
                      ", the limit is " + std::to_string(limit));
 }
 
+QelResolution halfOf(double dpu, int unit, std::int32_t pixels) {
+    QelResolution half(dpu, unit);
+    half.pixels = static_cast<std::uint32_t>(pixels);
+    return half;
+}
+
+// A density of 0 on one axis says nothing about the other one either.
+QelXyCoordSpace::Resolution resolutionOf(QelPictureHeader const & header) {
+    bool const known = header.horzDpu > 0.0 && header.vertDpu > 0.0;
+    double const horz = known ? header.horzDpu : 0.0;
+    double const vert = known ? header.vertDpu : 0.0;
+    return {halfOf(horz, header.resolutionUnit, header.width),
+            halfOf(vert, header.resolutionUnit, header.height)};
+}
+
 }  // namespace
 
 QelPictureDecoder::QelPictureDecoder(std::unique_ptr<QelFileSource> source)
@@ -60,10 +75,17 @@ QelPictureReaderOp::QelPictureReaderOp(std::unique_ptr<QelPictureDecoder> decode
       height_(decoder->header().height),
       bands_(decoder->header().bands),
       type_(decoder->header().type),
+      resolution_(resolutionOf(decoder->header())),
       picture_(new QelRectBuffer(width_, height_, bands_, PIXEL_INTERLEAVED, type_)),
       decoder_(std::move(decoder)) {}
 
 QelPictureReaderOp::~QelPictureReaderOp() = default;
+
+QelXyCoordSpace::Resolution QelPictureReaderOp::resolution() const {
+    constexpr double usual = 72.0;
+    if (hasResolution()) return resolution_;
+    return {halfOf(usual, QEL_UNIT_INCH, width_), halfOf(usual, QEL_UNIT_INCH, height_)};
+}
 
 bool QelPictureReaderOp::genOutputInfo(QelImageInfo & info, QelOpContext) {
     info.setSize(width_, height_);

@@ -34,6 +34,20 @@ std::int32_t stripHeight(QelDataOrg const & org, std::int32_t first, std::int64_
         std::min<std::int64_t>(org.tileHeight() - above, last + 1 - first));
 }
 
+bool hasResolution(QelWriteOptions const & options) {
+    return !options.horzResolution.isArbitrary() && !options.vertResolution.isArbitrary();
+}
+
+// In a unit that the format has.
+void addResolution(QelPictureHeader & header, QelWriteOptions const & options, bool jpeg) {
+    if (!hasResolution(options)) return;
+    bool const metric = options.horzResolution.unit == QEL_UNIT_CENTIMETER;
+    int const unit = !jpeg ? QEL_UNIT_METER : (metric ? QEL_UNIT_CENTIMETER : QEL_UNIT_INCH);
+    header.horzDpu = options.horzResolution.getDpu(unit);
+    header.vertDpu = options.vertResolution.getDpu(unit);
+    header.resolutionUnit = unit;
+}
+
 QelPictureHeader headerOf(Qel2DImage const & image, QelRect const & region) {
     QelPictureHeader header;
     header.width = region.width;
@@ -71,6 +85,8 @@ QelPictureWriter::QelPictureWriter(std::string fileName, QelWriteOptions const &
         fail("the PNG compression is " + std::to_string(options_.pngCompression) +
              ", it must lie between 0 and 9");
     }
+    QelPictureHeader resolved;
+    addResolution(resolved, options_, format_ == JPEG);
 }
 
 QelPictureWriter::~QelPictureWriter() = default;
@@ -85,7 +101,8 @@ void QelPictureWriter::write(Qel2DImage & image) const {
 
 void QelPictureWriter::write(Qel2DImage & image, QelRect const & region) const {
     checkImage(image, region);
-    QelPictureHeader const header = headerOf(image, region);
+    QelPictureHeader header = headerOf(image, region);
+    addResolution(header, options_, format_ == JPEG);
     QelFileReplacement file(fileName_);
     std::unique_ptr<QelPictureEncoder> const encoder =
         format_ == JPEG ? qelEncodeJpeg(file, header, options_.jpegQuality)

@@ -32,6 +32,7 @@ class PngDecoder final : public QelPictureDecoder {
     void checkDeclaredSize(QelReadLimits const & limits);
     void connect(QelReadLimits const & limits);
     QelPictureHeader readReport() const;
+    void addDensity(QelPictureHeader & report) const;
     void chooseOutput();
     void read(std::uint8_t * to, std::size_t count);
 
@@ -107,7 +108,20 @@ QelPictureHeader PngDecoder::readReport() const {
     report.height = static_cast<std::int32_t>(png_get_image_height(png_, info_));
     report.bands = ((colour & PNG_COLOR_MASK_COLOR) != 0 ? 3 : 1) + (opacity ? 1 : 0);
     report.type = png_get_bit_depth(png_, info_) == 16 ? QelDataType::UShort : QelDataType::UChar;
+    addDensity(report);
     return report;
+}
+
+// A pHYs chunk has dots per meter, or only the shape of a pixel.
+void PngDecoder::addDensity(QelPictureHeader & report) const {
+    png_uint_32 horz = 0;
+    png_uint_32 vert = 0;
+    int unit = PNG_RESOLUTION_UNKNOWN;
+    if (png_get_pHYs(png_, info_, &horz, &vert, &unit) == 0) return;
+    if (unit != PNG_RESOLUTION_METER) return;
+    report.horzDpu = horz;
+    report.vertDpu = vert;
+    report.resolutionUnit = QEL_UNIT_METER;
 }
 
 void PngDecoder::chooseOutput() {

@@ -1,6 +1,8 @@
 #include <png.h>
 
+#include <algorithm>
 #include <bit>
+#include <cmath>
 #include <limits>
 
 #include "QelPictureEncoder.h"
@@ -24,6 +26,7 @@ class PngEncoder final : public QelPictureEncoder {
 
     void connect();
     void choose(QelPictureHeader const & header, int compression);
+    void chooseDensity(QelPictureHeader const & header);
 
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
@@ -70,6 +73,17 @@ void PngEncoder::choose(QelPictureHeader const & header, int compression) {
     // again and gains next to nothing.
     png_set_filter(png_, PNG_FILTER_TYPE_BASE, PNG_FILTER_AVG);
     png_set_compression_buffer_size(png_, 64 * 1024);
+    chooseDensity(header);
+}
+
+// Left out where it does not fit.
+void PngEncoder::chooseDensity(QelPictureHeader const & header) {
+    constexpr double most = std::numeric_limits<std::int32_t>::max();
+    double const horz = std::round(header.horzDpu);
+    double const vert = std::round(header.vertDpu);
+    if (!(std::min(horz, vert) >= 1.0 && std::max(horz, vert) <= most)) return;
+    png_set_pHYs(png_, info_, static_cast<png_uint_32>(horz), static_cast<png_uint_32>(vert),
+                 PNG_RESOLUTION_METER);
 }
 
 void PngEncoder::encode(std::uint8_t const * from, std::ptrdiff_t lineStride, std::int32_t count) {

@@ -1,11 +1,7 @@
 // The command line tool, run as a user runs it.
 
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <csignal>
-
-#include <fcntl.h>
 
 #include <chrono>
 #include <cinttypes>
@@ -14,70 +10,9 @@
 #include <sstream>
 #include <thread>
 
-#include "../QelClientLayer/ClientTesting.h"
+#include "ToolTesting.h"
 
 namespace {
-
-struct Outcome {
-    int code = -1;
-    std::string out;
-    std::string err;
-};
-
-class QelToolTest : public testing::Test {
-  protected:
-    std::string file(std::string const & name) const { return folder_.file(name); }
-
-    // Starts the tool with its output in two files.
-    pid_t start(std::vector<std::string> arguments, std::string const & out) {
-        arguments.insert(arguments.begin(), QEL_TOOL_PATH);
-        std::vector<char *> pointers;
-        for (std::string & each : arguments)
-            pointers.push_back(each.data());
-        pointers.push_back(nullptr);
-        std::string const err = scratch_.file("err");
-        pid_t const child = ::fork();
-        if (child != 0) return child;
-        constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC;
-        ::dup2(::open(out.c_str(), flags, 0600), STDOUT_FILENO);
-        ::dup2(::open(err.c_str(), flags, 0600), STDERR_FILENO);
-        ::execv(QEL_TOOL_PATH, pointers.data());
-        ::_exit(127);
-    }
-    Outcome finish(pid_t child) {
-        Outcome outcome;
-        int status = 0;
-        EXPECT_EQ(child, ::waitpid(child, &status, 0));
-        EXPECT_TRUE(WIFEXITED(status)) << "the tool ended with status " << status;
-        if (WIFEXITED(status)) outcome.code = WEXITSTATUS(status);
-        outcome.out = text("out");
-        outcome.err = text("err");
-        return outcome;
-    }
-    Outcome run(std::vector<std::string> arguments) {
-        return finish(start(std::move(arguments), scratch_.file("out")));
-    }
-    std::string text(std::string const & name) const {
-        Bytes const bytes = contentOf(scratch_.file(name));
-        return std::string(bytes.begin(), bytes.end());
-    }
-
-    void expectDone(std::vector<std::string> const & arguments) {
-        Outcome const outcome = run(arguments);
-        EXPECT_EQ(0, outcome.code) << outcome.err;
-        EXPECT_EQ("", outcome.err);
-    }
-    void expectFailed(int code, std::string const & line,
-                      std::vector<std::string> const & arguments) {
-        Outcome const outcome = run(arguments);
-        EXPECT_EQ(code, outcome.code);
-        EXPECT_EQ("qel: " + line + "\n", outcome.err);
-        EXPECT_EQ("", outcome.out);
-    }
-
-    TemporaryFolder folder_;
-    TemporaryFolder scratch_;
-};
 
 TEST_F(QelToolTest, VersionAndHelp) {
     Outcome const version = run({"--version"});
@@ -127,7 +62,8 @@ TEST_F(QelToolTest, InfoTellsWhatThereIs) {
                   "tiles:              2 x 1 of 128 x 128 pixels\n"
                   "data organisation:  "
                   "SimpleDataOrg[0,0,128,128,8,1024,l=PIXEL_INTERLEAVED,0,2,4,6]\n"
-                  "bytes:              160000\n",
+                  "bytes:              160000\n"
+                  "resolution:         not known\n",
               outcome.out);
 }
 
@@ -380,11 +316,14 @@ TEST_F(QelToolTest, CommandLinesThatCannotBeUnderstood) {
              {{"convert", file("none.png"), out, "blur:radius=2,kernel=1"},
               "The operation blur takes a radius or a kernel, not both"},
              {{"convert", "@testcard", out, "--region", "1,2,3"},
-              "--region is \"1,2,3\", it must be X,Y,W,H, with W and H of at least 1"},
+              "--region is \"1,2,3\", it must be X,Y,W,H, each in whole pixels or as a value with "
+              "a unit such as 2.5 centimeters, with W and H above 0"},
              {{"convert", "@testcard", out, "--region", "1,2,0,4"},
-              "--region is \"1,2,0,4\", it must be X,Y,W,H, with W and H of at least 1"},
+              "--region is \"1,2,0,4\", it must be X,Y,W,H, each in whole pixels or as a value "
+              "with a unit such as 2.5 centimeters, with W and H above 0"},
              {{"convert", "@testcard", out, "--region", "1,2,3,99999999999"},
-              "--region is \"1,2,3,99999999999\", it must be X,Y,W,H, with W and H of at least 1"},
+              "--region is \"1,2,3,99999999999\", it must be X,Y,W,H, each in whole pixels or as a "
+              "value with a unit such as 2.5 centimeters, with W and H above 0"},
              {{"convert", "@testcard", out, "--tile", "15x16"},
               "--tile is \"15x16\", it must be WxH, with both from 16 to 8192"},
              {{"convert", "@testcard", out, "--tile", "16"},

@@ -23,3 +23,4 @@ std::string textOf(ZanError const & error);
 void addConvertCommand(CLI::App & tool);
 void addInfoCommand(CLI::App & tool);
 void addOpsCommand(CLI::App & tool);
+void addSpaceCommand(CLI::App & tool);

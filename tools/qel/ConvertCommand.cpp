@@ -12,6 +12,7 @@
 #include "Arguments.h"
 #include "Commands.h"
 #include "Picture.h"
+#include "Region.h"
 
 namespace {
 
@@ -88,10 +89,15 @@ void setTileSize(std::string const & text) {
     QelSystemConfig::minTileHeight = QelSystemConfig::maxTileHeight = size.height;
 }
 
-Chain buildChain(Arguments const & arguments, std::vector<QelOpCatalog::Call> const & calls) {
+Picture openInput(Arguments const & arguments) {
     QelReadLimits limits;
     limits.maxBytes = arguments.maxBytes;
-    Chain chain{{arguments.in, openPicture(arguments.in, limits).image}};
+    return openPicture(arguments.in, limits);
+}
+
+Chain buildChain(Picture const & picture, Arguments const & arguments,
+                 std::vector<QelOpCatalog::Call> const & calls) {
+    Chain chain{{picture.name, picture.image}};
     for (std::size_t i = 0; i < calls.size(); ++i) {
         MoxSmartPtr<QelImageOp> const op = calls[i].make(chain.back().image);
         chain.push_back({arguments.ops[i], new Qel2DImage(op)});
@@ -116,8 +122,8 @@ void printStatistics(Chain const & chain) {
 void convert(Arguments const & arguments) {
     // All that can be refused without opening a file comes first.
     std::vector<QelOpCatalog::Call> const calls = parseOps(arguments.ops);
-    QelRect region;
-    if (!arguments.region.empty()) region = parseRect(arguments.region, "--region");
+    Region region;
+    if (!arguments.region.empty()) region = Region(arguments.region, "--region");
     std::optional<std::uint64_t> memoryLimit;
     if (!arguments.memoryLimit.empty()) {
         memoryLimit = parseBytes(arguments.memoryLimit, "--memory-limit");
@@ -125,13 +131,20 @@ void convert(Arguments const & arguments) {
     setTileSize(arguments.tile);
     QelWriteOptions options;
     options.cancelled = &interrupted;
-    QelPictureWriter const writer(arguments.out, options);
+    QelPictureWriter const checked(arguments.out, options);
 
     stopWhenInterrupted();
     RecycledMemory const memory(memoryLimit);
-    Chain const chain = buildChain(arguments, calls);
+    Picture const picture = openInput(arguments);
+    remarkOnResolution(picture, region);
+    Chain const chain = buildChain(picture, arguments, calls);
     Qel2DImage & result = *chain.back().image;
-    writer.write(result, arguments.region.empty() ? result.imageRect() : region);
+    if (picture.hasResolution) {
+        options.horzResolution = picture.space->getResolution(0).horz;
+        options.vertResolution = picture.space->getResolution(0).vert;
+    }
+    QelPictureWriter const writer(arguments.out, options);
+    writer.write(result, region.isAll() ? result.imageRect() : region.pixelsOf(picture));
     if (!arguments.stats) return;
     printStatistics(chain);
     memory.printStatistics();
@@ -152,7 +165,10 @@ void addConvertCommand(CLI::App & tool) {
     command->add_option("OP", arguments->ops,
                         "operations in their order, as OP[:NAME=VALUE[,NAME=VALUE]...]; "
                         "\"qel ops\" lists them");
-    command->add_option("--region", arguments->region, "compute only this part of the result")
+    command
+        ->add_option("--region", arguments->region,
+                     "compute only this part of the result, in pixels or as \"1 inches,0.5 "
+                     "normalized units,...\"")
         ->type_name("X,Y,W,H");
     command->add_option("--tile", arguments->tile, "size of tiles in pixels, 16 to 8192")
         ->type_name("WxH");

@@ -15,7 +15,12 @@ Picture drawTestCard(std::string const & name) {
         size = parseSize(std::string_view(name).substr(testCard.size() + 1),
                          "The size of the test card", 1, QelTestCardOp::maxSide);
     }
-    return {name, "built in", new Qel2DImage(new QelTestCardOp(size.width, size.height))};
+    constexpr double dpi = 72.0;
+    QelXyCoordSpace::Resolution resolution{{dpi, QEL_UNIT_INCH}, {dpi, QEL_UNIT_INCH}};
+    resolution.horz.pixels = static_cast<std::uint32_t>(size.width);
+    resolution.vert.pixels = static_cast<std::uint32_t>(size.height);
+    return {name, "built in", new Qel2DImage(new QelTestCardOp(size.width, size.height)),
+            new QelXyCoordSpace(resolution), false};
 }
 
 bool namesTestCard(std::string const & name) {
@@ -32,5 +37,6 @@ Picture openPicture(std::string const & name, QelReadLimits const & limits) {
                          "\"; there are @testcard and @testcard:WxH");
     }
     MoxSmartPtr<QelPictureReaderOp> const reader = qelOpenPicture(name, limits);
-    return {name, reader->formatName(), new Qel2DImage(reader)};
+    return {name, reader->formatName(), new Qel2DImage(reader),
+            new QelXyCoordSpace(reader->resolution()), reader->hasResolution()};
 }

@@ -9,6 +9,9 @@ struct Picture {
     std::string name;
     std::string format;
     MoxSmartPtr<Qel2DImage> image;
+    // As large as it is on paper: at its own resolution, or at 72 dots per inch if it has none.
+    MoxSmartPtr<QelXyCoordSpace> space;
+    bool hasResolution = false;
 };
 
 // A file, or the picture that is built in: "@testcard", "@testcard:WxH". Raises UsageError for

@@ -59,6 +59,7 @@ int main(int argc, char ** argv) {
     addConvertCommand(tool);
     addInfoCommand(tool);
     addOpsCommand(tool);
+    addSpaceCommand(tool);
     try {
         return run(tool, argc, argv);
     } catch (UsageError const & error) {

@@ -1,0 +1,144 @@
+#include <CLI/CLI.hpp>
+
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "QelClients.h"
+
+namespace {
+
+struct Arguments {
+    std::vector<std::string> size;
+    std::vector<double> dpi;
+    std::string convert;
+    bool listUnits = false;
+};
+
+QelValue parseValue(std::string const & text, std::string const & what) {
+    std::istringstream in(text);
+    in.imbue(std::locale::classic());
+    QelValue value;
+    try {
+        in >> value;
+    } catch (ZanError const &) {
+        in.setstate(std::ios_base::failbit);
+    }
+    if (!in.fail() && (in >> std::ws).eof()) return value;
+    throw UsageError(what + " is \"" + text +
+                     "\", it must be a number and a unit, as in \"2.5 centimeters\"; \"qel space "
+                     "--list-units\" lists the units");
+}
+
+void listUnits() {
+    std::cout << std::left << std::setw(5) << "id" << std::setw(22) << "one" << std::setw(23)
+              << "several" << std::setw(16) << "in terms of" << std::setw(14) << "one of it is"
+              << "tolerance\n";
+    for (int id = 0; id < 128; ++id) {
+        try {
+            QelUnitInfo const & unit = QelValue::getUnitInfo(id);
+            std::ostringstream size;
+            if (unit.multiplier != 0.0) size << unit.multiplier;
+            std::cout << std::setw(5) << id << std::setw(22) << unit.singularName << std::setw(23)
+                      << unit.pluralName << std::setw(16)
+                      << QelValue::getUnitInfo(unit.standardId).singularName << std::setw(14)
+                      << size.str() << unit.tolerance << '\n';
+        } catch (QelError const &) {
+            // Not every identifier is taken.
+        }
+    }
+}
+
+QelXyCoordSpace makeSpace(Arguments const & arguments) {
+    QelXyCoordSpace space{parseValue(arguments.size[0], "--size"),
+                          parseValue(arguments.size[1], "--size")};
+    if (arguments.dpi.empty()) return space;
+    if (space.isPixelBased()) {
+        throw UsageError("--dpi goes with a --size in inches or the like, not in pixels");
+    }
+    QelXyCoordSpace::Resolution const resolution{{arguments.dpi.front(), QEL_UNIT_INCH},
+                                                 {arguments.dpi.back(), QEL_UNIT_INCH}};
+    space.addResolution(resolution);
+    space.selectResolution(resolution);
+    return space;
+}
+
+void print(QelXyCoordSpace const & space) {
+    std::cout << "space:       " << space.width() << " by " << space.height();
+    if (!space.isPixelBased()) {
+        if (space.hasSelectedResolution()) {
+            std::cout << ", " << space.numPixelsWide() << " by " << space.numPixelsHigh()
+                      << " pixels";
+        } else {
+            std::cout << ", no resolution";
+        }
+    }
+    std::cout << '\n';
+}
+
+// How far along the x axis a value is, and what the same number means as a length and as a range
+// from there to the end.
+void printConversions(QelXyCoordSpace const & space, QelValue const & value) {
+    constexpr int pixel = QEL_UNIT_PIXEL;
+    int const unit = value.unit();
+    QelValue const at = space.convertHorzPosition(value, pixel);
+    QelValue const inside = space.convertHorzPosition(value, pixel, true);
+    std::cout << "position:    " << value << " from the left is " << at << ", behind the centre of "
+              << "pixel " << inside.value() << '\n'
+              << "  back:      pixel " << inside.value() << " starts at "
+              << space.convertHorzPosition(inside, unit) << ", its centre is at "
+              << space.convertHorzPosition(inside, unit, true) << '\n';
+
+    QelValue const length = space.convertHorzSpan(value, pixel);
+    QelValue const whole = space.convertHorzSpan(value, pixel, true);
+    std::cout << "span:        " << value << " are " << length << ", " << whole.value()
+              << " of them whole\n"
+              << "  back:      " << whole << " are " << space.convertHorzSpan(whole, unit) << '\n';
+
+    QelValueRange const range(QelValue(0.0, unit), value, isPixelUnit(unit) ? 1 : 0, true, true);
+    QelValueRange const pixels = space.convertHorzRange(range, pixel, true);
+    QelValueRange const back = space.convertHorzRange(pixels, unit);
+    std::cout << "range:       0 to " << value << " has the centres of " << pixels.width().value()
+              << " pixels, " << pixels.min().value() << " to " << pixels.max().value() << '\n'
+              << "  back:      these reach from " << back.min() << " to " << back.max() << '\n';
+}
+
+void run(Arguments const & arguments) {
+    if (arguments.listUnits) listUnits();
+    if (arguments.size.empty()) {
+        if (arguments.listUnits) return;
+        throw UsageError("--size or --list-units is required");
+    }
+    std::optional<QelValue> value;
+    if (!arguments.convert.empty()) value = parseValue(arguments.convert, "--convert");
+    QelXyCoordSpace const space = makeSpace(arguments);
+    print(space);
+    if (value) printConversions(space, *value);
+}
+
+}  // namespace
+
+void addSpaceCommand(CLI::App & tool) {
+    CLI::App * const command =
+        tool.add_subcommand("space", "Show how units, extents and pixels convert");
+    auto const arguments = std::make_shared<Arguments>();
+    command->add_option("--size", arguments->size, "width and height, as in \"8.5 inches\"")
+        ->expected(2)
+        ->type_name("W H");
+    command->add_option("--dpi", arguments->dpi, "dots per inch, of both axes or of each")
+        ->expected(1, 2)
+        ->check(CLI::PositiveNumber)
+        ->type_name("N");
+    command
+        ->add_option("--convert", arguments->convert,
+                     "a value, as in \"2.5 centimeters\": as a position, a length and a range "
+                     "along the width")
+        ->type_name("VALUE");
+    command->add_flag("--list-units", arguments->listUnits, "list the units of measure");
+    command->callback([arguments] { run(*arguments); });
+}
