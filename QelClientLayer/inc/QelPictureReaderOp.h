@@ -50,7 +50,8 @@ class QEL_API QelPictureReaderOp : public QelImageOp {
     int bands() const { return bands_; }
     QelDataType elementType() const { return type_; }
 
-    // Does the file say how many dots per inch, centimeter or meter it has?
+    // Does the file say how many dots per inch, centimeter or meter it has? Not by numbers that
+    // would leave the picture no size.
     bool hasResolution() const { return resolution_.horz.dpu > 0.0; }
     // The dots per unit and the pixels of the picture, as the file has them (the density of a JFIF
     // header, a pHYs chunk), or 72 dots per inch if it does not say.

@@ -37,8 +37,8 @@ struct QelWriteOptions {
 class QEL_API QelPictureWriter {
   public:
     // The end of the name chooses the format: .png, .jpg or .jpeg, in upper or lower case. Raises
-    // 13 for any other, and for options out of range; 306 for resolutions that are not per length.
-    // Touches no file.
+    // 13 for any other, and for options out of range; 306 for resolutions that are not per length,
+    // 402 for those that have pixels only. Touches no file.
     explicit QelPictureWriter(std::string fileName, QelWriteOptions const & options = {});
     ~QelPictureWriter();
 

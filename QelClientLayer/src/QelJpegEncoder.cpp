@@ -2,7 +2,6 @@
 
 #include <jpeglib.h>
 
-#include <algorithm>
 #include <cmath>
 
 #include "QelPictureEncoder.h"
@@ -99,7 +98,8 @@ void JpegEncoder::chooseDensity(QelPictureHeader const & header) {
     constexpr double most = 65535.0;
     double const horz = std::round(header.horzDpu);
     double const vert = std::round(header.vertDpu);
-    if (!(std::min(horz, vert) >= 1.0 && std::max(horz, vert) <= most)) return;
+    auto const fits = [](double dots) { return dots >= 1.0 && dots <= most; };
+    if (!fits(horz) || !fits(vert)) return;
     jpeg_.density_unit = header.resolutionUnit == QEL_UNIT_CENTIMETER ? 2 : 1;
     jpeg_.X_density = static_cast<UINT16>(horz);
     jpeg_.Y_density = static_cast<UINT16>(vert);

@@ -23,9 +23,15 @@ QelResolution halfOf(double dpu, int unit, std::int32_t pixels) {
     return half;
 }
 
-// A density of 0 on one axis says nothing about the other one either.
+// No space takes a picture whose dots are so small that it has no size.
+bool isUsable(double dpu, int unit, std::int32_t pixels) {
+    return dpu > 0.0 && QelValue(pixels / dpu, unit) > 0.0;
+}
+
+// A density that is of no use on one axis says nothing about the other one either.
 QelXyCoordSpace::Resolution resolutionOf(QelPictureHeader const & header) {
-    bool const known = header.horzDpu > 0.0 && header.vertDpu > 0.0;
+    bool const known = isUsable(header.horzDpu, header.resolutionUnit, header.width) &&
+                       isUsable(header.vertDpu, header.resolutionUnit, header.height);
     double const horz = known ? header.horzDpu : 0.0;
     double const vert = known ? header.vertDpu : 0.0;
     return {halfOf(horz, header.resolutionUnit, header.width),

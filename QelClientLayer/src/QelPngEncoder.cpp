@@ -1,6 +1,5 @@
 #include <png.h>
 
-#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -81,7 +80,8 @@ void PngEncoder::chooseDensity(QelPictureHeader const & header) {
     constexpr double most = std::numeric_limits<std::int32_t>::max();
     double const horz = std::round(header.horzDpu);
     double const vert = std::round(header.vertDpu);
-    if (!(std::min(horz, vert) >= 1.0 && std::max(horz, vert) <= most)) return;
+    auto const fits = [](double dots) { return dots >= 1.0 && dots <= most; };
+    if (!fits(horz) || !fits(vert)) return;
     png_set_pHYs(png_, info_, static_cast<png_uint_32>(horz), static_cast<png_uint_32>(vert),
                  PNG_RESOLUTION_METER);
 }

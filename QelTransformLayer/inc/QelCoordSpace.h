@@ -28,6 +28,8 @@ class QEL_API QelCoordSpace : public virtual ZanRefCount {
     QelCoordSpace(OwnedDimension first, OwnedDimension second);
     explicit QelCoordSpace(std::vector<OwnedDimension> dimensions);
     QelCoordSpace(QelCoordSpace const & other);
+    // Raises 9 for a space in which some dimensions are fixed; such a class has an assignment of
+    // its own.
     QelCoordSpace & operator=(QelCoordSpace const & other);
     virtual ~QelCoordSpace();
 
@@ -79,6 +81,7 @@ class QEL_API QelCoordSpace : public virtual ZanRefCount {
     };
 
     DimensionSet const & body() const { return *body_; }
+    void shareBody(QelCoordSpace const & other) { body_ = other.body_; }
     // This space's own, made so first if it is shared.
     DimensionSet & uniqueBody();
     bool sharesBody(QelCoordSpace const & other) const { return body_ == other.body_; }

@@ -107,6 +107,8 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     Resolution getResolution(unsigned index) const;
     bool isArbitraryRes() const;
     bool hasPixelResolution(std::uint32_t widthPixels, std::uint32_t heightPixels) const;
+    // This, and what else takes a resolution in dots per unit, raises 306 for a unit that does not
+    // convert and 405 for less than half a sample.
     bool supportsResolution(Resolution const & resolution) const;
 
     // All raise 312 in a relative unit. In pixels, adding a row changes the size (312 for an

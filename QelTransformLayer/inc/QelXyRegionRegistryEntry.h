@@ -7,7 +7,7 @@
 
 // Makes regions of one class, so that a saved graph can be read. A client has a static object of a
 // derived class for each class of regions of its own: it is in the registry from its constructor to
-// its destructor. The registry may be used from any thread.
+// its destructor. Regions may be made from any thread, entries come and go while nobody makes any.
 class QEL_API QelXyRegionRegistryEntry {
   public:
     // `name` is the class name.

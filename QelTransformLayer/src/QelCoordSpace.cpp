@@ -49,7 +49,9 @@ QelCoordSpace::QelCoordSpace(std::vector<OwnedDimension> dimensions) : body_(new
 QelCoordSpace::QelCoordSpace(QelCoordSpace const & other) : ZanRefCount(), body_(other.body_) {}
 
 QelCoordSpace & QelCoordSpace::operator=(QelCoordSpace const & other) {
-    body_ = other.body_;
+    if (this == &other) return *this;
+    checkFree(0, "operator=");
+    shareBody(other);
     return *this;
 }
 

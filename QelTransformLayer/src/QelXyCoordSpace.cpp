@@ -151,7 +151,7 @@ QelXyCoordSpace::QelXyCoordSpace(QelXyCoordSpace const & other)
     : ZanRefCount(), QelCoordSpace(other), QelPixelExtent(), selected_(other.selected_) {}
 
 QelXyCoordSpace & QelXyCoordSpace::operator=(QelXyCoordSpace const & other) {
-    QelCoordSpace::operator=(other);
+    shareBody(other);
     selected_ = other.selected_;
     return *this;
 }

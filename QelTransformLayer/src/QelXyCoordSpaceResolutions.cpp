@@ -11,6 +11,11 @@ namespace {
 
 using Resolution = QelXyCoordSpace::Resolution;
 
+// Is it a number of pixels, or the one sampling that a pixel based space has?
+bool saysPixels(QelResolution const & half) {
+    return half.pixels != 0 || half.dpu == 1.0;
+}
+
 bool isFull(QelResolution const & half) {
     return !half.isArbitrary();
 }
@@ -89,7 +94,7 @@ void QelXyCoordSpace::addResolution(Resolution const & resolution) {
     }
     if (resolution.horz.pixels != 0) row.horz.pixels = resolution.horz.pixels;
     if (resolution.vert.pixels != 0) row.vert.pixels = resolution.vert.pixels;
-    if (row.horz.isArbitrary() || row.vert.isArbitrary()) {
+    if (!saysPixels(resolution.horz) || !saysPixels(resolution.vert)) {
         qelRaise(312, "Cannot add resolution to dimension object defined in units of \"pixels\"");
     }
     setPixelSize(row.horz.pixels, row.vert.pixels);

@@ -53,6 +53,56 @@ TEST_F(QelPictureReaderOpTest, RefusesWhatItCannotRead) {
                   "the file ends too early");
 }
 
+TEST_F(QelPictureReaderOpTest, DensitiesOfAJpegFile) {
+    Bytes bytes = contentOf(write("picture.jpg", softPicture(40, 30, 3)));
+    struct Row {
+        char const * name;
+        std::uint8_t unit;
+        std::uint8_t horz;
+        std::uint8_t vert;
+        bool known;
+        double dpu;
+        int dpuUnit;
+    };
+    for (Row const & row : {Row{"per inch", 1, 90, 45, true, 90, QEL_UNIT_INCH},
+                            Row{"per centimeter", 2, 90, 45, true, 90, QEL_UNIT_CENTIMETER},
+                            Row{"the shape of a pixel", 0, 90, 45, false, 72, QEL_UNIT_INCH},
+                            Row{"no unit at all", 3, 90, 45, false, 72, QEL_UNIT_INCH},
+                            Row{"0 across", 1, 0, 45, false, 72, QEL_UNIT_INCH},
+                            Row{"0 down", 1, 90, 0, false, 72, QEL_UNIT_INCH}}) {
+        SCOPED_TRACE(row.name);
+        // Behind the marker, "JFIF" and the version: the unit, and two numbers of two bytes.
+        bytes.at(13) = row.unit;
+        bytes.at(15) = row.horz;
+        bytes.at(17) = row.vert;
+        Reader const reader = qelOpenPicture(writeBytes("row.jpg", bytes));
+        EXPECT_EQ(row.known, reader->hasResolution());
+        QelXyCoordSpace::Resolution const resolution = reader->resolution();
+        EXPECT_EQ(row.dpu, resolution.horz.dpu);
+        EXPECT_EQ(row.dpuUnit, resolution.horz.unit);
+        EXPECT_EQ(row.dpuUnit, resolution.vert.unit);
+        EXPECT_EQ(40u, resolution.horz.pixels);
+        EXPECT_EQ(30u, resolution.vert.pixels);
+    }
+}
+
+TEST_F(QelPictureReaderOpTest, DotsThatLeaveThePictureNoSizeAreNoResolution) {
+    Qel2DImage image(softPicture(40, 30, 3).get());
+    QelWriteOptions options;
+    options.horzResolution = QelResolution(1000, QEL_UNIT_METER);
+    // 30 dots are more than a micron, or less.
+    for (auto const & [dots, known] : {std::pair(2e7, true), std::pair(1e9, false)}) {
+        options.vertResolution = QelResolution(dots, QEL_UNIT_METER);
+        QelPictureWriter(folder_.file("dense.png"), options).write(image);
+        Reader const reader = qelOpenPicture(folder_.file("dense.png"));
+        EXPECT_EQ(known, reader->hasResolution()) << dots;
+        EXPECT_EQ(known ? dots : 72.0, reader->resolution().vert.dpu);
+        QelXyCoordSpace const space(reader->resolution());
+        EXPECT_EQ(40u, space.numPixelsWide());
+        EXPECT_EQ(30u, space.numPixelsHigh());
+    }
+}
+
 TEST_F(QelPictureReaderOpTest, EachReaderRefusesTheOtherFormat) {
     std::string const png = write("picture.png", softPicture(40, 30, 3));
     std::string const jpeg = write("picture.jpg", softPicture(40, 30, 3));

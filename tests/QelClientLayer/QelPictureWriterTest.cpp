@@ -60,6 +60,26 @@ TEST_F(QelPictureWriterTest, RefusesOptionsOutOfRange) {
                   [] { QelPictureWriter writer("a.png", {.pngCompression = 10}); });
 }
 
+TEST_F(QelPictureWriterTest, RefusesResolutionsThatAreNotPerLength) {
+    QelResolution const perSecond(300, QEL_UNIT_SECOND);
+    QelResolution const perInch(300, QEL_UNIT_INCH);
+    auto const make = [](char const * name, QelResolution const & horz,
+                         QelResolution const & vert) {
+        QelWriteOptions options;
+        options.horzResolution = horz;
+        options.vertResolution = vert;
+        QelPictureWriter writer(name, options);
+    };
+    expectRaises(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)",
+                 [&] { make("a.jpg", perInch, perSecond); });
+    expectRaises(306, "Cannot convert from unit seconds (id = 6) to unit meters (id = 5)",
+                 [&] { make("a.png", perSecond, perInch); });
+    expectRaises(402, "cannot convert resolution object with no dpu info",
+                 [&] { make("a.png", perInch, QelResolution::ofPixels(300)); });
+    // Nothing is said, so nothing is wrong.
+    make("a.png", perSecond, QelResolution());
+}
+
 TEST_F(QelPictureWriterTest, RefusesElementsAheadOfWriting) {
     struct Row {
         char const * name;

@@ -97,6 +97,8 @@ TEST(QelXyCoordSpaceList, ChangesAreRefused) {
                    space.addResolution(Resolution{samples(5), {1, QEL_UNIT_SECOND}}));
     EXPECT_REFUSED(312, "Cannot add resolution to dimension object defined in units of \"pixels\"",
                    pixel, pixel.addResolution(Resolution{samples(5), {}}));
+    EXPECT_REFUSED(312, "Cannot add resolution to dimension object defined in units of \"pixels\"",
+                   pixel, pixel.addResolution(Resolution{samples(5), {2.0, QEL_UNIT_PIXEL}}));
     EXPECT_REFUSED(7,
                    "resolution index value 1 passed to QelXyCoordSpace::removeResolution(), but "
                    "object has only 1 resolution entries",

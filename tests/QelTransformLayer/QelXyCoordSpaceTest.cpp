@@ -297,4 +297,19 @@ TEST(QelXyCoordSpace, NewSpaceOfPixelsMustHaveTheSameSize) {
                  [&] { space.newSpace(inches(5), pixels(480)); });
 }
 
+TEST(QelXyCoordSpace, IsNotAssignedToThroughItsBase) {
+    QelXyCoordSpace space(640, 480);
+    QelCoordSpace & base = space;
+    QelCoordSpace const other(std::make_unique<QelDimension>("length", inches(10)));
+    std::string const before = stateOf(space);
+    expectRaises(9, "Cannot override x-dimension of QelXyCoordSpace by calling operator=( )",
+                 [&] { base = other; });
+    EXPECT_EQ(before, stateOf(space));
+    QelCoordSpace const & same = space;
+    base = same;
+    EXPECT_EQ(before, stateOf(space));
+    space = QelXyCoordSpace(5, 6);
+    EXPECT_EQ(5U, space.numPixelsWide());
+}
+
 }  // namespace

@@ -318,6 +318,9 @@ TEST_F(QelToolTest, CommandLinesThatCannotBeUnderstood) {
              {{"convert", "@testcard", out, "--region", "1,2,3"},
               "--region is \"1,2,3\", it must be X,Y,W,H, each in whole pixels or as a value with "
               "a unit such as 2.5 centimeters, with W and H above 0"},
+             {{"convert", "@testcard", out, "--region", "1,2,3,4,"},
+              "--region is \"1,2,3,4,\", it must be X,Y,W,H, each in whole pixels or as a value "
+              "with a unit such as 2.5 centimeters, with W and H above 0"},
              {{"convert", "@testcard", out, "--region", "1,2,0,4"},
               "--region is \"1,2,0,4\", it must be X,Y,W,H, each in whole pixels or as a value "
               "with a unit such as 2.5 centimeters, with W and H above 0"},

@@ -150,6 +150,8 @@ TEST_F(QelToolTest, RegionsWithoutAPixelAreRefused) {
     }
     expectFailed(1, "Cannot convert from unit seconds (id = 6) to unit meters (id = 5)",
                  {"convert", file("a.png"), file("b.png"), "--region", "1 seconds,1,1,1"});
+    expectFailed(1, "Cannot convert from unit seconds (id = 6) to unit meters (id = 5)",
+                 {"convert", file("a.png"), file("b.png"), "--region", "1 seconds,1 radians,1,1"});
 }
 
 // The commands that a page of the documentation shows, and what it says that they print: lines

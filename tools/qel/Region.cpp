@@ -17,6 +17,8 @@ std::vector<std::string> split(std::string const & text) {
     std::istringstream in(text);
     for (std::string part; std::getline(in, part, ',');)
         parts.push_back(part);
+    // getline() takes the last comma for the end of what stands before it.
+    if (!text.empty() && text.back() == ',') parts.emplace_back();
     return parts;
 }
 
@@ -101,8 +103,9 @@ QelRect Region::pixelsOf(Picture const & picture) const {
         return QelRect(whole(0), whole(1), whole(2), whole(3));
     }
     QelXyCoordSpace const & space = *picture.space;
-    QelXySimpleRegion const region(&space, rangeOf(space, true, values_[0], values_[2]),
-                                   rangeOf(space, false, values_[1], values_[3]));
+    // Braces: what is wrong with x is told first.
+    QelXySimpleRegion const region{&space, rangeOf(space, true, values_[0], values_[2]),
+                                   rangeOf(space, false, values_[1], values_[3])};
     QelRect const pixels = region.pixelBounds();
     if (!pixels.isEmpty()) return pixels;
     throw QelError(13, "The region " + text_ + " has no pixel of " + picture.name, __FILE__,
