@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <iosfwd>
 
 #include "MoxSmartPtr.h"
 #include "QelExport.h"
@@ -12,7 +13,8 @@
 // arithmetic of turning one space into another: two ends of a connection compare their spaces,
 // and image data carries one as a label.
 //
-// Held by MoxSmartPtr. Everything but the flag is fixed at construction, so any thread may ask.
+// Held by MoxSmartPtr. Everything but the flag is fixed once a space is made or read, so any thread
+// may ask.
 // The mutex is there for callers that need one for each space; the space itself takes it nowhere.
 class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
   public:
@@ -33,6 +35,13 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
     virtual char const * name() const = 0;
     // The name of the class itself.
     virtual char const * className() const;
+
+    // The text form: the class name, "[b=", the bands, ", min=", the minimum, ", max=", the maximum
+    // and "]"; numbers as short as they read back. read() takes everything up to "[" and what
+    // follows; it raises 13 "Invalid QelColorSpace value" and changes nothing where that does not
+    // read, or the bands are negative. It is for a space that nobody else has yet.
+    virtual void write(std::ostream & out) const;
+    virtual void read(std::istream & in);
 
     // False here.
     virtual bool isRGBLike() const;
@@ -59,9 +68,18 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
     QelColorSpace(int bands, double min, double max);
     QelColorSpace(QelColorSpace const & other);
 
+    // For a copy that nobody has seen yet.
+    void setFields(int bands, double min, double max);
+
   private:
     int numBands_;
     double minValue_;
     double maxValue_;
     std::atomic<bool> flag_{false};
 };
+
+// write(), or "NULL" for null.
+QEL_API std::ostream & operator<<(std::ostream & out, MoxSmartPtr<QelColorSpace> const & space);
+// Makes a space of the class that the text names, and lets it read. Raises 13 for a class that is
+// not registered, and what read() raises; the pointer then stays as it is.
+QEL_API std::istream & operator>>(std::istream & in, MoxSmartPtr<QelColorSpace> & space);

@@ -1,8 +1,14 @@
 #include "QelColorSpace.h"
 
+#include <iostream>
+#include <limits>
 #include <typeinfo>
+#include <utility>
 
+#include "QelColorSpaceRegistry.h"
 #include "QelCoreMisc.h"
+#include "QelError.h"
+#include "QelTextForm.h"
 
 QelColorSpace::QelColorSpace(int bands, double min, double max)
     : numBands_(bands), minValue_(min), maxValue_(max) {}
@@ -56,4 +62,61 @@ bool QelColorSpace::getFlag() const {
 
 void QelColorSpace::setFlag(bool flag) {
     flag_.store(flag, std::memory_order_relaxed);
+}
+
+void QelColorSpace::setFields(int bands, double min, double max) {
+    numBands_ = bands;
+    minValue_ = min;
+    maxValue_ = max;
+}
+
+void QelColorSpace::write(std::ostream & out) const {
+    out << className() << "[b=" << qelShortest(numBands()) << ", min=" << qelShortest(minValue())
+        << ", max=" << qelShortest(maxValue()) << ']';
+}
+
+namespace {
+
+constexpr char const * invalid = "Invalid QelColorSpace value";
+
+double readBehind(std::istream & in, char before) {
+    double number = 0.0;
+    if (!qelSkipPast(in, before) || !qelReadNumber(in, number)) qelRaise(13, invalid);
+    return number;
+}
+
+}  // namespace
+
+void QelColorSpace::read(std::istream & in) {
+    unsigned bands = 0;
+    constexpr unsigned most = std::numeric_limits<int>::max();
+    bool const good = qelSkipPast(in, '[') && qelSkip(in, 2) && qelReadNumber(in, bands);
+    if (!good || bands > most) {
+        in.setstate(std::ios_base::failbit);
+        qelRaise(13, invalid);
+    }
+    double const min = readBehind(in, '=');
+    double const max = readBehind(in, '=');
+    if (!qelSkip(in, 1)) qelRaise(13, invalid);
+    setFields(static_cast<int>(bands), min, max);
+}
+
+std::ostream & operator<<(std::ostream & out, MoxSmartPtr<QelColorSpace> const & space) {
+    if (!space) return out << "NULL";
+    space->write(out);
+    return out;
+}
+
+std::istream & operator>>(std::istream & in, MoxSmartPtr<QelColorSpace> & space) {
+    constexpr std::size_t longestName = 1000;
+    qelSkipSpace(in);
+    if (qelPeek(in) == 'N') {
+        qelExpect(in, "NULL", invalid);
+        space = MoxSmartPtr<QelColorSpace>();
+        return in;
+    }
+    MoxSmartPtr<QelColorSpace> read = qelNewColorSpace(qelReadUntil(in, '[', longestName));
+    read->read(in);
+    space = std::move(read);
+    return in;
 }

@@ -1,5 +1,6 @@
 #include "QelTextForm.h"
 
+#include <charconv>
 #include <iterator>
 #include <locale>
 
@@ -100,4 +101,20 @@ void qelExpect(std::istream & in, char const * text, char const * refusal,
         in.setstate(std::ios_base::failbit);
         qelRaise(13, refusal, here);
     }
+}
+
+std::string qelReadUntil(std::istream & in, char end, std::size_t most) {
+    std::string text;
+    while (text.size() < most && qelPeek(in) >= 0 && qelPeek(in) != end)
+        text += static_cast<char>(in.get());
+    return text;
+}
+
+std::string qelShortest(double number) {
+    char digits[32];
+    return std::string(digits, std::to_chars(digits, digits + sizeof(digits), number).ptr);
+}
+
+std::string qelShortest(int number) {
+    return std::to_string(number);
 }

@@ -21,6 +21,10 @@ void qelSkipSpace(std::istream & in);
 // The characters up to the next one that is no letter, digit or "_", `most` at most. May be empty.
 std::string qelReadWord(std::istream & in, std::size_t most);
 
+// The characters up to the next `end`, which stays, `most` at most; all that are left where there
+// is none.
+std::string qelReadUntil(std::istream & in, char end, std::size_t most);
+
 // Takes `count` characters. False, with failbit set, when there are fewer.
 bool qelSkip(std::istream & in, int count);
 
@@ -41,3 +45,7 @@ void qelExpect(std::istream & in, char const * text, char const * refusal,
 // The name of a unit, as a QelValue reads it after its number. False, with badbit set, for any
 // other word. Written beside QelValue.
 bool qelReadUnit(std::istream & in, int & unit);
+
+// A number in the fewest digits that read back as the same, whatever a stream's locale and flags.
+std::string qelShortest(double number);
+std::string qelShortest(int number);

@@ -1,0 +1,268 @@
+#include "QelColor.h"
+
+#include <algorithm>
+#include <iostream>
+#include <string>
+#include <utility>
+
+#include "QelColorSpaces.h"
+#include "QelError.h"
+#include "QelTextForm.h"
+#include "QelTextStream.h"
+
+namespace {
+
+bool isLegal(QelColorSpace const & space, double code) {
+    return code >= space.minValue() && code <= space.maxValue();
+}
+
+QelColorSpace const & checked(MoxSmartPtr<QelColorSpace> const & space) {
+    if (!space) {
+        qelRaise(4,
+                 "QelColor cannot be constructed from pointer to color space, if pointer value is "
+                 "NULL");
+    }
+    return *space;
+}
+
+[[noreturn]] void raiseIllegal(char const * before, double code, char const * between,
+                               QelColorSpace const & space) {
+    QelTextStream text;
+    text << before << code << between << space.name() << " with min and max values of "
+         << space.minValue() << " and " << space.maxValue();
+    qelRaise(13, text.str());
+}
+
+double checkedCode(QelColorSpace const & space, double code) {
+    if (isLegal(space, code)) return code;
+    raiseIllegal("QelColor cannot be constructed with code value of ", code, " and color space ",
+                 space);
+}
+
+std::size_t bandsOf(QelColorSpace const & space) {
+    return static_cast<std::size_t>(std::max(space.numBands(), 0));
+}
+
+std::vector<double> codesOf(MoxSmartPtr<QelColorSpace> const & space, double code) {
+    QelColorSpace const & its = checked(space);
+    return std::vector<double>(bandsOf(its), checkedCode(its, code));
+}
+
+// All at the minimum.
+std::vector<double> leastOf(MoxSmartPtr<QelColorSpace> const & space) {
+    QelColorSpace const & its = checked(space);
+    return std::vector<double>(bandsOf(its), its.minValue());
+}
+
+std::size_t checkedCount(int count) {
+    if (count < 0) {
+        qelRaise(13, "A color cannot have " + std::to_string(count) + " code values");
+    }
+    return static_cast<std::size_t>(count);
+}
+
+}  // namespace
+
+QelColor::QelColor(int count) : codeValues_(checkedCount(count)) {}
+
+QelColor::QelColor(double const * codes, int count) : codeValues_(checkedCount(count)) {
+    std::copy_n(codes, count, codeValues_.begin());
+}
+
+QelColor::QelColor(MoxSmartPtr<QelColorSpace> space)
+    : colorSpace_(space), codeValues_(leastOf(space)) {}
+
+QelColor::QelColor(MoxSmartPtr<QelColorSpace> space, double code)
+    : colorSpace_(space), codeValues_(codesOf(space, code)) {}
+
+QelColor::QelColor(MoxSmartPtr<QelColorSpace> space, double a, double b, double c)
+    : colorSpace_(space), codeValues_(leastOf(space)) {
+    if (codeValues_.size() < 3) {
+        qelRaise(
+            400,
+            "Cannot use this QelColor constructor for color spaces with less than three bands");
+    }
+    codeValues_[0] = checkedCode(*space, a);
+    codeValues_[1] = checkedCode(*space, b);
+    codeValues_[2] = checkedCode(*space, c);
+}
+
+QelColor::QelColor(MoxSmartPtr<QelColorSpace> space, std::vector<double> const & codes)
+    : colorSpace_(space), codeValues_(codes) {
+    if (bandsOf(checked(space)) != codes.size()) {
+        QelTextStream text;
+        text << "Cannot construct QelColor from color space " << space->name() << " ("
+             << space->numBands() << " bands) and vector with " << codes.size() << " code values";
+        qelRaise(400, text.str());
+    }
+    for (double const code : codes)
+        checkedCode(*space, code);
+}
+
+void QelColor::checkIndex(int index) const {
+    if (index >= 0 && index < numChannels()) return;
+    QelTextStream text;
+    text << "Illegal index " << index << " into QelColor with " << numChannels()
+         << " channels (color space = " << (colorSpace_ ? colorSpace_->name() : "unknown") << ')';
+    qelRaise(7, text.str());
+}
+
+double QelColor::code(int index) const {
+    checkIndex(index);
+    return codeValues_[static_cast<std::size_t>(index)];
+}
+
+void QelColor::setCode(int index, double value) {
+    checkIndex(index);
+    if (colorSpace_ && !isLegal(*colorSpace_, value)) {
+        raiseIllegal("Illegal code value ", value, " for color space ", *colorSpace_);
+    }
+    codeValues_[static_cast<std::size_t>(index)] = value;
+}
+
+void QelColor::checkBands(QelColorSpace const & space) const {
+    if (bandsOf(space) == codeValues_.size()) return;
+    QelTextStream text;
+    text << "Cannot set color space " << space.name() << '(' << space.numBands()
+         << " bands) into QelColor with " << numChannels() << " bands";
+    qelRaise(400, text.str());
+}
+
+void QelColor::setColorSpace(MoxSmartPtr<QelColorSpace> space) {
+    if (space) {
+        checkBands(*space);
+        for (double const code : codeValues_) {
+            if (isLegal(*space, code)) continue;
+            QelTextStream text;
+            text << "Cannot set color space " << space->name()
+                 << "(value range = " << space->minValue() << " to " << space->maxValue()
+                 << ") into QelColor which contains " << code << " as a code value";
+            qelRaise(13, text.str());
+        }
+    }
+    colorSpace_ = std::move(space);
+}
+
+void QelColor::setColorSpace(MoxSmartPtr<QelColorSpace> space, bool clamp, bool fromZero) {
+    if (!colorSpace_ || !space) {
+        setColorSpace(std::move(space));
+        return;
+    }
+    checkBands(*space);
+    if (fromZero) {
+        rescaleFromZero(*space, clamp);
+    } else {
+        rescale(*space);
+    }
+    colorSpace_ = std::move(space);
+}
+
+// From one range to the other: what leaves the new one does so by rounding alone.
+void QelColor::rescale(QelColorSpace const & to) {
+    double const width = colorSpace_->maxValue() - colorSpace_->minValue();
+    if (width == 0.0) qelRaise(153, "Cannot rescale a color space which has equal max and min");
+    double const factor = (to.maxValue() - to.minValue()) / width;
+    for (double & code : codeValues_) {
+        double const scaled = (code - colorSpace_->minValue()) * factor + to.minValue();
+        code = std::min(std::max(scaled, to.minValue()), to.maxValue());
+    }
+}
+
+void QelColor::rescaleFromZero(QelColorSpace const & to, bool clamp) {
+    double const min = colorSpace_->minValue();
+    double const max = colorSpace_->maxValue();
+    if (min == 0.0 && max == 0.0) {
+        qelRaise(153, "Cannot rescale a color space which has a max and min value of 0");
+    }
+    double const factor = max != 0.0 ? to.maxValue() / max : to.minValue() / min;
+    for (double & code : codeValues_) {
+        double const scaled = code * factor;
+        if (!clamp && !isLegal(to, scaled)) qelRaise(153, "Scaled value is out of range");
+        code = clamp ? std::min(std::max(scaled, to.minValue()), to.maxValue()) : scaled;
+    }
+}
+
+bool QelColor::equals(QelColor const & other) const {
+    bool const sameSpace = colorSpace_ && other.colorSpace_
+                               ? colorSpace_->isEqual(*other.colorSpace_)
+                               : colorSpace_ == other.colorSpace_;
+    return sameSpace && codeValues_ == other.codeValues_;
+}
+
+namespace {
+
+bool isGeneric(QelColorSpace const & space) {
+    return dynamic_cast<QelGenericColorSpace const *>(&space) != nullptr;
+}
+
+}  // namespace
+
+QelColor convert(QelColor const & color, bool clamp, MoxSmartPtr<QelColorSpace> space) {
+    QelColorSpace const * const from = color.colorSpace();
+    bool const foreign = from != nullptr && space && !isGeneric(*from) && !isGeneric(*space) &&
+                         !from->isSameType(*space);
+    if (foreign) qelRaise(3, "Conversions between color spaces not implemented");
+    QelColor result(color);
+    result.setColorSpace(std::move(space), clamp, false);
+    return result;
+}
+
+// ---- Text form
+
+std::ostream & operator<<(std::ostream & out, QelColor const & color) {
+    out << "QelColor[";
+    if (color.colorSpace()) out << color.colorSpace() << ':';
+    char const * separator = "<";
+    for (double const code : color.codeValues()) {
+        out << separator << qelShortest(code);
+        separator = ",";
+    }
+    return out << (color.numChannels() == 0 ? "<>]" : ">]");
+}
+
+namespace {
+
+constexpr char const * invalid = "Invalid QelColor value";
+
+[[noreturn]] void raiseInvalid(std::istream & in) {
+    in.setstate(std::ios_base::failbit);
+    qelRaise(13, invalid);
+}
+
+// Behind "<", up to and with ">".
+std::vector<double> readCodes(std::istream & in) {
+    std::vector<double> codes;
+    if (qelTake(in, '>')) return codes;
+    for (;;) {
+        double code = 0.0;
+        if (!qelReadNumber(in, code)) raiseInvalid(in);
+        codes.push_back(code);
+        if (qelTake(in, '>')) return codes;
+        if (!qelSkip(in, 1)) raiseInvalid(in);
+    }
+}
+
+}  // namespace
+
+std::istream & operator>>(std::istream & in, QelColor & color) {
+    qelSkipSpace(in);
+    if (qelPeek(in) == 'N') {
+        qelExpect(in, "NULL", invalid);
+        color = QelColor(0);
+        return in;
+    }
+    if (!qelSkipPast(in, '[')) raiseInvalid(in);
+    qelSkipSpace(in);
+    MoxSmartPtr<QelColorSpace> space;
+    if (qelPeek(in) != '<') {
+        in >> space;
+        qelTake(in, ':');
+    }
+    if (!qelSkip(in, 1)) raiseInvalid(in);
+    std::vector<double> const codes = readCodes(in);
+    QelColor read(codes.data(), static_cast<int>(codes.size()));
+    if (space) read.setColorSpace(std::move(space));
+    if (!qelSkip(in, 1)) raiseInvalid(in);
+    color = read;
+    return in;
+}

@@ -1,0 +1,184 @@
+#include "QelColorSpaceRegistry.h"
+
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "QelColorSpaces.h"
+#include "QelError.h"
+#include "ZanImmortal.h"
+#include "ZanMutex.h"
+
+namespace {
+
+// One space that can be found.
+struct Known {
+    MoxSmartPtr<QelColorSpace> prototype;
+    std::string name;
+};
+
+// The library's own, in the order of their table, which never change, and those of clients behind
+// them, whoever came first.
+class Registry {
+  public:
+    Registry() {
+        know<QelGenericColorSpace>();
+        know<QelGenericAColorSpace>();
+        know<QelNormalizedColorSpace>();
+        know<QelRGBColorSpace>();
+        know<QelRGBAColorSpace>();
+        know<QelLumColorSpace>();
+        know<QelLumAColorSpace>();
+        know<QelHRZYCCColorSpace>();
+        know<QelHRZYCCAColorSpace>();
+        know<QelHRZRGBColorSpace>();
+        know<QelHRZRGBAColorSpace>();
+        know<QelYCbCrColorSpace>();
+        know<QelYCbCrAColorSpace>();
+        know<QelHRZLumColorSpace>();
+        know<QelHRZLumAColorSpace>();
+        know<QelFpxYCCColorSpace>();
+        know<QelFpxYCCAColorSpace>();
+        know<QelFpxRGBColorSpace>();
+        know<QelFpxRGBAColorSpace>();
+        know<QelFpxYCbCrColorSpace>();
+        know<QelFpxYCbCrAColorSpace>();
+        know<QelFpxLumColorSpace>();
+        know<QelFpxLumAColorSpace>();
+        know<QelAdobeSRGBColorSpace>();
+        know<QelAdobeSRGBAColorSpace>();
+        know<QelCIEXYZColorSpace>();
+        know<QelCMYColorSpace>();
+        know<QelCMYKColorSpace>();
+        know<QelWTBRGBColorSpace>();
+        know<QelWTBRGBAColorSpace>();
+        know<QelERIMMColorSpace>();
+        know<QelNIF8BitColorSpace>();
+        know<QelNIFA8BitColorSpace>();
+        know<QelNIFColorSpace>();
+        know<QelNIFAColorSpace>();
+        know<QelNIFPColorSpace>();
+        know<QelNIFAPColorSpace>();
+        know<QelPCSCIELABColorSpace>();
+        know<QelPCSXYZColorSpace>();
+        know<QelRIMColorSpace>();
+        know<QelRIMAColorSpace>();
+        know<QelRIMMColorSpace>();
+        know<QelRIMMAColorSpace>();
+        know<QelRIMRGBColorSpace>();
+        know<QelROMColorSpace>();
+        know<QelROMAColorSpace>();
+        know<QelROMMColorSpace>();
+        know<QelROMMAColorSpace>();
+        know<QelRPDColorSpace>();
+        know<QelSRGBColorSpace>();
+        know<QelSRGBAColorSpace>();
+        know<QelTSpaceColorSpace>();
+        know<QelUSpaceColorSpace>();
+    }
+
+    void add(QelColorSpaceRegistryEntry const * entry) {
+        ZanLock const guard(lock_);
+        entries_.push_back(entry);
+    }
+    void remove(QelColorSpaceRegistryEntry const * entry) {
+        ZanLock const guard(lock_);
+        std::erase(entries_, entry);
+    }
+
+    // The first prototype that `fits(prototype, label)`; null when there is none.
+    template <class Fits>
+    MoxConstSmartPtr<QelColorSpace> find(Fits const & fits) {
+        for (Known const & known : family_) {
+            if (fits(*known.prototype, known.name)) return known.prototype.get();
+        }
+        ZanLock const guard(lock_);
+        for (QelColorSpaceRegistryEntry const * entry : entries_) {
+            if (fits(entry->prototype(), entry->name())) return &entry->prototype();
+        }
+        return nullptr;
+    }
+
+  private:
+    template <class Space>
+    void know() {
+        MoxSmartPtr<QelColorSpace> const prototype = new Space();
+        family_.push_back({prototype, prototype->name()});
+    }
+
+    std::vector<Known> family_;
+    ZanMutex lock_;
+    std::vector<QelColorSpaceRegistryEntry const *> entries_ ZAN_GUARDED_BY(lock_);
+};
+
+// Filled by whoever comes first, a static object of a client perhaps.
+Registry & registry() {
+    static ZanImmortal<Registry> theRegistry;
+    return theRegistry.get();
+}
+
+// The class of that name?
+auto ofClass(char const * className) {
+    return [className](QelColorSpace const & prototype, std::string const &) {
+        return std::strcmp(prototype.className(), className) == 0;
+    };
+}
+
+MoxSmartPtr<QelColorSpace> partnerOf(QelColorSpace const & space, bool keepRange,
+                                     char const * what) {
+    char const * const partner = space.alphaPartnerName();
+    MoxConstSmartPtr<QelColorSpace> const found =
+        partner != nullptr ? qelFindColorSpaceName(partner) : nullptr;
+    if (!found) {
+        qelRaise(13, std::string("Class ") + space.name() + " has no corresponding color space " +
+                         what + " alpha.");
+    }
+    return keepRange ? found->newWithRange(space.minValue(), space.maxValue()) : found->clone();
+}
+
+}  // namespace
+
+QelColorSpaceRegistryEntry::QelColorSpaceRegistryEntry(MoxSmartPtr<QelColorSpace> prototype,
+                                                       std::string name)
+    : prototype_(std::move(prototype)), name_(std::move(name)) {
+    if (!prototype_) qelRaise(4, "Null pointer passed to QelColorSpaceRegistryEntry");
+    registry().add(this);
+}
+
+QelColorSpaceRegistryEntry::~QelColorSpaceRegistryEntry() {
+    registry().remove(this);
+}
+
+MoxConstSmartPtr<QelColorSpace> qelFindColorSpaceClass(std::string const & className) {
+    return registry().find(ofClass(className.c_str()));
+}
+
+MoxConstSmartPtr<QelColorSpace> qelFindColorSpaceName(std::string const & name) {
+    return registry().find(
+        [&](QelColorSpace const &, std::string const & label) { return label == name; });
+}
+
+MoxConstSmartPtr<QelColorSpace> qelFindColorSpace(QelColorSpace const & space) {
+    return registry().find(ofClass(space.className()));
+}
+
+MoxSmartPtr<QelColorSpace> qelNewColorSpace(std::string const & className) {
+    MoxConstSmartPtr<QelColorSpace> const prototype = qelFindColorSpaceClass(className);
+    if (prototype) return prototype->clone();
+    qelRaise(13, "Class " + className + " is not registered as an QelColorSpace.");
+}
+
+MoxSmartPtr<QelColorSpace> newAddAlpha(QelColorSpace const & space, bool keepRange) {
+    if (space.hasAlpha()) {
+        qelRaise(13, std::string("Class ") + space.name() + " already has alpha in newAddAlpha().");
+    }
+    return partnerOf(space, keepRange, "with");
+}
+
+MoxSmartPtr<QelColorSpace> newRemoveAlpha(QelColorSpace const & space, bool keepRange) {
+    if (!space.hasAlpha()) {
+        qelRaise(
+            13, std::string("Class ") + space.name() + " does not have alpha in newRemoveAlpha().");
+    }
+    return partnerOf(space, keepRange, "without");
+}

@@ -1,0 +1,228 @@
+#include "QelColorSpaceRegistry.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <iostream>
+#include <random>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include "ExpectError.h"
+#include "QelColorSpaces.h"
+#include "UnitTesting.h"
+
+namespace {
+
+using Space = MoxSmartPtr<QelColorSpace>;
+
+std::string written(Space const & space) {
+    std::ostringstream out;
+    out << space;
+    return out.str();
+}
+
+Space read(std::string const & text) {
+    std::istringstream in(text);
+    Space space = new QelLumColorSpace();
+    in >> space;
+    EXPECT_TRUE(in.good()) << text;
+    return space;
+}
+
+// A client's own class.
+class MoonColorSpace : public QelColorSpace {
+  public:
+    MoonColorSpace() : QelColorSpace(1, 0.0, 1.0) {}
+    Space clone() const override { return new MoonColorSpace(*this); }
+    char const * bandName(int) const override { return "glow"; }
+    char const * name() const override { return "RGB"; }
+    char const * className() const override { return "MoonColorSpace"; }
+    Space newWithBands(int) const override { return clone(); }
+    Space newWithRange(double, double) const override { return clone(); }
+};
+
+TEST(QelColorSpaceRegistry, FindsByClassLabelAndInstance) {
+    EXPECT_STREQ("QelFpxRGBColorSpace", qelFindColorSpaceClass("QelFpxRGBColorSpace")->className());
+    EXPECT_FALSE(qelFindColorSpaceClass("QelFpxRGBColorSpac"));
+    EXPECT_FALSE(qelFindColorSpaceClass(""));
+    EXPECT_FALSE(qelFindColorSpaceName("rgb"));
+    QelFpxLumColorSpace const lum(5, 1.0, 2.0);
+    EXPECT_EQ(1, qelFindColorSpace(lum)->numBands());
+    EXPECT_STREQ("QelFpxLumColorSpace", qelFindColorSpace(lum)->className());
+}
+
+TEST(QelColorSpaceRegistry, ASharedLabelGivesTheFirstOfTheTable) {
+    EXPECT_STREQ("QelRGBColorSpace", qelFindColorSpaceName("RGB")->className());
+    EXPECT_STREQ("QelHRZYCCColorSpace", qelFindColorSpaceName("HRZYCC")->className());
+    EXPECT_STREQ("QelLumAColorSpace", qelFindColorSpaceName("LumA")->className());
+}
+
+TEST(QelColorSpaceRegistry, AClientsEntryIsThereWhileItLives) {
+    {
+        QelColorSpaceRegistryEntry const entry(new MoonColorSpace(), "RGB");
+        EXPECT_STREQ("MoonColorSpace", qelNewColorSpace("MoonColorSpace")->className());
+        EXPECT_TRUE(qelFindColorSpace(MoonColorSpace()));
+        EXPECT_STREQ("QelRGBColorSpace", qelFindColorSpaceName("RGB")->className());
+    }
+    expectRaises(13, "Class MoonColorSpace is not registered as an QelColorSpace.",
+                 [] { qelNewColorSpace("MoonColorSpace"); });
+    EXPECT_FALSE(qelFindColorSpace(MoonColorSpace()));
+}
+
+TEST(QelColorSpaceRegistry, RefusesANullPrototype) {
+    expectRaises(4, "Null pointer passed to QelColorSpaceRegistryEntry",
+                 [] { QelColorSpaceRegistryEntry(nullptr, "none"); });
+}
+
+TEST(QelColorSpaceRegistry, EachCallMakesANewSpace) {
+    Space const a = qelNewColorSpace("QelCMYKColorSpace");
+    Space const b = qelNewColorSpace("QelCMYKColorSpace");
+    EXPECT_NE(a.get(), b.get());
+    a->setFlag(true);
+    EXPECT_FALSE(b->getFlag());
+    EXPECT_FALSE(qelNewColorSpace("QelCMYKColorSpace")->getFlag());
+}
+
+TEST(QelColorSpaceRegistry, PartnersWithAndWithoutAlpha) {
+    Space const lum = newRemoveAlpha(QelLumAColorSpace());
+    EXPECT_STREQ("QelLumColorSpace", lum->className());
+    EXPECT_EQ(1, lum->numBands());
+    EXPECT_STREQ("QelRGBAColorSpace", newAddAlpha(QelFpxRGBColorSpace())->className());
+    Space const far = newAddAlpha(QelSRGBColorSpace(3, -1.0, 2.0));
+    EXPECT_EQ(0.0, far->minValue());
+    EXPECT_EQ(255.0, far->maxValue());
+    Space const kept = newAddAlpha(QelSRGBColorSpace(3, -1.0, 2.0), true);
+    EXPECT_STREQ("QelSRGBAColorSpace", kept->className());
+    EXPECT_EQ(4, kept->numBands());
+    EXPECT_EQ(-1.0, kept->minValue());
+    EXPECT_EQ(2.0, kept->maxValue());
+    EXPECT_EQ(2.0, newRemoveAlpha(QelSRGBAColorSpace(4, -1.0, 2.0), true)->maxValue());
+    // One way only: the generic space does not lead back.
+    EXPECT_STREQ("QelGenericAColorSpace", newAddAlpha(QelNormalizedColorSpace())->className());
+    EXPECT_STREQ("QelGenericColorSpace", newRemoveAlpha(QelGenericAColorSpace())->className());
+}
+
+TEST(QelColorSpaceRegistry, RefusesAlphaWhereThereIsSomeAndNone) {
+    expectRaises(13, "Class RGBA already has alpha in newAddAlpha().",
+                 [] { newAddAlpha(QelRGBAColorSpace()); });
+    expectRaises(13, "Class CMY has no corresponding color space with alpha.",
+                 [] { newAddAlpha(QelCMYColorSpace()); });
+    expectRaises(13, "Class RGB does not have alpha in newRemoveAlpha().",
+                 [] { newRemoveAlpha(QelRGBColorSpace()); });
+    // An alpha class of a client's whose partner nobody knows.
+    class Lone : public QelRGBAColorSpace {
+      public:
+        char const * alphaPartnerName() const override { return "Nothing"; }
+    };
+    expectRaises(13, "Class RGBA has no corresponding color space without alpha.",
+                 [] { newRemoveAlpha(Lone()); });
+}
+
+TEST(QelColorSpaceText, IsClassBandsAndRange) {
+    EXPECT_EQ("QelRGBColorSpace[b=3, min=0, max=255]", written(new QelRGBColorSpace()));
+    EXPECT_EQ("QelCMYKColorSpace[b=1000, min=-0.1, max=1e+300]",
+              written(new QelCMYKColorSpace(1000, -0.1, 1e300)));
+    EXPECT_EQ("NULL", written(Space()));
+}
+
+TEST(QelColorSpaceText, DependsOnNoLocaleAndNoFlags) {
+    GroupedLocale const grouped;
+    std::ostringstream out;
+    out << std::hex << std::showpos << std::fixed;
+    out << Space(new QelLumColorSpace(4096, 0.5, 65535.0));
+    EXPECT_EQ("QelLumColorSpace[b=4096, min=0.5, max=65535]", out.str());
+    std::istringstream in(out.str());
+    in >> std::hex;
+    Space space;
+    in >> space;
+    EXPECT_EQ(4096, space->numBands());
+    EXPECT_EQ(0.5, space->minValue());
+}
+
+TEST(QelColorSpaceText, ReadsBackWithALostFlag) {
+    std::mt19937_64 random(41201);
+    std::cout << "seed 41201\n";
+    std::uniform_real_distribution<double> exponent(-300.0, 300.0);
+    for (int i = 0; i < 2000; ++i) {
+        char const * const className =
+            qelColorSpaceRow(static_cast<int>(random() % qelColorSpaceRows)).className;
+        double const min = -std::pow(10.0, exponent(random));
+        double const max = std::pow(10.0, exponent(random));
+        Space const space = qelNewColorSpace(className)->newWithRange(min, max)->newWithBands(
+            static_cast<int>(random() % 100000));
+        space->setFlag(true);
+        Space const again = read(written(space));
+        ASSERT_TRUE(again->isEqual(*space)) << written(space);
+        ASSERT_FALSE(again->getFlag());
+    }
+}
+
+TEST(QelColorSpaceText, NullReadsAsNull) {
+    EXPECT_FALSE(read("NULL"));
+    EXPECT_FALSE(read("  NULL and more"));
+}
+
+TEST(QelColorSpaceText, RefusesWhatDoesNotRead) {
+    struct Row {
+        char const * text;
+        char const * refusal;
+    };
+    for (Row const & row :
+         {Row{"", "Class  is not registered as an QelColorSpace."},
+          Row{"Moon[b=1, min=0, max=1]", "Class Moon is not registered as an QelColorSpace."},
+          Row{"NUL", "Invalid QelColorSpace value"},
+          Row{"QelRGBColorSpace", "Invalid QelColorSpace value"},
+          Row{"QelRGBColorSpace[b=", "Invalid QelColorSpace value"},
+          Row{"QelRGBColorSpace[b=-1, min=0, max=1]", "Invalid QelColorSpace value"},
+          Row{"QelRGBColorSpace[b=2147483648, min=0, max=1]", "Invalid QelColorSpace value"},
+          Row{"QelRGBColorSpace[b=x, min=0, max=1]", "Invalid QelColorSpace value"},
+          Row{"QelRGBColorSpace[b=3, min=x, max=1]", "Invalid QelColorSpace value"},
+          Row{"QelRGBColorSpace[b=3, min=0, max=", "Invalid QelColorSpace value"},
+          Row{"QelRGBColorSpace[b=3, min=0, max=1", "Invalid QelColorSpace value"}}) {
+        SCOPED_TRACE(row.text);
+        std::istringstream in(row.text);
+        Space const before = new QelLumColorSpace();
+        Space space = before;
+        expectRaises(13, row.refusal, [&] { in >> space; });
+        EXPECT_EQ(before.get(), space.get());
+    }
+}
+
+TEST(QelColorSpaceText, NoCutOrDamagedTextHangs) {
+    std::string const text = "QelRGBColorSpace[b=3, min=-0.5, max=255]";
+    std::mt19937 random(41202);
+    std::cout << "seed 41202\n";
+    for (int i = 0; i < 5000; ++i) {
+        std::string damaged = text.substr(0, random() % (text.size() + 1));
+        if (!damaged.empty() && i % 2 == 0) {
+            damaged[random() % damaged.size()] = static_cast<char>(random() % 256);
+        }
+        std::istringstream in(damaged);
+        Space space;
+        try {
+            in >> space;
+        } catch (ZanError const & error) {
+            EXPECT_EQ(13, error.getErrcode());
+        }
+    }
+}
+
+TEST(QelColorSpaceRegistry, ThreadsLookUpWhileEntriesComeAndGo) {
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([] {
+            for (int i = 0; i < 300; ++i) {
+                EXPECT_STREQ("QelROMMAColorSpace",
+                             qelNewColorSpace("QelROMMAColorSpace")->className());
+                QelColorSpaceRegistryEntry const entry(new MoonColorSpace(), "Moon");
+                EXPECT_TRUE(qelFindColorSpaceName("Moon"));
+            }
+        });
+    }
+    for (std::thread & thread : threads)
+        thread.join();
+}
+
+}  // namespace

@@ -1,0 +1,315 @@
+#include "QelColor.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <random>
+#include <sstream>
+
+#include "ExpectError.h"
+#include "QelColorSpaceRegistry.h"
+#include "QelColorSpaces.h"
+#include "UnitTesting.h"
+
+namespace {
+
+using Space = MoxSmartPtr<QelColorSpace>;
+using Codes = std::vector<double>;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+Space rgb(double min = 0.0, double max = 255.0) {
+    return new QelRGBColorSpace(3, min, max);
+}
+
+std::string written(QelColor const & color) {
+    std::ostringstream out;
+    out << color;
+    return out.str();
+}
+
+TEST(QelColor, WithoutASpaceHoldsThreeZerosOrAsAsked) {
+    EXPECT_EQ((Codes{0.0, 0.0, 0.0}), QelColor().codeValues());
+    EXPECT_FALSE(QelColor().colorSpace());
+    EXPECT_EQ(0, QelColor(0).numChannels());
+    double const codes[] = {1.0, -2.0};
+    EXPECT_EQ((Codes{1.0, -2.0}), QelColor(codes, 2).codeValues());
+    expectRaises(13, "A color cannot have -1 code values", [] { QelColor(-1); });
+    expectRaises(13, "A color cannot have -2 code values", [&] { QelColor(codes, -2); });
+}
+
+TEST(QelColor, OfASpaceStartsAtTheMinimum) {
+    EXPECT_EQ((Codes{-1.0, -1.0, -1.0}), QelColor(rgb(-1.0, 1.0)).codeValues());
+    EXPECT_EQ((Codes{2.0, 2.0, 2.0}), QelColor(rgb(), 2.0).codeValues());
+    Space const cmyk = new QelCMYKColorSpace(4, 0.5, 9.0);
+    EXPECT_EQ((Codes{1.0, 2.0, 3.0, 0.5}), QelColor(cmyk, 1.0, 2.0, 3.0).codeValues());
+    EXPECT_EQ((Codes{1.0, 2.0, 3.0, 4.0}), QelColor(cmyk, Codes{1.0, 2.0, 3.0, 4.0}).codeValues());
+    EXPECT_EQ(cmyk.get(), QelColor(cmyk).colorSpace().get());
+}
+
+TEST(QelColor, NoConstructorTakesANullSpace) {
+    std::string const refusal =
+        "QelColor cannot be constructed from pointer to color space, if pointer value is NULL";
+    expectRaises(4, refusal, [] { QelColor{Space()}; });
+    expectRaises(4, refusal, [] { QelColor(Space(), 1.0); });
+    expectRaises(4, refusal, [] { QelColor(Space(), 1.0, 2.0, 3.0); });
+    expectRaises(4, refusal, [] { QelColor(Space(), Codes{1.0}); });
+}
+
+TEST(QelColor, BoundsAreInclusive) {
+    EXPECT_EQ(255.0, QelColor(rgb(), 255.0).code(2));
+    EXPECT_EQ(0.0, QelColor(rgb(), 0.0).code(0));
+    expectRaises(13,
+                 "QelColor cannot be constructed with code value of 256 and color space RGB with "
+                 "min and max values of 0 and 255",
+                 [] { QelColor(rgb(), 256.0); });
+    expectRaises(13,
+                 "QelColor cannot be constructed with code value of -0.5 and color space RGB with "
+                 "min and max values of 0 and 255",
+                 [] { QelColor(rgb(), 1.0, -0.5, 1.0); });
+    expectRaises(13,
+                 "QelColor cannot be constructed with code value of nan and color space RGB with "
+                 "min and max values of 0 and 255",
+                 [] {
+                     QelColor(rgb(), Codes{1.0, 2.0, nan});
+                 });
+}
+
+TEST(QelColor, CountsMustFit) {
+    expectRaises(400,
+                 "Cannot use this QelColor constructor for color spaces with less than three bands",
+                 [] { QelColor(new QelLumAColorSpace(), 1.0, 2.0, 3.0); });
+    expectRaises(400,
+                 "Cannot construct QelColor from color space RGB (3 bands) and vector with 2 code "
+                 "values",
+                 [] {
+                     QelColor(rgb(), Codes{1.0, 2.0});
+                 });
+    expectRaises(400, "Cannot set color space Lum(1 bands) into QelColor with 3 bands", [] {
+        QelColor color;
+        color.setColorSpace(new QelLumColorSpace());
+    });
+    expectRaises(400, "Cannot set color space Lum(1 bands) into QelColor with 3 bands", [] {
+        QelColor color(rgb());
+        color.setColorSpace(new QelLumColorSpace(), true, true);
+    });
+}
+
+TEST(QelColor, CodesAreReadAndSetByIndex) {
+    QelColor color(rgb(), 1.0, 2.0, 3.0);
+    color.setCode(1, 255.0);
+    EXPECT_EQ(255.0, color.code(1));
+    expectRaises(
+        13, "Illegal code value 255.5 for color space RGB with min and max values of 0 and 255",
+        [&] { color.setCode(1, 255.5); });
+    EXPECT_EQ(255.0, color.code(1));
+    expectRaises(7, "Illegal index -1 into QelColor with 3 channels (color space = RGB)",
+                 [&] { color.code(-1); });
+    expectRaises(7, "Illegal index 3 into QelColor with 3 channels (color space = RGB)",
+                 [&] { color.setCode(3, 1000.0); });
+    QelColor free(2);
+    free.setCode(0, 1e9);
+    EXPECT_EQ(1e9, free.code(0));
+    expectRaises(7, "Illegal index -1 into QelColor with 2 channels (color space = unknown)",
+                 [&] { free.code(-1); });
+}
+
+TEST(QelColor, AnotherSpaceKeepsTheValues) {
+    QelColor color(rgb(), 1.0, 2.0, 3.0);
+    Space const ten = rgb(0.0, 1023.0);
+    color.setColorSpace(ten);
+    EXPECT_EQ(ten.get(), color.colorSpace().get());
+    expectRaises(13,
+                 "Cannot set color space RGB(value range = 0 to 2.5) into QelColor which contains "
+                 "3 as a code value",
+                 [&] { color.setColorSpace(rgb(0.0, 2.5)); });
+    EXPECT_EQ(ten.get(), color.colorSpace().get());
+    color.setColorSpace(Space());
+    EXPECT_FALSE(color.colorSpace());
+    EXPECT_EQ((Codes{1.0, 2.0, 3.0}), color.codeValues());
+}
+
+TEST(QelColor, RescalesFromRangeToRange) {
+    QelColor color(rgb(), 128.0);
+    color.setColorSpace(rgb(0.0, 1.0), false, false);
+    EXPECT_EQ(128.0 / 255.0, color.code(0));
+    QelColor shifted(rgb(-1.0, 1.0), 0.5);
+    shifted.setColorSpace(rgb(10.0, 30.0), false, false);
+    EXPECT_DOUBLE_EQ(25.0, shifted.code(1));
+    // Without a space on either side only the space changes.
+    QelColor free;
+    free.setColorSpace(rgb(-5.0, 5.0), true, true);
+    EXPECT_EQ(0.0, free.code(0));
+    color.setColorSpace(Space(), false, false);
+    EXPECT_FALSE(color.colorSpace());
+}
+
+TEST(QelColor, RescalesFromZero) {
+    QelColor color(rgb(-1.0, 0.0), -0.5);
+    color.setColorSpace(rgb(-2.0, 0.0), false, true);
+    EXPECT_EQ(-1.0, color.code(0));
+    QelColor byMax(rgb(-1.0, 2.0), 1.0);
+    byMax.setColorSpace(rgb(-9.0, 4.0), false, true);
+    EXPECT_EQ(2.0, byMax.code(0));
+}
+
+TEST(QelColor, RescalingNeedsARange) {
+    QelColor point(rgb(5.0, 5.0), 5.0);
+    expectRaises(153, "Cannot rescale a color space which has equal max and min",
+                 [&] { point.setColorSpace(rgb(), true, false); });
+    QelColor zero(rgb(0.0, 0.0));
+    expectRaises(153, "Cannot rescale a color space which has a max and min value of 0",
+                 [&] { zero.setColorSpace(rgb(), true, true); });
+    EXPECT_EQ(5.0, point.code(0));
+}
+
+TEST(QelColor, WhatLeavesTheRangeIsClampedOrRefused) {
+    QelColor color(rgb(-1.0, 1.0), 0.5, -1.0, 1.0);
+    Space const old = color.colorSpace();
+    expectRaises(153, "Scaled value is out of range",
+                 [&] { color.setColorSpace(rgb(-1.0, 2.0), false, true); });
+    // The values before the one that failed are scaled, the space is the old one.
+    EXPECT_EQ((Codes{1.0, -1.0, 1.0}), color.codeValues());
+    EXPECT_EQ(old.get(), color.colorSpace().get());
+    QelColor clamped(rgb(-1.0, 1.0), 0.5, -1.0, 1.0);
+    clamped.setColorSpace(rgb(-1.0, 2.0), true, true);
+    EXPECT_EQ((Codes{1.0, -1.0, 2.0}), clamped.codeValues());
+}
+
+TEST(QelColor, RescalesThereAndBackWithinRounding) {
+    std::mt19937_64 random(42001);
+    std::cout << "seed 42001\n";
+    std::uniform_real_distribution<double> number(-1000.0, 1000.0);
+    std::uniform_real_distribution<double> part(0.0, 1.0);
+    for (int i = 0; i < 20000; ++i) {
+        double const a = number(random);
+        double const c = number(random);
+        Space const from = rgb(a, a + 0.001 + 1000.0 * part(random));
+        Space const to = rgb(c, c + 0.001 + 1000.0 * part(random));
+        double const width = from->maxValue() - from->minValue();
+        double const code = std::min(from->maxValue(), from->minValue() + width * part(random));
+        QelColor color(from, code);
+        color.setColorSpace(to, false, false);
+        long double const exact = (static_cast<long double>(code) - from->minValue()) *
+                                      (static_cast<long double>(to->maxValue()) - to->minValue()) /
+                                      width +
+                                  to->minValue();
+        double const ulp = 4 * std::numeric_limits<double>::epsilon();
+        double const toSize = std::max(std::fabs(to->minValue()), std::fabs(to->maxValue()));
+        ASSERT_NEAR(static_cast<double>(exact), color.code(0), ulp * toSize);
+        ASSERT_GE(color.code(0), to->minValue());
+        ASSERT_LE(color.code(0), to->maxValue());
+        color.setColorSpace(from, false, false);
+        double const fromSize = std::max(std::fabs(from->minValue()), std::fabs(from->maxValue()));
+        double const stretch = width / (to->maxValue() - to->minValue());
+        ASSERT_NEAR(code, color.code(0), ulp * (fromSize + toSize * stretch));
+    }
+}
+
+TEST(QelColor, ConvertsBetweenAnySpaceAndAGenericOne) {
+    QelColor const color(rgb(), 128.0);
+    Space const generic = new QelGenericColorSpace(3, 0.0, 1.0);
+    QelColor const free = convert(color, false, generic);
+    EXPECT_EQ(128.0 / 255.0, free.code(0));
+    EXPECT_EQ(generic.get(), free.colorSpace().get());
+    EXPECT_STREQ("SRGB", convert(free, false, new QelSRGBColorSpace()).colorSpace()->name());
+    EXPECT_STREQ("RGB", convert(free, false, rgb()).colorSpace()->name());
+    EXPECT_EQ(128.0, color.code(0));
+    Space const normalized = new QelNormalizedColorSpace();
+    EXPECT_EQ(normalized.get(), convert(color, false, normalized).colorSpace().get());
+    EXPECT_EQ(1.0, convert(QelColor(rgb(), 255.0), true, rgb(0.0, 1.0)).code(0));
+    EXPECT_FALSE(convert(color, false, Space()).colorSpace());
+    EXPECT_EQ(0.0, convert(QelColor(), false, rgb()).code(0));
+}
+
+TEST(QelColor, ConvertsNoColours) {
+    std::string const refusal = "Conversions between color spaces not implemented";
+    expectRaises(3, refusal, [] { convert(QelColor(rgb()), true, new QelSRGBColorSpace()); });
+    expectRaises(3, refusal, [] { convert(QelColor(rgb()), true, new QelFpxRGBColorSpace()); });
+    // Not a generic space, whatever its name.
+    expectRaises(3, refusal, [] {
+        convert(QelColor(Space(new QelRGBAColorSpace())), true, new QelGenericAColorSpace());
+    });
+}
+
+TEST(QelColorText, IsTheSpaceAndTheValues) {
+    EXPECT_EQ("QelColor[QelRGBColorSpace[b=3, min=0, max=255]:<1,2.5,255>]",
+              written(QelColor(rgb(), 1.0, 2.5, 255.0)));
+    EXPECT_EQ("QelColor[<0,0,0>]", written(QelColor()));
+    EXPECT_EQ("QelColor[<>]", written(QelColor(0)));
+    EXPECT_EQ("QelColor[QelGenericColorSpace[b=0, min=0, max=1]:<>]",
+              written(QelColor(Space(new QelGenericColorSpace(0, 0.0, 1.0)))));
+}
+
+TEST(QelColorText, ReadsBackWhateverTheLocale) {
+    GroupedLocale const grouped;
+    std::mt19937_64 random(42002);
+    std::cout << "seed 42002\n";
+    std::uniform_real_distribution<double> number(-12345.0, 12345.0);
+    for (int i = 0; i < 2000; ++i) {
+        int const bands = static_cast<int>(random() % 6);
+        Codes codes;
+        for (int b = 0; b < bands; ++b)
+            codes.push_back(number(random));
+        QelColor color(codes.data(), bands);
+        if (random() % 2 == 0) {
+            color.setColorSpace(new QelRGBColorSpace(bands, -12345.0, 12345.0));
+        }
+        std::istringstream in(written(color) + "x");
+        QelColor again(7);
+        in >> again;
+        ASSERT_TRUE(again == color) << written(color);
+        ASSERT_EQ('x', in.get());
+    }
+}
+
+TEST(QelColorText, NullIsTheEmptyColour) {
+    QelColor color;
+    std::istringstream(" NULL") >> color;
+    EXPECT_EQ(0, color.numChannels());
+    EXPECT_FALSE(color.colorSpace());
+    std::istringstream("QelColor[ NULL:<1,2>]") >> color;
+    EXPECT_EQ((Codes{1.0, 2.0}), color.codeValues());
+    EXPECT_FALSE(color.colorSpace());
+}
+
+TEST(QelColorText, RefusesWhatDoesNotRead) {
+    struct Row {
+        int code;
+        char const * text;
+        char const * refusal;
+    };
+    for (Row const & row :
+         {Row{13, "", "Invalid QelColor value"}, Row{13, "QelColor", "Invalid QelColor value"},
+          Row{13, "NUL", "Invalid QelColor value"},
+          Row{13, "QelColor[", "Class  is not registered as an QelColorSpace."},
+          Row{13, "QelColor[<", "Invalid QelColor value"},
+          Row{13, "QelColor[<1", "Invalid QelColor value"},
+          Row{13, "QelColor[<1,", "Invalid QelColor value"},
+          Row{13, "QelColor[<1,x>]", "Invalid QelColor value"},
+          Row{13, "QelColor[<1,2>", "Invalid QelColor value"},
+          Row{13, "QelColor[Moon[b=1]:<1>]", "Class Moon is not registered as an QelColorSpace."},
+          Row{13, "QelColor[QelLumColorSpace[b=1, min=0, max=1]:<2>]",
+              "Cannot set color space Lum(value range = 0 to 1) into QelColor which contains 2 as "
+              "a code value"},
+          Row{400, "QelColor[QelLumColorSpace[b=1, min=0, max=1]:<0,0>]",
+              "Cannot set color space Lum(1 bands) into QelColor with 2 bands"}}) {
+        SCOPED_TRACE(row.text);
+        std::istringstream in(row.text);
+        QelColor color(rgb(), 7.0);
+        expectRaises(row.code, row.refusal, [&] { in >> color; });
+        EXPECT_TRUE(color == QelColor(rgb(), 7.0));
+    }
+}
+
+TEST(QelColor, EqualMeansTheSameSpaceAndValues) {
+    EXPECT_TRUE(QelColor(rgb(), 1.0) == QelColor(rgb(), 1.0));
+    EXPECT_FALSE(QelColor(rgb(), 1.0) == QelColor(rgb(), 2.0));
+    EXPECT_FALSE(QelColor(rgb(), 1.0) == QelColor(rgb(0.0, 9.0), 1.0));
+    EXPECT_FALSE(QelColor(rgb(), 0.0) == QelColor());
+    EXPECT_FALSE(QelColor() == QelColor(2));
+}
+
+}  // namespace
