@@ -221,26 +221,6 @@ TEST(QelConvolveOp, RefusesRadiiAsTheKernelDoes) {
 
 // ---- Threads
 
-void pullOnThreads(Qel2DImage & image, QelRectBuffer const & expected) {
-    constexpr int threads = 4;
-    std::vector<std::thread> workers;
-    std::atomic<int> wrong{0};
-    int const count = image.tilesAcross() * image.tilesDown();
-    for (int t = 0; t < threads; ++t) {
-        workers.emplace_back([&, t] {
-            for (int i = 0; i < count; ++i) {
-                int const at = (i + t * count / threads) % count;
-                MoxSmartPtr<QelTile> const tile =
-                    image.getTile(at % image.tilesAcross(), at / image.tilesAcross());
-                if (!showsPixels(*tile, tile->rect(), pixelsOf(expected))) ++wrong;
-            }
-        });
-    }
-    for (std::thread & worker : workers)
-        worker.join();
-    EXPECT_EQ(0, wrong.load());
-}
-
 TEST(QelConvolveOpThread, ThreadsSeeThePixelsThatOneSees) {
     Random random(20240317);
     TileSize const tiles(32, 32);
@@ -252,7 +232,7 @@ TEST(QelConvolveOpThread, ThreadsSeeThePixelsThatOneSees) {
               QelConvolutionKernel(std::vector<double>(25, 1))}) {
             MoxSmartPtr<QelRectBuffer> const expected =
                 allOf(*convolved(imageOf(picture, true), kernel));
-            pullOnThreads(*convolved(imageOf(picture, false), kernel), *expected);
+            pullOnThreads(4, *convolved(imageOf(picture, false), kernel), *expected);
         }
     }
 }

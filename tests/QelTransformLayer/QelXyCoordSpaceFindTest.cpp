@@ -19,20 +19,6 @@ constexpr unsigned smaller = QelXyCoordSpace::allowSmaller;
 constexpr unsigned larger = QelXyCoordSpace::allowLarger;
 constexpr unsigned noArbitrary = QelXyCoordSpace::excludeArbitrary;
 
-// Two counts, 0 for arbitrary.
-struct Pair {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-
-    bool operator==(Pair const & other) const {
-        return width == other.width && height == other.height;
-    }
-};
-
-std::ostream & operator<<(std::ostream & out, Pair const & pair) {
-    return out << pair.width << 'x' << pair.height;
-}
-
 QelXyCoordSpace spaceWith(std::vector<Pair> const & rows) {
     QelXyCoordSpace space(inches(10), inches(20));
     for (Pair const & row : rows) {

@@ -14,20 +14,6 @@ namespace {
 
 using Resolution = QelXyCoordSpace::Resolution;
 
-// Two counts, 0 for arbitrary.
-struct Pair {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-
-    bool operator==(Pair const & other) const {
-        return width == other.width && height == other.height;
-    }
-};
-
-std::ostream & operator<<(std::ostream & out, Pair const & pair) {
-    return out << pair.width << 'x' << pair.height;
-}
-
 using Pairs = std::vector<Pair>;
 
 QelXyCoordSpace spaceWith(Pairs const & rows, QelValue const & side = inches(10)) {

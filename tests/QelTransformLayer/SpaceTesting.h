@@ -89,3 +89,17 @@ class RandomNumbers {
   private:
     std::mt19937_64 engine_;
 };
+
+// A resolution as two counts, 0 for arbitrary.
+struct Pair {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+
+    bool operator==(Pair const & other) const {
+        return width == other.width && height == other.height;
+    }
+};
+
+inline std::ostream & operator<<(std::ostream & out, Pair const & pair) {
+    return out << pair.width << 'x' << pair.height;
+}
