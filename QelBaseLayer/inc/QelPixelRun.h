@@ -11,6 +11,18 @@
 
 class QelDataOrg;
 
+// An element of type T at any address, aligned or not.
+template <class T>
+T qelElementAt(std::uint8_t const * address) {
+    T value;
+    std::memcpy(&value, address, sizeof(T));
+    return value;
+}
+template <class T>
+void qelSetElementAt(std::uint8_t * address, T value) {
+    std::memcpy(address, &value, sizeof(T));
+}
+
 // Elements at equal distances in memory, as the pixel iterators hand them out: a piece of a row
 // that lies in one tile, say. A loop over a run is a plain loop that a compiler can vectorise.
 // `T` is the element type, const for memory that is only read.
@@ -37,9 +49,9 @@ class QelPixelRun {
     bool isDense() const { return step_ == std::int64_t{sizeof(T)}; }
 
     // Requires: 0 <= i < size().
-    Element operator[](std::int64_t i) const { return load(first_ + i * step_); }
+    Element operator[](std::int64_t i) const { return qelElementAt<Element>(first_ + i * step_); }
     void set(std::int64_t i, Element value) const requires(!std::is_const_v<T>) {
-        std::memcpy(first_ + i * step_, &value, sizeof(value));
+        qelSetElementAt(first_ + i * step_, value);
     }
 
     // The `count` elements from number `first` on. Requires: they are elements of this run.
@@ -79,18 +91,12 @@ class QelPixelRun {
     }
 
   private:
-    static Element load(std::uint8_t const * from) {
-        Element value;
-        std::memcpy(&value, from, sizeof(value));
-        return value;
-    }
-
     template <std::int64_t step, class Visit>
     void forEachAt(Visit & visit) const {
         std::uint8_t const * const first = first_;
         std::int64_t const size = size_;
         for (std::int64_t i = 0; i < size; ++i)
-            visit(load(first + i * step));
+            visit(qelElementAt<Element>(first + i * step));
     }
 
     template <std::int64_t step, class Visit, std::size_t... i>
@@ -104,7 +110,7 @@ class QelPixelRun {
     template <class Visit, std::size_t... i>
     static void visitGroup(Visit & visit, std::uint8_t const * first, std::int64_t step,
                            std::index_sequence<i...>) {
-        visit(load(first + static_cast<std::int64_t>(i) * step)...);
+        visit(qelElementAt<Element>(first + static_cast<std::int64_t>(i) * step)...);
     }
 
     Byte * first_;

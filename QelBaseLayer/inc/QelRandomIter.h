@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstring>
-
 #include "QelPixelRun.h"
 #include "QelRandomIterBase.h"
 
@@ -17,8 +15,10 @@ class QelRandomConstIter : public QelRandomIterBase {
 
     // The element of the current band, or of band `band`, of pixel (x, y). Raise as address()
     // does.
-    T get(std::int32_t x, std::int32_t y) { return load(address(x, y)); }
-    T get(std::int32_t x, std::int32_t y, std::int32_t band) { return load(address(x, y, band)); }
+    T get(std::int32_t x, std::int32_t y) { return qelElementAt<T>(address(x, y)); }
+    T get(std::int32_t x, std::int32_t y, std::int32_t band) {
+        return qelElementAt<T>(address(x, y, band));
+    }
 
     // The current band of the pixels from (x, y) to the tile's right edge; see runLength().
     QelPixelRun<T const> run(std::int32_t x, std::int32_t y) {
@@ -28,13 +28,6 @@ class QelRandomConstIter : public QelRandomIterBase {
     // pixel-interleaved image. Empty for other layouts; see allBandsLength().
     QelPixelRun<T const> allBandsRun(std::int32_t x, std::int32_t y) {
         return {address(x, y, 0), std::int64_t{sizeof(T)}, allBandsLength(x, y)};
-    }
-
-  protected:
-    static T load(std::uint8_t const * from) {
-        T value;
-        std::memcpy(&value, from, sizeof(T));
-        return value;
     }
 };
 
@@ -48,10 +41,10 @@ class QelRandomIter : public QelRandomConstIter<T> {
     using QelRandomConstIter<T>::QelRandomConstIter;
 
     void set(std::int32_t x, std::int32_t y, T value) {
-        std::memcpy(this->address(x, y), &value, sizeof(T));
+        qelSetElementAt(this->address(x, y), value);
     }
     void set(std::int32_t x, std::int32_t y, T value, std::int32_t band) {
-        std::memcpy(this->address(x, y, band), &value, sizeof(T));
+        qelSetElementAt(this->address(x, y, band), value);
     }
 
     QelPixelRun<T> run(std::int32_t x, std::int32_t y) {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstring>
-
 #include "QelPixelRun.h"
 #include "QelSimpleRectBufferIter.h"
 
@@ -17,11 +15,7 @@ class QelRectBufferConstIter : public QelSimpleRectBufferIter {
         : QelSimpleRectBufferIter(buffer, buffer->rect()) {}
 
     // Requires: !done().
-    T get() const {
-        T value;
-        std::memcpy(&value, address(), sizeof(T));
-        return value;
-    }
+    T get() const { return qelElementAt<T>(address()); }
 
     // The elements from here on that lie at equal distances; see runLength().
     QelPixelRun<T const> run() const { return {address(), runStep(), runLength()}; }
@@ -39,7 +33,7 @@ class QelRectBufferIter : public QelRectBufferConstIter<T> {
     using QelRectBufferConstIter<T>::QelRectBufferConstIter;
 
     // Requires: !done().
-    void set(T value) const { std::memcpy(this->address(), &value, sizeof(T)); }
+    void set(T value) const { qelSetElementAt(this->address(), value); }
 
     QelPixelRun<T> run() const { return {this->address(), this->runStep(), this->runLength()}; }
 };

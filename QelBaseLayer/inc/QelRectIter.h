@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstring>
-
 #include "QelPixelRun.h"
 #include "QelRectIterBase.h"
 
@@ -24,8 +22,8 @@ class QelRectConstIter : public QelRectIterBase {
     explicit QelRectConstIter(Qel2DImage * image) : QelRectConstIter(image, image->imageRect()) {}
 
     // The current element, and that of another band of the same pixel. Require: !rowDone().
-    T get() const { return load(address()); }
-    T get(std::int32_t band) const { return load(address() + bandDistance(band)); }
+    T get() const { return qelElementAt<T>(address()); }
+    T get(std::int32_t band) const { return qelElementAt<T>(address() + bandDistance(band)); }
 
     // The current band of the pixels from here to the tile's edge; see runLength().
     QelPixelRun<T const> run() const { return {address(), pixelStride(), runLength()}; }
@@ -33,13 +31,6 @@ class QelRectConstIter : public QelRectIterBase {
     // pixel-interleaved image. Empty for other layouts; see allBandsLength().
     QelPixelRun<T const> allBandsRun() const {
         return {firstBandAddress(), std::int64_t{sizeof(T)}, allBandsLength()};
-    }
-
-  protected:
-    static T load(std::uint8_t const * from) {
-        T value;
-        std::memcpy(&value, from, sizeof(T));
-        return value;
     }
 };
 
@@ -52,9 +43,9 @@ class QelRectIter : public QelRectConstIter<T> {
   public:
     using QelRectConstIter<T>::QelRectConstIter;
 
-    void set(T value) const { std::memcpy(this->address(), &value, sizeof(T)); }
+    void set(T value) const { qelSetElementAt(this->address(), value); }
     void set(T value, std::int32_t band) const {
-        std::memcpy(this->address() + this->bandDistance(band), &value, sizeof(T));
+        qelSetElementAt(this->address() + this->bandDistance(band), value);
     }
 
     QelPixelRun<T> run() const { return {this->address(), this->pixelStride(), this->runLength()}; }

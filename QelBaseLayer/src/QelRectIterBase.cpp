@@ -21,7 +21,7 @@ std::int32_t edgeOf(std::int64_t position) {
         std::min<std::int64_t>(position, std::numeric_limits<std::int32_t>::max()));
 }
 
-// `edge` inclusive, with room for one position outside on either side.
+// Cut to the edges, which are inclusive, with room for one position outside on either side.
 std::int64_t besideOrIn(std::int64_t position, std::int32_t first, std::int32_t last) {
     return std::clamp(position, std::int64_t{first} - 1, std::int64_t{last} + 1);
 }
@@ -62,13 +62,9 @@ QelRectIterBase::QelRectIterBase(Qel2DImage * image, std::int32_t left, std::int
 }
 
 QelRectIterBase::QelRectIterBase(Qel2DImage * image, QelRect const & rect)
-    : QelRectIterBase(image, rect.x, rect.y, rect.isEmpty() ? rect.x : edgeOf(rect.right()),
-                      rect.isEmpty() ? rect.y : edgeOf(rect.bottom())) {
-    if (!rect.isEmpty()) return;
-    columnCount_ = 0;
-    left_ = top_ = 0;
-    right_ = bottom_ = -1;
-}
+    : QelRectIterBase(image, rect.isEmpty() ? 0 : rect.x, rect.isEmpty() ? 0 : rect.y,
+                      rect.isEmpty() ? -1 : edgeOf(rect.right()),
+                      rect.isEmpty() ? -1 : edgeOf(rect.bottom())) {}
 
 QelRectIterBase::~QelRectIterBase() = default;
 

@@ -12,25 +12,17 @@
 #include <gtest/gtest.h>
 
 #include "ImageTesting.h"
+#include "IterTesting.h"
 #include "OutputCapture.h"
 
 // Random requests to random chains of images, compared with a directly computed picture.
 
 namespace {
 
-class Random {
+class Random : public IterRandom {
   public:
-    explicit Random(std::uint32_t seed) : engine_(seed) {}
+    using IterRandom::IterRandom;
 
-    std::int32_t from(std::int32_t least, std::int32_t most) {
-        return std::uniform_int_distribution<std::int32_t>(least, most)(engine_);
-    }
-    bool chance(int percent) { return from(1, 100) <= percent; }
-    template <class Container>
-    auto oneOf(Container const & choices) {
-        return choices[static_cast<std::size_t>(
-            from(0, static_cast<std::int32_t>(choices.size()) - 1))];
-    }
     QelDataType type() {
         return oneOf(std::array{QelDataType::UChar, QelDataType::Char, QelDataType::Short,
                                 QelDataType::UShort, QelDataType::Long, QelDataType::ULong,
@@ -54,9 +46,6 @@ class Random {
         std::int32_t const y = chance(50) ? 0 : from(0, tile.height - 1);
         return QelRect(tile.x + x, tile.y + y, from(1, tile.width - x), from(1, tile.height - y));
     }
-
-  private:
-    std::mt19937 engine_;
 };
 
 // Passes on to another op, but will write into no buffer, or accept no other tile size.

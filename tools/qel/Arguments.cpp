@@ -13,8 +13,8 @@ namespace {
     throw UsageError(what + " is \"" + std::string(text) + "\", it must be " + form);
 }
 
-// Whole numbers with a separator between each two; none when the text is anything else.
-std::vector<std::int32_t> parseNumbers(std::string_view text, char separator) {
+// Whole numbers with an "x" between each two; none when the text is anything else.
+std::vector<std::int32_t> parseNumbers(std::string_view text) {
     std::vector<std::int32_t> numbers;
     char const * at = text.data();
     char const * const end = at + text.size();
@@ -24,7 +24,7 @@ std::vector<std::int32_t> parseNumbers(std::string_view text, char separator) {
         if (result.ec != std::errc()) return {};
         numbers.push_back(number);
         if (result.ptr == end) return numbers;
-        if (*result.ptr != separator) return {};
+        if (*result.ptr != 'x') return {};
         at = result.ptr + 1;
     }
 }
@@ -50,7 +50,7 @@ std::uint64_t withUnit(std::string text) {
 
 PixelSize parseSize(std::string_view text, std::string const & what, std::int32_t least,
                     std::int32_t most) {
-    std::vector<std::int32_t> const numbers = parseNumbers(text, 'x');
+    std::vector<std::int32_t> const numbers = parseNumbers(text);
     auto const fits = [=](std::int32_t side) { return side >= least && side <= most; };
     if (numbers.size() != 2 || !fits(numbers[0]) || !fits(numbers[1])) {
         refuse(text, what,
@@ -66,12 +66,4 @@ std::uint64_t parseBytes(std::string const & text, std::string const & what) {
         refuse(text, what, "a number of bytes of at least 1, as in 64000000, 64MB or 64MiB");
     }
     return bytes;
-}
-
-QelRect parseRect(std::string_view text, std::string const & what) {
-    std::vector<std::int32_t> const numbers = parseNumbers(text, ',');
-    if (numbers.size() != 4 || numbers[2] < 1 || numbers[3] < 1) {
-        refuse(text, what, "X,Y,W,H, with W and H of at least 1");
-    }
-    return QelRect(numbers[0], numbers[1], numbers[2], numbers[3]);
 }

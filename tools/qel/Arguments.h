@@ -3,9 +3,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
-
-#include "QelRect.h"
 
 // Numbers in arguments. `what` names the argument in the texts of the UsageErrors raised.
 
@@ -21,6 +18,3 @@ PixelSize parseSize(std::string_view text, std::string const & what, std::int32_
 // A number of bytes of at least 1, with or without a unit: "64000000", "64MB", "64MiB". Units of
 // 1,000 and of 1,024, in letters of either case.
 std::uint64_t parseBytes(std::string const & text, std::string const & what);
-
-// "X,Y,W,H"
-QelRect parseRect(std::string_view text, std::string const & what);
