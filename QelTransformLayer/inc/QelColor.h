@@ -20,7 +20,7 @@ class QEL_API QelColor {
     QelColor(double const * codes, int count);
 
     // All with a space raise 4 "QelColor cannot be constructed from pointer to color space, if
-    // pointer value is NULL", and 13 for a value outside the range.
+    // pointer value is NULL", and 13 for a value outside the range or a negative number of bands.
     // All bands at the minimum, or at `code`.
     explicit QelColor(MoxSmartPtr<QelColorSpace> space);
     QelColor(MoxSmartPtr<QelColorSpace> space, double code);
@@ -45,8 +45,9 @@ class QEL_API QelColor {
     // if either space is null. With `fromZero` they are multiplied by the quotient of the maxima,
     // or of the minima where the old maximum is 0, so that 0 stays; with `clamp` they are then
     // limited to the new range. Raises 400 for another number of bands, 153 for an old range that
-    // gives no factor and, without `clamp`, for a value that leaves the new one; the values before
-    // that one are scaled already then.
+    // gives no factor and, without `clamp`, for a value that leaves the new one (with it too where
+    // the numbers are too large to scale, or the new range is empty); the values before that one
+    // are scaled already then.
     void setColorSpace(MoxSmartPtr<QelColorSpace> space, bool clamp, bool fromZero);
 
     // The same space (see QelColorSpace::isEqual()), or none in both, and the same values exactly.

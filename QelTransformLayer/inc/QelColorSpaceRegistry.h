@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "MoxSmartPtr.h"
 #include "QelColorSpace.h"
@@ -30,6 +31,12 @@ class QEL_API QelColorSpaceRegistryEntry {
 QEL_API MoxConstSmartPtr<QelColorSpace> qelFindColorSpaceClass(std::string const & className);
 QEL_API MoxConstSmartPtr<QelColorSpace> qelFindColorSpaceName(std::string const & name);
 QEL_API MoxConstSmartPtr<QelColorSpace> qelFindColorSpace(QelColorSpace const & space);
+
+// All prototypes: the library's own in the order of their table, then those of the clients'
+// entries, in the order in which these came to be. As they are at the time of the call; entries may
+// come and go on other threads meanwhile, and the prototypes of those that are gone stay while they
+// are held.
+QEL_API std::vector<MoxConstSmartPtr<QelColorSpace>> qelColorSpaces();
 
 // A new space of the class of that name. Raises 13 "Class ", the name and " is not registered as an
 // QelColorSpace.".

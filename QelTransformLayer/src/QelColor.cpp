@@ -16,6 +16,10 @@ bool isLegal(QelColorSpace const & space, double code) {
     return code >= space.minValue() && code <= space.maxValue();
 }
 
+bool hasBands(QelColorSpace const & space, std::size_t count) {
+    return space.numBands() >= 0 && static_cast<std::size_t>(space.numBands()) == count;
+}
+
 QelColorSpace const & checked(MoxSmartPtr<QelColorSpace> const & space) {
     if (!space) {
         qelRaise(4,
@@ -39,26 +43,46 @@ double checkedCode(QelColorSpace const & space, double code) {
                  space);
 }
 
-std::size_t bandsOf(QelColorSpace const & space) {
-    return static_cast<std::size_t>(std::max(space.numBands(), 0));
-}
-
-std::vector<double> codesOf(MoxSmartPtr<QelColorSpace> const & space, double code) {
-    QelColorSpace const & its = checked(space);
-    return std::vector<double>(bandsOf(its), checkedCode(its, code));
-}
-
-// All at the minimum.
-std::vector<double> leastOf(MoxSmartPtr<QelColorSpace> const & space) {
-    QelColorSpace const & its = checked(space);
-    return std::vector<double>(bandsOf(its), its.minValue());
-}
-
 std::size_t checkedCount(int count) {
     if (count < 0) {
         qelRaise(13, "A color cannot have " + std::to_string(count) + " code values");
     }
     return static_cast<std::size_t>(count);
+}
+
+std::vector<double> codesOf(QelColorSpace const & space, double code) {
+    return std::vector<double>(checkedCount(space.numBands()), checkedCode(space, code));
+}
+
+// All at the minimum.
+std::vector<double> leastOf(QelColorSpace const & space) {
+    return codesOf(space, space.minValue());
+}
+
+std::vector<double> codesOf(QelColorSpace const & space, double a, double b, double c) {
+    if (space.numBands() < 3) {
+        qelRaise(
+            400,
+            "Cannot use this QelColor constructor for color spaces with less than three bands");
+    }
+    std::vector<double> codes = leastOf(space);
+    codes[0] = checkedCode(space, a);
+    codes[1] = checkedCode(space, b);
+    codes[2] = checkedCode(space, c);
+    return codes;
+}
+
+std::vector<double> const & checkedCodes(QelColorSpace const & space,
+                                         std::vector<double> const & codes) {
+    if (!hasBands(space, codes.size())) {
+        QelTextStream text;
+        text << "Cannot construct QelColor from color space " << space.name() << " ("
+             << space.numBands() << " bands) and vector with " << codes.size() << " code values";
+        qelRaise(400, text.str());
+    }
+    for (double const code : codes)
+        checkedCode(space, code);
+    return codes;
 }
 
 }  // namespace
@@ -70,34 +94,16 @@ QelColor::QelColor(double const * codes, int count) : codeValues_(checkedCount(c
 }
 
 QelColor::QelColor(MoxSmartPtr<QelColorSpace> space)
-    : colorSpace_(space), codeValues_(leastOf(space)) {}
+    : colorSpace_(space), codeValues_(leastOf(checked(space))) {}
 
 QelColor::QelColor(MoxSmartPtr<QelColorSpace> space, double code)
-    : colorSpace_(space), codeValues_(codesOf(space, code)) {}
+    : colorSpace_(space), codeValues_(codesOf(checked(space), code)) {}
 
 QelColor::QelColor(MoxSmartPtr<QelColorSpace> space, double a, double b, double c)
-    : colorSpace_(space), codeValues_(leastOf(space)) {
-    if (codeValues_.size() < 3) {
-        qelRaise(
-            400,
-            "Cannot use this QelColor constructor for color spaces with less than three bands");
-    }
-    codeValues_[0] = checkedCode(*space, a);
-    codeValues_[1] = checkedCode(*space, b);
-    codeValues_[2] = checkedCode(*space, c);
-}
+    : colorSpace_(space), codeValues_(codesOf(checked(space), a, b, c)) {}
 
 QelColor::QelColor(MoxSmartPtr<QelColorSpace> space, std::vector<double> const & codes)
-    : colorSpace_(space), codeValues_(codes) {
-    if (bandsOf(checked(space)) != codes.size()) {
-        QelTextStream text;
-        text << "Cannot construct QelColor from color space " << space->name() << " ("
-             << space->numBands() << " bands) and vector with " << codes.size() << " code values";
-        qelRaise(400, text.str());
-    }
-    for (double const code : codes)
-        checkedCode(*space, code);
-}
+    : colorSpace_(space), codeValues_(checkedCodes(checked(space), codes)) {}
 
 void QelColor::checkIndex(int index) const {
     if (index >= 0 && index < numChannels()) return;
@@ -121,7 +127,7 @@ void QelColor::setCode(int index, double value) {
 }
 
 void QelColor::checkBands(QelColorSpace const & space) const {
-    if (bandsOf(space) == codeValues_.size()) return;
+    if (hasBands(space, codeValues_.size())) return;
     QelTextStream text;
     text << "Cannot set color space " << space.name() << '(' << space.numBands()
          << " bands) into QelColor with " << numChannels() << " bands";
@@ -157,6 +163,20 @@ void QelColor::setColorSpace(MoxSmartPtr<QelColorSpace> space, bool clamp, bool 
     colorSpace_ = std::move(space);
 }
 
+namespace {
+
+double limited(QelColorSpace const & space, double code) {
+    return std::min(std::max(code, space.minValue()), space.maxValue());
+}
+
+// What no range holds is what came of numbers too large to scale, or a range that is empty.
+double checkedScaled(QelColorSpace const & to, double scaled) {
+    if (!isLegal(to, scaled)) qelRaise(153, "Scaled value is out of range");
+    return scaled;
+}
+
+}  // namespace
+
 // From one range to the other: what leaves the new one does so by rounding alone.
 void QelColor::rescale(QelColorSpace const & to) {
     double const width = colorSpace_->maxValue() - colorSpace_->minValue();
@@ -164,7 +184,7 @@ void QelColor::rescale(QelColorSpace const & to) {
     double const factor = (to.maxValue() - to.minValue()) / width;
     for (double & code : codeValues_) {
         double const scaled = (code - colorSpace_->minValue()) * factor + to.minValue();
-        code = std::min(std::max(scaled, to.minValue()), to.maxValue());
+        code = checkedScaled(to, limited(to, scaled));
     }
 }
 
@@ -177,8 +197,7 @@ void QelColor::rescaleFromZero(QelColorSpace const & to, bool clamp) {
     double const factor = max != 0.0 ? to.maxValue() / max : to.minValue() / min;
     for (double & code : codeValues_) {
         double const scaled = code * factor;
-        if (!clamp && !isLegal(to, scaled)) qelRaise(153, "Scaled value is out of range");
-        code = clamp ? std::min(std::max(scaled, to.minValue()), to.maxValue()) : scaled;
+        code = checkedScaled(to, clamp ? limited(to, scaled) : scaled);
     }
 }
 

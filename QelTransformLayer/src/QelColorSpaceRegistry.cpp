@@ -1,6 +1,6 @@
 #include "QelColorSpaceRegistry.h"
 
-#include <cstring>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -99,6 +99,16 @@ class Registry {
         return nullptr;
     }
 
+    std::vector<MoxConstSmartPtr<QelColorSpace>> all() {
+        std::vector<MoxConstSmartPtr<QelColorSpace>> prototypes;
+        for (Known const & known : family_)
+            prototypes.emplace_back(known.prototype.get());
+        ZanLock const guard(lock_);
+        for (QelColorSpaceRegistryEntry const * entry : entries_)
+            prototypes.emplace_back(&entry->prototype());
+        return prototypes;
+    }
+
   private:
     template <class Space>
     void know() {
@@ -118,9 +128,9 @@ Registry & registry() {
 }
 
 // The class of that name?
-auto ofClass(char const * className) {
+auto ofClass(std::string_view className) {
     return [className](QelColorSpace const & prototype, std::string const &) {
-        return std::strcmp(prototype.className(), className) == 0;
+        return prototype.className() == className;
     };
 }
 
@@ -133,7 +143,10 @@ MoxSmartPtr<QelColorSpace> partnerOf(QelColorSpace const & space, bool keepRange
         qelRaise(13, std::string("Class ") + space.name() + " has no corresponding color space " +
                          what + " alpha.");
     }
-    return keepRange ? found->newWithRange(space.minValue(), space.maxValue()) : found->clone();
+    // A copy first: a space may be its own copy where the range stays, and a prototype is nobody's.
+    MoxSmartPtr<QelColorSpace> const partnerSpace = found->clone();
+    return keepRange ? partnerSpace->newWithRange(space.minValue(), space.maxValue())
+                     : partnerSpace;
 }
 
 }  // namespace
@@ -150,7 +163,7 @@ QelColorSpaceRegistryEntry::~QelColorSpaceRegistryEntry() {
 }
 
 MoxConstSmartPtr<QelColorSpace> qelFindColorSpaceClass(std::string const & className) {
-    return registry().find(ofClass(className.c_str()));
+    return registry().find(ofClass(className));
 }
 
 MoxConstSmartPtr<QelColorSpace> qelFindColorSpaceName(std::string const & name) {
@@ -160,6 +173,10 @@ MoxConstSmartPtr<QelColorSpace> qelFindColorSpaceName(std::string const & name) 
 
 MoxConstSmartPtr<QelColorSpace> qelFindColorSpace(QelColorSpace const & space) {
     return registry().find(ofClass(space.className()));
+}
+
+std::vector<MoxConstSmartPtr<QelColorSpace>> qelColorSpaces() {
+    return registry().all();
 }
 
 MoxSmartPtr<QelColorSpace> qelNewColorSpace(std::string const & className) {

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <cmath>
 #include <iostream>
+#include <optional>
 #include <random>
 #include <sstream>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -46,8 +48,13 @@ class MoonColorSpace : public QelColorSpace {
 TEST(QelColorSpaceRegistry, FindsByClassLabelAndInstance) {
     EXPECT_STREQ("QelFpxRGBColorSpace", qelFindColorSpaceClass("QelFpxRGBColorSpace")->className());
     EXPECT_FALSE(qelFindColorSpaceClass("QelFpxRGBColorSpac"));
+    EXPECT_FALSE(qelFindColorSpaceClass("QelFpxRGBColorSpaces"));
+    EXPECT_FALSE(qelFindColorSpaceClass(std::string("QelRGBColorSpace\0", 17)));
+    EXPECT_FALSE(qelFindColorSpaceClass("RGB"));
+    EXPECT_FALSE(qelFindColorSpaceName("QelRGBColorSpace"));
     EXPECT_FALSE(qelFindColorSpaceClass(""));
-    EXPECT_FALSE(qelFindColorSpaceName("rgb"));
+    for (char const * const label : {"rgb", "RG", "RGBX", ""})
+        EXPECT_FALSE(qelFindColorSpaceName(label)) << label;
     QelFpxLumColorSpace const lum(5, 1.0, 2.0);
     EXPECT_EQ(1, qelFindColorSpace(lum)->numBands());
     EXPECT_STREQ("QelFpxLumColorSpace", qelFindColorSpace(lum)->className());
@@ -69,6 +76,54 @@ TEST(QelColorSpaceRegistry, AClientsEntryIsThereWhileItLives) {
     expectRaises(13, "Class MoonColorSpace is not registered as an QelColorSpace.",
                  [] { qelNewColorSpace("MoonColorSpace"); });
     EXPECT_FALSE(qelFindColorSpace(MoonColorSpace()));
+}
+
+TEST(QelColorSpaceRegistry, AClientsEntryIsFoundByItsOwnLabelAndStaysWithThoseWhoFoundIt) {
+    MoxConstSmartPtr<QelColorSpace> found;
+    {
+        Space const prototype = new MoonColorSpace();
+        QelColorSpaceRegistryEntry const entry(prototype, "Moon");
+        QelColorSpaceRegistryEntry const later(new MoonColorSpace(), "Moon");
+        EXPECT_EQ("Moon", entry.name());
+        EXPECT_EQ(prototype.get(), &entry.prototype());
+        found = qelFindColorSpaceName("Moon");
+        EXPECT_EQ(prototype.get(), found.get());
+        EXPECT_NE(prototype.get(), qelNewColorSpace("MoonColorSpace").get());
+    }
+    EXPECT_FALSE(qelFindColorSpaceName("Moon"));
+    EXPECT_STREQ("MoonColorSpace", found->className());
+}
+
+std::vector<std::string> allClasses() {
+    std::vector<std::string> names;
+    for (MoxConstSmartPtr<QelColorSpace> const & space : qelColorSpaces())
+        names.emplace_back(space->className());
+    return names;
+}
+
+TEST(QelColorSpaceRegistry, ListsItsOwnInTheOrderOfTheTableAndClientsBehindThem) {
+    std::vector<std::string> expected;
+    for (int index = 0; index < qelColorSpaceRows; ++index)
+        expected.emplace_back(qelColorSpaceRow(index).className);
+    EXPECT_EQ(expected, allClasses());
+    MoxConstSmartPtr<QelColorSpace> last;
+    {
+        class Sun : public MoonColorSpace {
+          public:
+            char const * className() const override { return "Sun"; }
+        };
+        Space const sun = new Sun();
+        QelColorSpaceRegistryEntry const first(new MoonColorSpace(), "Moon");
+        QelColorSpaceRegistryEntry const second(sun, "Sun");
+        std::vector<std::string> more = expected;
+        more.insert(more.end(), {"MoonColorSpace", "Sun"});
+        EXPECT_EQ(more, allClasses());
+        last = qelColorSpaces().back();
+        EXPECT_EQ(sun.get(), last.get());
+    }
+    EXPECT_EQ(expected, allClasses());
+    EXPECT_STREQ("Sun", last->className());
+    EXPECT_EQ(qelFindColorSpaceName("Generic").get(), qelColorSpaces().front().get());
 }
 
 TEST(QelColorSpaceRegistry, RefusesANullPrototype) {
@@ -98,10 +153,29 @@ TEST(QelColorSpaceRegistry, PartnersWithAndWithoutAlpha) {
     EXPECT_EQ(4, kept->numBands());
     EXPECT_EQ(-1.0, kept->minValue());
     EXPECT_EQ(2.0, kept->maxValue());
-    EXPECT_EQ(2.0, newRemoveAlpha(QelSRGBAColorSpace(4, -1.0, 2.0), true)->maxValue());
+    Space const without = newRemoveAlpha(QelSRGBAColorSpace(4, -1.0, 2.0), true);
+    EXPECT_TRUE(without->isEqual(QelSRGBColorSpace(3, -1.0, 2.0)));
+    EXPECT_TRUE(newRemoveAlpha(QelSRGBAColorSpace(4, -1.0, 2.0))->isEqual(QelSRGBColorSpace()));
     // One way only: the generic space does not lead back.
     EXPECT_STREQ("QelGenericAColorSpace", newAddAlpha(QelNormalizedColorSpace())->className());
     EXPECT_STREQ("QelGenericColorSpace", newRemoveAlpha(QelGenericAColorSpace())->className());
+}
+
+// Where the range stays a generic space is its own copy, but the registry keeps its own.
+TEST(QelColorSpaceRegistry, APartnerIsNeverThePrototype) {
+    for (bool const keepRange : {false, true}) {
+        SCOPED_TRACE(keepRange);
+        Space const generic = newRemoveAlpha(QelGenericAColorSpace(), keepRange);
+        EXPECT_NE(qelFindColorSpaceName("Generic").get(), generic.get());
+        generic->setFlag(true);
+        EXPECT_FALSE(qelNewColorSpace("QelGenericColorSpace")->getFlag());
+    }
+}
+
+TEST(QelColorSpaceRegistry, RefusalsNameTheRegistryAsTheirSource) {
+    std::optional<ZanError> const error = errorOf([] { qelNewColorSpace("Moon"); });
+    ASSERT_TRUE(error);
+    EXPECT_TRUE(std::string(error->getFile()).ends_with("QelColorSpaceRegistry.cpp"));
 }
 
 TEST(QelColorSpaceRegistry, RefusesAlphaWhereThereIsSomeAndNone) {
@@ -111,7 +185,21 @@ TEST(QelColorSpaceRegistry, RefusesAlphaWhereThereIsSomeAndNone) {
                  [] { newAddAlpha(QelCMYColorSpace()); });
     expectRaises(13, "Class RGB does not have alpha in newRemoveAlpha().",
                  [] { newRemoveAlpha(QelRGBColorSpace()); });
-    // An alpha class of a client's whose partner nobody knows.
+    expectRaises(13, "Class CMYK has no corresponding color space with alpha.",
+                 [] { newAddAlpha(QelCMYKColorSpace(), true); });
+    // Classes of a client's whose partner nobody knows, or that have none.
+    class Single : public QelRGBColorSpace {
+      public:
+        char const * alphaPartnerName() const override { return "Nothing"; }
+    };
+    expectRaises(13, "Class RGB has no corresponding color space with alpha.",
+                 [] { newAddAlpha(Single()); });
+    class Bare : public QelRGBAColorSpace {
+      public:
+        char const * alphaPartnerName() const override { return nullptr; }
+    };
+    expectRaises(13, "Class RGBA has no corresponding color space without alpha.",
+                 [] { newRemoveAlpha(Bare()); });
     class Lone : public QelRGBAColorSpace {
       public:
         char const * alphaPartnerName() const override { return "Nothing"; }
@@ -159,6 +247,26 @@ TEST(QelColorSpaceText, ReadsBackWithALostFlag) {
     }
 }
 
+TEST(QelColorSpaceText, ARefusedTextLeavesASpaceThatReadsAsItWas) {
+    for (char const * const text : {"[b=3, min=0, max=x]", "[b=3, min=0, max=1", "b=3"}) {
+        SCOPED_TRACE(text);
+        QelLumColorSpace space(2, 0.25, 0.5);
+        std::istringstream in(text);
+        expectRaises(13, "Invalid QelColorSpace value", [&] { space.read(in); });
+        EXPECT_TRUE(in.fail());
+        EXPECT_TRUE(space.isEqual(QelLumColorSpace(2, 0.25, 0.5)));
+    }
+}
+
+TEST(QelColorSpaceText, TakesNoMoreThanItsOwn) {
+    std::istringstream in("QelRGBColorSpace[b=3, min=0, max=1]QelLumColorSpace[b=1, min=2, max=3]");
+    Space first;
+    Space second;
+    in >> first >> second;
+    EXPECT_TRUE(first->isEqual(QelRGBColorSpace(3, 0.0, 1.0)));
+    EXPECT_TRUE(second->isEqual(QelLumColorSpace(1, 2.0, 3.0)));
+}
+
 TEST(QelColorSpaceText, NullReadsAsNull) {
     EXPECT_FALSE(read("NULL"));
     EXPECT_FALSE(read("  NULL and more"));
@@ -187,6 +295,7 @@ TEST(QelColorSpaceText, RefusesWhatDoesNotRead) {
         Space space = before;
         expectRaises(13, row.refusal, [&] { in >> space; });
         EXPECT_EQ(before.get(), space.get());
+        EXPECT_TRUE(before->isEqual(QelLumColorSpace()));
     }
 }
 
@@ -218,6 +327,7 @@ TEST(QelColorSpaceRegistry, ThreadsLookUpWhileEntriesComeAndGo) {
                              qelNewColorSpace("QelROMMAColorSpace")->className());
                 QelColorSpaceRegistryEntry const entry(new MoonColorSpace(), "Moon");
                 EXPECT_TRUE(qelFindColorSpaceName("Moon"));
+                EXPECT_LE(std::size_t{qelColorSpaceRows} + 1, qelColorSpaces().size());
             }
         });
     }

@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <sstream>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -96,12 +95,22 @@ std::string bandNameOf(Row const & row, std::size_t band) {
     return band < row.bandNames.size() ? row.bandNames[band] : "";
 }
 
+template <class Class>
+bool isA(QelColorSpace const & space) {
+    return dynamic_cast<Class const *>(&space) != nullptr;
+}
+
 void expectIs(Row const & row, QelColorSpace const & space) {
     EXPECT_STREQ(row.className, space.className());
     EXPECT_STREQ(row.name, space.name());
     EXPECT_STREQ(row.partner, space.alphaPartnerName());
     EXPECT_EQ(row.kind == rgb, space.isRGBLike());
     EXPECT_EQ(row.kind == ycc, space.isYCCLike());
+    EXPECT_EQ(row.kind == rgb, isA<QelRGBLikeColorSpace>(space));
+    EXPECT_EQ(row.kind == ycc, isA<QelYCCLikeColorSpace>(space));
+    bool const generic =
+        row.name == std::string("Generic") || row.name == std::string("Normalized");
+    EXPECT_EQ(generic, isA<QelGenericColorSpace>(space));
     EXPECT_EQ(isAlphaClass(row), space.hasAlpha());
     for (int band = -2; band < 8; ++band) {
         EXPECT_EQ(band < 0 ? "" : bandNameOf(row, static_cast<std::size_t>(band)),
@@ -122,6 +131,16 @@ TEST(QelColorSpaces, TheFamilyIsAsItsTableHasIt) {
         EXPECT_EQ(std::string(row.className) == "QelNormalizedColorSpace" ? 1.0 : 255.0,
                   space->maxValue());
         EXPECT_FALSE(space->getFlag());
+    }
+}
+
+TEST(QelColorSpaces, ALabelFindsTheFirstRowThatHasIt) {
+    for (Row const & row : family()) {
+        SCOPED_TRACE(row.name);
+        auto const first = std::find_if(family().begin(), family().end(), [&](Row const & other) {
+            return std::string(other.name) == row.name;
+        });
+        EXPECT_STREQ(first->className, qelFindColorSpaceName(row.name)->className());
     }
 }
 
@@ -150,6 +169,7 @@ TEST(QelColorSpaces, CopiesAndChangedCopiesAreOfTheSameClass) {
         MoxSmartPtr<QelColorSpace> const wider = space->newWithBands(7);
         expectIs(row, *wider);
         EXPECT_EQ(7, wider->numBands());
+        EXPECT_EQ(space->minValue(), wider->minValue());
         EXPECT_EQ(space->maxValue(), wider->maxValue());
         MoxSmartPtr<QelColorSpace> const deeper = space->newWithRange(-1.5, 4095.0);
         expectIs(row, *deeper);
@@ -160,6 +180,8 @@ TEST(QelColorSpaces, CopiesAndChangedCopiesAreOfTheSameClass) {
         // Only the generic one is its own copy where nothing changes.
         EXPECT_EQ(generic, space->newWithBands(row.bands).get() == space.get());
         EXPECT_EQ(generic, space->newWithRange(0.0, space->maxValue()).get() == space.get());
+        EXPECT_NE(space.get(), space->newWithRange(0.5, space->maxValue()).get());
+        EXPECT_NE(space.get(), space->newWithRange(0.0, 4095.0).get());
     }
 }
 

@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <limits>
+#include <optional>
 #include <random>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "ExpectError.h"
 #include "QelColorSpaceRegistry.h"
@@ -69,6 +73,14 @@ TEST(QelColor, BoundsAreInclusive) {
                  "QelColor cannot be constructed with code value of -0.5 and color space RGB with "
                  "min and max values of 0 and 255",
                  [] { QelColor(rgb(), 1.0, -0.5, 1.0); });
+    for (Codes const & codes :
+         {Codes{256.0, 1.0, 1.0}, Codes{1.0, 256.0, 1.0}, Codes{1.0, 1.0, 256.0}}) {
+        std::string const refusal =
+            "QelColor cannot be constructed with code value of 256 and color space RGB with min "
+            "and max values of 0 and 255";
+        expectRaises(13, refusal, [&] { QelColor(rgb(), codes[0], codes[1], codes[2]); });
+        expectRaises(13, refusal, [&] { QelColor(rgb(), codes); });
+    }
     expectRaises(13,
                  "QelColor cannot be constructed with code value of nan and color space RGB with "
                  "min and max values of 0 and 255",
@@ -97,6 +109,56 @@ TEST(QelColor, CountsMustFit) {
     });
 }
 
+// A space without an end above its start holds no value, and one with a negative number of bands
+// no colour.
+TEST(QelColor, SomeSpacesHoldNoColour) {
+    expectRaises(13,
+                 "QelColor cannot be constructed with code value of 5 and color space RGB with min "
+                 "and max values of 5 and 1",
+                 [] { QelColor{rgb(5.0, 1.0)}; });
+    Space const negative = new QelRGBColorSpace(-1, 0.0, 1.0);
+    expectRaises(13, "A color cannot have -1 code values", [&] { QelColor{negative}; });
+    expectRaises(13, "A color cannot have -1 code values", [&] { QelColor(negative, 0.5); });
+    expectRaises(400,
+                 "Cannot use this QelColor constructor for color spaces with less than three bands",
+                 [&] { QelColor(negative, 0.5, 0.5, 0.5); });
+    expectRaises(400,
+                 "Cannot construct QelColor from color space RGB (-1 bands) and vector with 0 code "
+                 "values",
+                 [&] { QelColor(negative, Codes()); });
+    expectRaises(400, "Cannot set color space RGB(-1 bands) into QelColor with 0 bands",
+                 [&] { QelColor(0).setColorSpace(negative); });
+}
+
+TEST(QelColor, AConstructorThatRaisesReleasesTheSpace) {
+    Space const space = rgb();
+    EXPECT_TRUE(errorOf([&] { QelColor(space, 256.0); }));
+    EXPECT_TRUE(errorOf([&] { QelColor(space, 1.0, 2.0, 256.0); }));
+    EXPECT_TRUE(errorOf([&] { QelColor(space, Codes{1.0}); }));
+    EXPECT_TRUE(errorOf([&] { QelColor(space, Codes{1.0, 2.0, 256.0}); }));
+    EXPECT_EQ(1, space->refCount());
+}
+
+TEST(QelColor, RefusalsNameTheirSource) {
+    std::optional<ZanError> const error = errorOf([] { QelColor(rgb(), 256.0); });
+    ASSERT_TRUE(error);
+    EXPECT_TRUE(std::string(error->getFile()).ends_with("QelColor.cpp"));
+}
+
+TEST(QelColor, CopiesShareTheSpaceAndNotTheValues) {
+    QelColor const color(rgb(), 1.0, 2.0, 3.0);
+    QelColor copy(color);
+    QelColor assigned;
+    assigned = color;
+    EXPECT_EQ(color.colorSpace().get(), copy.colorSpace().get());
+    EXPECT_EQ(color.colorSpace().get(), assigned.colorSpace().get());
+    copy.setCode(0, 9.0);
+    assigned.setCode(1, 9.0);
+    EXPECT_EQ((Codes{1.0, 2.0, 3.0}), color.codeValues());
+    EXPECT_EQ((Codes{9.0, 2.0, 3.0}), copy.codeValues());
+    EXPECT_EQ((Codes{1.0, 9.0, 3.0}), assigned.codeValues());
+}
+
 TEST(QelColor, CodesAreReadAndSetByIndex) {
     QelColor color(rgb(), 1.0, 2.0, 3.0);
     color.setCode(1, 255.0);
@@ -114,6 +176,8 @@ TEST(QelColor, CodesAreReadAndSetByIndex) {
     EXPECT_EQ(1e9, free.code(0));
     expectRaises(7, "Illegal index -1 into QelColor with 2 channels (color space = unknown)",
                  [&] { free.code(-1); });
+    expectRaises(7, "Illegal index 2 into QelColor with 2 channels (color space = unknown)",
+                 [&] { free.code(2); });
 }
 
 TEST(QelColor, AnotherSpaceKeepsTheValues) {
@@ -142,6 +206,12 @@ TEST(QelColor, RescalesFromRangeToRange) {
     QelColor free;
     free.setColorSpace(rgb(-5.0, 5.0), true, true);
     EXPECT_EQ(0.0, free.code(0));
+    double const codes[] = {1.0, 2.0, 3.0};
+    QelColor wide(codes, 3);
+    expectRaises(13,
+                 "Cannot set color space RGB(value range = 0 to 2.5) into QelColor which contains "
+                 "3 as a code value",
+                 [&] { wide.setColorSpace(rgb(0.0, 2.5), true, false); });
     color.setColorSpace(Space(), false, false);
     EXPECT_FALSE(color.colorSpace());
 }
@@ -176,6 +246,79 @@ TEST(QelColor, WhatLeavesTheRangeIsClampedOrRefused) {
     QelColor clamped(rgb(-1.0, 1.0), 0.5, -1.0, 1.0);
     clamped.setColorSpace(rgb(-1.0, 2.0), true, true);
     EXPECT_EQ((Codes{1.0, -1.0, 2.0}), clamped.codeValues());
+}
+
+// As above, with the end that the values leave on the other side.
+TEST(QelColor, WhatLeavesTheRangeAboveIsClampedOrRefused) {
+    QelColor color(rgb(-1.0, 0.0), -0.5, 0.0, -1.0);
+    expectRaises(153, "Scaled value is out of range",
+                 [&] { color.setColorSpace(rgb(-2.0, -0.5), false, true); });
+    EXPECT_EQ((Codes{-1.0, 0.0, -1.0}), color.codeValues());
+    QelColor clamped(rgb(-1.0, 0.0), -0.5, 0.0, -1.0);
+    clamped.setColorSpace(rgb(-2.0, -0.5), true, true);
+    EXPECT_EQ((Codes{-1.0, -0.5, -2.0}), clamped.codeValues());
+}
+
+TEST(QelColor, ScalingThatGivesNoNumberIsRefused) {
+    double const most = std::numeric_limits<double>::max();
+    QelColor wide(rgb(-most, most), most);
+    expectRaises(153, "Scaled value is out of range",
+                 [&] { wide.setColorSpace(rgb(), true, false); });
+    EXPECT_EQ(most, wide.code(0));
+    QelColor tiny(rgb(0.0, std::numeric_limits<double>::denorm_min()), 0.0);
+    expectRaises(153, "Scaled value is out of range",
+                 [&] { tiny.setColorSpace(rgb(), true, true); });
+    QelColor color(rgb(), 5.0);
+    expectRaises(153, "Scaled value is out of range",
+                 [&] { color.setColorSpace(rgb(1.0, 0.0), true, false); });
+    EXPECT_EQ(0.0, color.colorSpace()->minValue());
+    // A single value is a range: all values become it.
+    color.setColorSpace(rgb(7.0, 7.0), false, false);
+    EXPECT_EQ(7.0, color.code(0));
+}
+
+struct Range {
+    double min, max;
+};
+
+// What a colour's code becomes from zero; nothing where it leaves the new range.
+std::optional<double> fromZero(double code, Range from, Range to, bool clamp) {
+    double const scaled = from.max == 0.0 ? code * (to.min / from.min) : code * (to.max / from.max);
+    if (scaled >= to.min && scaled <= to.max) return scaled;
+    if (!clamp) return std::nullopt;
+    return scaled < to.min ? to.min : to.max;
+}
+
+TEST(QelColor, RescalesFromZeroAsTheFormulaSays) {
+    std::mt19937_64 random(42003);
+    std::cout << "seed 42003\n";
+    auto const range = [&] {
+        // Few values, so that ends at 0 and at each other's place come up.
+        double const min = static_cast<double>(random() % 9) - 6.0;
+        return Range{min, min + 1.0 + static_cast<double>(random() % 6)};
+    };
+    int refused = 0;
+    for (int i = 0; i < 20000; ++i) {
+        Range const from = range();
+        Range const to = range();
+        bool const clamp = random() % 2 == 0;
+        double const code =
+            from.min + (from.max - from.min) * static_cast<double>(random() % 9) / 8.0;
+        SCOPED_TRACE(testing::Message() << code << " of " << from.min << " to " << from.max
+                                        << " in " << to.min << " to " << to.max << ' ' << clamp);
+        QelColor color(rgb(from.min, from.max), code);
+        std::optional<double> const expected = fromZero(code, from, to, clamp);
+        if (expected) {
+            color.setColorSpace(rgb(to.min, to.max), clamp, true);
+            ASSERT_EQ((Codes(3, *expected)), color.codeValues());
+        } else {
+            ++refused;
+            expectRaises(153, "Scaled value is out of range",
+                         [&] { color.setColorSpace(rgb(to.min, to.max), clamp, true); });
+            ASSERT_EQ(Codes(3, code), color.codeValues());
+        }
+    }
+    EXPECT_GT(refused, 1000);
 }
 
 TEST(QelColor, RescalesThereAndBackWithinRounding) {
@@ -220,6 +363,8 @@ TEST(QelColor, ConvertsBetweenAnySpaceAndAGenericOne) {
     Space const normalized = new QelNormalizedColorSpace();
     EXPECT_EQ(normalized.get(), convert(color, false, normalized).colorSpace().get());
     EXPECT_EQ(1.0, convert(QelColor(rgb(), 255.0), true, rgb(0.0, 1.0)).code(0));
+    // From end to end, not from zero.
+    EXPECT_EQ(25.0, convert(QelColor(rgb(-1.0, 1.0), 0.5), false, rgb(10.0, 30.0)).code(1));
     EXPECT_FALSE(convert(color, false, Space()).colorSpace());
     EXPECT_EQ(0.0, convert(QelColor(), false, rgb()).code(0));
 }
@@ -263,6 +408,22 @@ TEST(QelColorText, ReadsBackWhateverTheLocale) {
         ASSERT_TRUE(again == color) << written(color);
         ASSERT_EQ('x', in.get());
     }
+}
+
+// Characters between the values, behind the space and at the end are taken, whatever they are.
+TEST(QelColorText, ReadsWithAnySeparators) {
+    for (char const * const text :
+         {"QelColor[<1,2>]", "[<1 2>)", "x[ \n< 1;2>)", "QelColor[ NULL<1,2>]"}) {
+        SCOPED_TRACE(text);
+        std::istringstream in(std::string(text) + "rest");
+        QelColor color(7);
+        in >> color;
+        EXPECT_EQ((Codes{1.0, 2.0}), color.codeValues());
+        EXPECT_EQ('r', in.get());
+    }
+    QelColor empty;
+    std::istringstream("QelColor[<>]") >> empty;
+    EXPECT_EQ(0, empty.numChannels());
 }
 
 TEST(QelColorText, NullIsTheEmptyColour) {
