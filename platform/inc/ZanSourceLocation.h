@@ -1,14 +1,8 @@
 #pragma once
 
-#include <version>
-
-#if defined(__cpp_lib_source_location)
-#include <source_location>
-
-using ZanSourceLocation = std::source_location;
-#else
-
-// The part of std::source_location that raising sites need, for compilers that lack it.
+// Where in a source something is raised: the part of std::source_location that raising sites need.
+// A class of our own for all compilers, since some lack the standard one, and a client that one of
+// them builds has to link with a library that another one built.
 class ZanSourceLocation {
   public:
     static constexpr ZanSourceLocation current(char const * file = __builtin_FILE(),
@@ -26,4 +20,3 @@ class ZanSourceLocation {
     char const * file_ = "";
     unsigned line_ = 0;
 };
-#endif
