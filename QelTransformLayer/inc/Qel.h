@@ -2,6 +2,10 @@
 
 // Every public header of the library: the platform, base and transform layers.
 
+#include "QelAttribute.h"
+#include "QelAttributeBased.h"
+#include "QelAttributeChangedCallback.h"
+#include "QelAttributeChangedRegistration.h"
 #include "QelBase.h"
 #include "QelBox.h"
 #include "QelBufferInfo.h"
@@ -16,6 +20,7 @@
 #include "QelPolygon.h"
 #include "QelRegion.h"
 #include "QelResolution.h"
+#include "QelSimpleAttribute.h"
 #include "QelSimpleResolutionDesc.h"
 #include "QelUnitInfo.h"
 #include "QelValue.h"

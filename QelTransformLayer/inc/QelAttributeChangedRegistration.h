@@ -1,0 +1,48 @@
+#pragma once
+
+#include <memory>
+#include <type_traits>
+
+#include "QelAttributeBased.h"
+#include "QelAttributeChangedCallback.h"
+
+// Calls a member function of its target, which is a T derived from QelAttributeBased:
+//
+//     attribute->addCallback(
+//         std::make_unique<QelAttributeChangedRegistration<Brush>>(this, &Brush::sizeChanged));
+//
+// While the target is no T, which is so until T's constructor begins and once its destructor has
+// ended, nothing is called.
+template <class T>
+class QEL_API QelAttributeChangedRegistration : public QelAttributeChangedCallback {
+  public:
+    using Action = void (T::*)(MoxSmartPtr<QelAttribute> const & attribute);
+
+    // Requires: action is not null.
+    QelAttributeChangedRegistration(T * target, Action action)
+        : QelAttributeChangedCallback(target), action_(action) {
+        static_assert(std::is_base_of_v<QelAttributeBased, T>);
+    }
+
+    std::unique_ptr<QelAttributeChangedCallback> clone(
+        QelAttributeBased * newTarget) const override {
+        return std::unique_ptr<QelAttributeChangedCallback>(
+            new QelAttributeChangedRegistration(Any{newTarget}, action_));
+    }
+
+    void attributeChanged(MoxSmartPtr<QelAttribute> const & attribute) override {
+        // Not before now: the target of a clone is no T yet when it is made, and a T that derives
+        // virtually from QelAttributeBased is reached in no other way.
+        T * const target = dynamic_cast<T *>(getTarget());
+        if (target != nullptr) (target->*action_)(attribute);
+    }
+
+  private:
+    struct Any {
+        QelAttributeBased * target;
+    };
+    QelAttributeChangedRegistration(Any any, Action action)
+        : QelAttributeChangedCallback(any.target), action_(action) {}
+
+    Action action_;
+};
