@@ -7,6 +7,7 @@
 #include <string>
 
 #include "MoxSmartPtr.h"
+#include "QelColorSpace.h"
 #include "QelImageOp.h"
 #include "QelXyCoordSpace.h"
 #include "ZanMutex.h"
@@ -50,6 +51,17 @@ class QEL_API QelPictureReaderOp : public QelImageOp {
     int bands() const { return bands_; }
     QelDataType elementType() const { return type_; }
 
+    // What the bands mean: a new space at each call, with as many bands as the picture.
+    //     QelLumColorSpace      1 band
+    //     QelLumAColorSpace     2 bands
+    //     QelRGBColorSpace      3 bands
+    //     QelRGBAColorSpace     4 bands
+    //     QelCMYKColorSpace     the 4 bands of ink of a JPEG, whichever way round it stores them
+    //     QelGenericColorSpace  any other number, and the bands of a JPEG that does not name them
+    // The range is that of the element type: 0 to 255 for UChar, 0 to 65535 for UShort. Gamma and
+    // profiles play no part.
+    MoxSmartPtr<QelColorSpace> colorSpace() const { return colorSpace_->clone(); }
+
     // Does the file say how many dots per inch, centimeter or meter it has? Not by numbers that
     // would leave the picture no size.
     bool hasResolution() const { return resolution_.horz.dpu > 0.0; }
@@ -75,6 +87,7 @@ class QEL_API QelPictureReaderOp : public QelImageOp {
     std::int32_t const height_;
     int const bands_;
     QelDataType const type_;
+    MoxSmartPtr<QelColorSpace> const colorSpace_;
     // Dots of 0.0 where the file does not say.
     QelXyCoordSpace::Resolution const resolution_;
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "QelColorSpaces.h"
 #include "QelFileSource.h"
 #include "QelPictureDecoder.h"
 
@@ -140,6 +141,8 @@ QelPictureHeader JpegDecoder::readReport() const {
     report.width = static_cast<std::int32_t>(jpeg_.output_width);
     report.height = static_cast<std::int32_t>(jpeg_.output_height);
     report.bands = jpeg_.output_components;
+    if (jpeg_.out_color_space == JCS_CMYK) report.colorSpace = new QelCMYKColorSpace();
+    if (jpeg_.out_color_space == JCS_UNKNOWN) report.colorSpace = new QelGenericColorSpace();
     addDensity(report);
     return report;
 }

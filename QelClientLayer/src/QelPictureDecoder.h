@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "QelCalledInC.h"
+#include "QelColorSpace.h"
 #include "QelDataType.h"
 #include "QelPictureReaderOp.h"
 
@@ -20,6 +21,9 @@ struct QelPictureHeader {
     double horzDpu = 0.0;
     double vertDpu = 0.0;
     int resolutionUnit = 0;
+    // What the bands mean, in any range; null where their number tells: grey or colour, with or
+    // without opacity.
+    MoxSmartPtr<QelColorSpace> colorSpace;
 };
 
 // Reads one picture file from its header to its last row. Used by one thread at a time.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "QelColorSpaces.h"
+#include "QelCoreMisc.h"
 #include "QelError.h"
 #include "QelFileSource.h"
 #include "QelJpegReaderOp.h"
@@ -36,6 +38,25 @@ QelXyCoordSpace::Resolution resolutionOf(QelPictureHeader const & header) {
     double const vert = known ? header.vertDpu : 0.0;
     return {halfOf(horz, header.resolutionUnit, header.width),
             halfOf(vert, header.resolutionUnit, header.height)};
+}
+
+MoxSmartPtr<QelColorSpace> usualSpace(int bands) {
+    switch (bands) {
+        case 1: return new QelLumColorSpace();
+        case 2: return new QelLumAColorSpace();
+        case 3: return new QelRGBColorSpace();
+        case 4: return new QelRGBAColorSpace();
+        default: return new QelGenericColorSpace();
+    }
+}
+
+MoxSmartPtr<QelColorSpace> colorSpaceOf(QelPictureHeader const & header) {
+    double min = 0.0;
+    double max = 0.0;
+    QelCoreMisc::getDataTypeMinMaxValues(header.type, min, max);
+    MoxSmartPtr<QelColorSpace> const space =
+        header.colorSpace ? header.colorSpace : usualSpace(header.bands);
+    return space->newWithBands(header.bands)->newWithRange(min, max);
 }
 
 }  // namespace
@@ -81,6 +102,7 @@ QelPictureReaderOp::QelPictureReaderOp(std::unique_ptr<QelPictureDecoder> decode
       height_(decoder->header().height),
       bands_(decoder->header().bands),
       type_(decoder->header().type),
+      colorSpace_(colorSpaceOf(decoder->header())),
       resolution_(resolutionOf(decoder->header())),
       picture_(new QelRectBuffer(width_, height_, bands_, PIXEL_INTERLEAVED, type_)),
       decoder_(std::move(decoder)) {}

@@ -1,46 +1,10 @@
 #include "QelJpegReaderOp.h"
 
-#include <cstdio>  // ahead of jpeglib.h, which needs it
+#include <sstream>
 
-#include <jpeglib.h>
-
-#include <functional>
-
-#include "ClientTesting.h"
+#include "JpegTesting.h"
 
 namespace {
-
-using Settings = std::function<void(jpeg_compress_struct &)>;
-
-// What libjpeg itself makes of a picture, with settings that QelPictureWriter does not offer.
-Bytes encoded(QelRectBuffer & picture, J_COLOR_SPACE space, Settings const & settings) {
-    jpeg_compress_struct jpeg{};
-    jpeg_error_mgr errors{};
-    jpeg.err = jpeg_std_error(&errors);
-    jpeg_create_compress(&jpeg);
-    unsigned char * memory = nullptr;
-    unsigned long size = 0;
-    jpeg_mem_dest(&jpeg, &memory, &size);
-    jpeg.image_width = static_cast<JDIMENSION>(picture.rect().width);
-    jpeg.image_height = static_cast<JDIMENSION>(picture.rect().height);
-    jpeg.input_components = picture.numBands();
-    jpeg.in_color_space = space;
-    jpeg_set_defaults(&jpeg);
-    jpeg_set_quality(&jpeg, 100, TRUE);
-    settings(jpeg);
-    jpeg_start_compress(&jpeg, TRUE);
-    for (std::int32_t y = 0; y < picture.rect().height; ++y) {
-        JSAMPROW row = picture.addressOf(0, y);
-        jpeg_write_scanlines(&jpeg, &row, 1);
-    }
-    jpeg_finish_compress(&jpeg);
-    Bytes bytes(memory, memory + size);
-    std::free(memory);
-    jpeg_destroy_compress(&jpeg);
-    return bytes;
-}
-
-void plain(jpeg_compress_struct &) {}
 
 class QelJpegReaderOpTest : public testing::Test {
   protected:
@@ -101,13 +65,39 @@ TEST_F(QelJpegReaderOpTest, UnnamedColourSpacesGiveTheirBands) {
     expectClose(encoded(*picture, JCS_UNKNOWN, plain), *picture, 3);
 }
 
+TEST_F(QelJpegReaderOpTest, ColourSpacesAreThoseOfTheBands) {
+    struct Row {
+        int bands;
+        J_COLOR_SPACE from;
+        J_COLOR_SPACE stored;
+        char const * text;
+    };
+    for (Row const & row :
+         {Row{1, JCS_GRAYSCALE, JCS_GRAYSCALE, "QelLumColorSpace[b=1, min=0, max=255]"},
+          Row{3, JCS_RGB, JCS_YCbCr, "QelRGBColorSpace[b=3, min=0, max=255]"},
+          Row{3, JCS_RGB, JCS_RGB, "QelRGBColorSpace[b=3, min=0, max=255]"},
+          Row{4, JCS_CMYK, JCS_CMYK, "QelCMYKColorSpace[b=4, min=0, max=255]"},
+          Row{4, JCS_CMYK, JCS_YCCK, "QelCMYKColorSpace[b=4, min=0, max=255]"},
+          Row{2, JCS_UNKNOWN, JCS_UNKNOWN, "QelGenericColorSpace[b=2, min=0, max=255]"},
+          Row{5, JCS_UNKNOWN, JCS_UNKNOWN, "QelGenericColorSpace[b=5, min=0, max=255]"}}) {
+        Bytes const bytes = encoded(*softPicture(9, 7, row.bands), row.from, [&](auto & jpeg) {
+            jpeg_set_colorspace(&jpeg, row.stored);
+            // More than four bands do not go into one scan.
+            if (row.bands > 4) jpeg_simple_progression(&jpeg);
+        });
+        std::ostringstream text;
+        text << qelOpenPicture(write(bytes))->colorSpace();
+        EXPECT_EQ(row.text, text.str());
+    }
+}
+
 TEST_F(QelJpegReaderOpTest, ProgressiveArithmeticAndRestarts) {
     MoxSmartPtr<QelRectBuffer> const picture = softPicture(150, 140, 3);
-    for (Settings const & settings :
-         std::vector<Settings>{[](auto & jpeg) { jpeg_simple_progression(&jpeg); },
-                               [](auto & jpeg) { jpeg.restart_in_rows = 1; },
-                               [](auto & jpeg) { jpeg.optimize_coding = TRUE; },
-                               [](auto & jpeg) { jpeg.arith_code = TRUE; }}) {
+    for (JpegSettings const & settings :
+         std::vector<JpegSettings>{[](auto & jpeg) { jpeg_simple_progression(&jpeg); },
+                                   [](auto & jpeg) { jpeg.restart_in_rows = 1; },
+                                   [](auto & jpeg) { jpeg.optimize_coding = TRUE; },
+                                   [](auto & jpeg) { jpeg.arith_code = TRUE; }}) {
         expectClose(encoded(*picture, JCS_RGB, settings), *picture, 12);
     }
 }

@@ -103,6 +103,17 @@ TEST_F(QelPictureReaderOpTest, DotsThatLeaveThePictureNoSizeAreNoResolution) {
     }
 }
 
+TEST_F(QelPictureReaderOpTest, EachCallGivesAColourSpaceOfItsOwn) {
+    for (int const bands : {1, 3}) {
+        Reader const reader = qelOpenPicture(write("picture.jpg", softPicture(8, 8, bands)));
+        MoxSmartPtr<QelColorSpace> const space = reader->colorSpace();
+        EXPECT_EQ(bands, space->numBands());
+        space->setFlag(true);
+        EXPECT_FALSE(reader->colorSpace()->getFlag());
+        EXPECT_EQ(0, reader->decodedRows());
+    }
+}
+
 TEST_F(QelPictureReaderOpTest, EachReaderRefusesTheOtherFormat) {
     std::string const png = write("picture.png", softPicture(40, 30, 3));
     std::string const jpeg = write("picture.jpg", softPicture(40, 30, 3));

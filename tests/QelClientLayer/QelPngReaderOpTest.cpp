@@ -3,6 +3,7 @@
 #include <png.h>
 
 #include <functional>
+#include <sstream>
 
 #include "ClientTesting.h"
 
@@ -118,6 +119,31 @@ TEST_F(QelPngReaderOpTest, TransparentColoursBecomeOpacity) {
                         png_set_tRNS(png, info, nullptr, 1, &clear);
                     }};
     EXPECT_EQ((Values{7, 0, 8, 255}), elements(*read(grey, {7, 8})));
+}
+
+TEST_F(QelPngReaderOpTest, ColourSpacesAreThoseOfTheBands) {
+    struct Row {
+        Kind kind;
+        char const * text;
+    };
+    for (Row const & row : std::vector<Row>{
+             {{.colour = PNG_COLOR_TYPE_GRAY}, "QelLumColorSpace[b=1, min=0, max=255]"},
+             {{.depth = 1, .colour = PNG_COLOR_TYPE_GRAY}, "QelLumColorSpace[b=1, min=0, max=255]"},
+             {{.colour = PNG_COLOR_TYPE_GRAY_ALPHA}, "QelLumAColorSpace[b=2, min=0, max=255]"},
+             {{.colour = PNG_COLOR_TYPE_RGB}, "QelRGBColorSpace[b=3, min=0, max=255]"},
+             {{.colour = PNG_COLOR_TYPE_PALETTE, .more = setPalette},
+              "QelRGBColorSpace[b=3, min=0, max=255]"},
+             {{.colour = PNG_COLOR_TYPE_RGB_ALPHA}, "QelRGBAColorSpace[b=4, min=0, max=255]"},
+             {{.depth = 16, .colour = PNG_COLOR_TYPE_GRAY},
+              "QelLumColorSpace[b=1, min=0, max=65535]"},
+             {{.depth = 16, .colour = PNG_COLOR_TYPE_RGB_ALPHA},
+              "QelRGBAColorSpace[b=4, min=0, max=65535]"}}) {
+        Kind kind = row.kind;
+        kind.width = kind.height = 1;
+        std::ostringstream text;
+        text << qelOpenPicture(write(encoded(kind, Bytes(8))))->colorSpace();
+        EXPECT_EQ(row.text, text.str());
+    }
 }
 
 TEST_F(QelPngReaderOpTest, InterlacedPicturesAreDecodedAsAWhole) {

@@ -18,8 +18,13 @@ TEST_F(QelToolTest, VersionAndHelp) {
     Outcome const version = run({"--version"});
     EXPECT_EQ(0, version.code);
     EXPECT_EQ("qel " QEL_VERSION "\n", version.out);
-    for (std::vector<std::string> const & arguments : std::vector<std::vector<std::string>>{
-             {"--help"}, {"convert", "--help"}, {"info", "--help"}, {"ops", "--help"}}) {
+    for (std::vector<std::string> const & arguments :
+         std::vector<std::vector<std::string>>{{"--help"},
+                                               {"colours", "--help"},
+                                               {"convert", "--help"},
+                                               {"info", "--help"},
+                                               {"ops", "--help"},
+                                               {"space", "--help"}}) {
         Outcome const help = run(arguments);
         EXPECT_EQ(0, help.code);
         EXPECT_EQ("", help.err);
@@ -59,6 +64,7 @@ TEST_F(QelToolTest, InfoTellsWhatThereIs) {
                   "size:               200 x 100 pixels\n"
                   "bands:              4\n"
                   "type:               unsigned short\n"
+                  "colour space:       RGBA (QelRGBAColorSpace), 0 to 65535\n"
                   "tiles:              2 x 1 of 128 x 128 pixels\n"
                   "data organisation:  "
                   "SimpleDataOrg[0,0,128,128,8,1024,l=PIXEL_INTERLEAVED,0,2,4,6]\n"

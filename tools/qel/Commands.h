@@ -20,6 +20,7 @@ std::string textOf(ZanError const & error);
 
 // The commands of the tool, each in a file of its own. Each adds itself to the parser, which runs
 // the one that the user chose.
+void addColoursCommand(CLI::App & tool);
 void addConvertCommand(CLI::App & tool);
 void addInfoCommand(CLI::App & tool);
 void addOpsCommand(CLI::App & tool);

@@ -2,12 +2,15 @@
 
 #include <iomanip>
 #include <iostream>
+#include <memory>
 
 #include "Commands.h"
+#include "Listing.h"
 #include "QelClients.h"
 
 namespace {
 
+// A block for each operation, since a table has no room for parameters.
 void printOps() {
     std::cout << std::setprecision(15);
     for (QelOpDescription const & op : QelOpCatalog::standard().ops()) {
@@ -21,10 +24,31 @@ void printOps() {
     }
 }
 
+Value::Record recordOf(QelOpParameter const & parameter) {
+    return {{"name", parameter.name},
+            {"type", parameter.typeName()},
+            {"range", Value::Record{{"min", parameter.min}, {"max", parameter.max}}},
+            {"default", parameter.defaultValue ? Value(*parameter.defaultValue) : Value()},
+            {"summary", parameter.summary}};
+}
+
+void printOpsAsJson() {
+    Listing listing({{"name", "name"}, {"summary", "summary"}, {"parameters", "parameters"}});
+    for (QelOpDescription const & op : QelOpCatalog::standard().ops()) {
+        Value::List parameters;
+        for (QelOpParameter const & parameter : op.parameters)
+            parameters.emplace_back(recordOf(parameter));
+        listing.add({op.name, op.summary, parameters});
+    }
+    listing.printJson(std::cout);
+}
+
 }  // namespace
 
 void addOpsCommand(CLI::App & tool) {
     CLI::App * const command =
         tool.add_subcommand("ops", "List the operations with their parameters");
-    command->callback(printOps);
+    auto const asJson = std::make_shared<bool>(false);
+    command->add_flag("--json", *asJson, "list them as JSON");
+    command->callback([asJson] { *asJson ? printOpsAsJson() : printOps(); });
 }

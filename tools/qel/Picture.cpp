@@ -19,8 +19,12 @@ Picture drawTestCard(std::string const & name) {
     QelXyCoordSpace::Resolution resolution{{dpi, QEL_UNIT_INCH}, {dpi, QEL_UNIT_INCH}};
     resolution.horz.pixels = static_cast<std::uint32_t>(size.width);
     resolution.vert.pixels = static_cast<std::uint32_t>(size.height);
-    return {name, "built in", new Qel2DImage(new QelTestCardOp(size.width, size.height)),
-            new QelXyCoordSpace(resolution), false};
+    return {name,
+            "built in",
+            new Qel2DImage(new QelTestCardOp(size.width, size.height)),
+            new QelRGBColorSpace(),
+            new QelXyCoordSpace(resolution),
+            false};
 }
 
 bool namesTestCard(std::string const & name) {
@@ -37,6 +41,10 @@ Picture openPicture(std::string const & name, QelReadLimits const & limits) {
                          "\"; there are @testcard and @testcard:WxH");
     }
     MoxSmartPtr<QelPictureReaderOp> const reader = qelOpenPicture(name, limits);
-    return {name, reader->formatName(), new Qel2DImage(reader),
-            new QelXyCoordSpace(reader->resolution()), reader->hasResolution()};
+    return {name,
+            reader->formatName(),
+            new Qel2DImage(reader),
+            reader->colorSpace(),
+            new QelXyCoordSpace(reader->resolution()),
+            reader->hasResolution()};
 }

@@ -9,6 +9,7 @@ struct Picture {
     std::string name;
     std::string format;
     MoxSmartPtr<Qel2DImage> image;
+    MoxSmartPtr<QelColorSpace> colorSpace;
     // As large as it is on paper: at its own resolution, or at 72 dots per inch if it has none.
     MoxSmartPtr<QelXyCoordSpace> space;
     bool hasResolution = false;

@@ -1,6 +1,5 @@
 #include <CLI/CLI.hpp>
 
-#include <iomanip>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "Listing.h"
 #include "QelClients.h"
 
 namespace {
@@ -18,6 +18,7 @@ struct Arguments {
     std::vector<double> dpi;
     std::string convert;
     bool listUnits = false;
+    bool json = false;
 };
 
 QelValue parseValue(std::string const & text, std::string const & what) {
@@ -35,23 +36,27 @@ QelValue parseValue(std::string const & text, std::string const & what) {
                      "--list-units\" lists the units");
 }
 
-void listUnits() {
-    std::cout << std::left << std::setw(5) << "id" << std::setw(22) << "one" << std::setw(23)
-              << "several" << std::setw(16) << "in terms of" << std::setw(14) << "one of it is"
-              << "tolerance\n";
+void addUnit(Listing & listing, QelUnitInfo const & unit) {
+    listing.add({unit.id, unit.singularName, unit.pluralName,
+                 QelValue::getUnitInfo(unit.standardId).singularName,
+                 unit.multiplier != 0.0 ? Value(unit.multiplier) : Value(), unit.tolerance});
+}
+
+void listUnits(bool asJson) {
+    Listing listing({{"id", "id"},
+                     {"singular_name", "one"},
+                     {"plural_name", "several"},
+                     {"standard_unit", "in terms of"},
+                     {"multiplier", "one of it is"},
+                     {"tolerance", "tolerance"}});
     for (int id = 0; id < 128; ++id) {
         try {
-            QelUnitInfo const & unit = QelValue::getUnitInfo(id);
-            std::ostringstream size;
-            if (unit.multiplier != 0.0) size << unit.multiplier;
-            std::cout << std::setw(5) << id << std::setw(22) << unit.singularName << std::setw(23)
-                      << unit.pluralName << std::setw(16)
-                      << QelValue::getUnitInfo(unit.standardId).singularName << std::setw(14)
-                      << size.str() << unit.tolerance << '\n';
+            addUnit(listing, QelValue::getUnitInfo(id));
         } catch (QelError const &) {
             // Not every identifier is taken.
         }
     }
+    listing.print(std::cout, asJson);
 }
 
 QelXyCoordSpace makeSpace(Arguments const & arguments) {
@@ -109,7 +114,14 @@ void printConversions(QelXyCoordSpace const & space, QelValue const & value) {
 }
 
 void run(Arguments const & arguments) {
-    if (arguments.listUnits) listUnits();
+    if (arguments.json && (!arguments.listUnits || !arguments.size.empty())) {
+        throw UsageError("--json goes with --list-units alone, without --size");
+    }
+    bool const converts = !arguments.dpi.empty() || !arguments.convert.empty();
+    if (arguments.listUnits && arguments.size.empty() && converts) {
+        throw UsageError("--dpi and --convert go with --size");
+    }
+    if (arguments.listUnits) listUnits(arguments.json);
     if (arguments.size.empty()) {
         if (arguments.listUnits) return;
         throw UsageError("--size or --list-units is required");
@@ -140,5 +152,6 @@ void addSpaceCommand(CLI::App & tool) {
                      "along the width")
         ->type_name("VALUE");
     command->add_flag("--list-units", arguments->listUnits, "list the units of measure");
+    command->add_flag("--json", arguments->json, "list the units as JSON");
     command->callback([arguments] { run(*arguments); });
 }

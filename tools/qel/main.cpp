@@ -56,6 +56,7 @@ int main(int argc, char ** argv) {
                   "qel");
     tool.require_subcommand(1);
     tool.set_version_flag("--version", "qel " QEL_VERSION, "Print the version and exit");
+    addColoursCommand(tool);
     addConvertCommand(tool);
     addInfoCommand(tool);
     addOpsCommand(tool);

@@ -1,0 +1,55 @@
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "Commands.h"
+#include "Listing.h"
+#include "QelClients.h"
+
+namespace {
+
+// As many as there are bands; nothing for one without a name. The table leaves those out.
+Cell bandNamesOf(QelColorSpace const & space) {
+    Value::List names;
+    std::string shown;
+    for (int band = 0; band < space.numBands(); ++band) {
+        std::string const name = space.bandName(band);
+        names.push_back(name.empty() ? Value() : Value(name));
+        if (name.empty()) continue;
+        if (!shown.empty()) shown += ", ";
+        shown += name;
+    }
+    return {names, shown};
+}
+
+Cell rangeOf(QelColorSpace const & space) {
+    double const min = space.minValue();
+    double const max = space.maxValue();
+    return {Value::Record{{"min", min}, {"max", max}}, textOfRange(min, max)};
+}
+
+void listColours(bool asJson) {
+    Listing listing({{"class", "class"},
+                     {"label", "label"},
+                     {"bands", "bands"},
+                     {"range", "range"},
+                     {"band_names", "band names"},
+                     {"alpha_partner", "alpha partner"}});
+    for (MoxConstSmartPtr<QelColorSpace> const & space : qelColorSpaces()) {
+        listing.add({space->className(), space->name(), space->numBands(), rangeOf(*space),
+                     bandNamesOf(*space), space->alphaPartnerName()});
+    }
+    listing.print(std::cout, asJson);
+}
+
+}  // namespace
+
+void addColoursCommand(CLI::App & tool) {
+    CLI::App * const command = tool.add_subcommand(
+        "colours", "List the colour spaces: tags with a range and names for their bands");
+    auto const asJson = std::make_shared<bool>(false);
+    command->add_flag("--json", *asJson, "list them as JSON");
+    command->callback([asJson] { listColours(*asJson); });
+}
