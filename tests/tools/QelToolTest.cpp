@@ -333,6 +333,17 @@ TEST_F(QelToolTest, CommandLinesThatCannotBeUnderstood) {
              {{"convert", "@testcard", out, "--region", "1,2,3,99999999999"},
               "--region is \"1,2,3,99999999999\", it must be X,Y,W,H, each in whole pixels or as a "
               "value with a unit such as 2.5 centimeters, with W and H above 0"},
+             {{"convert", "@testcard", out, "--region", ""},
+              "--region is \"\", it must be X,Y,W,H, each in whole pixels or as a value with a "
+              "unit such as 2.5 centimeters, with W and H above 0"},
+             {{"info", "@testcard", "--region", ""},
+              "--region is \"\", it must be X,Y,W,H, each in whole pixels or as a value with a "
+              "unit such as 2.5 centimeters, with W and H above 0"},
+             {{"convert", "@testcard", out, "--tile", ""},
+              "--tile is \"\", it must be WxH, with both from 16 to 8192"},
+             {{"space", "--size", "2 inches", "1 inch", "--convert", ""},
+              "--convert is \"\", it must be a number and a unit, as in \"2.5 centimeters\"; \"qel "
+              "space --list-units\" lists the units"},
              {{"convert", "@testcard", out, "--tile", "15x16"},
               "--tile is \"15x16\", it must be WxH, with both from 16 to 8192"},
              {{"convert", "@testcard", out, "--tile", "16"},

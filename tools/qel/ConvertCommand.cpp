@@ -20,11 +20,11 @@ struct Arguments {
     std::string in;
     std::string out;
     std::vector<std::string> ops;
-    std::string region;
-    std::string tile;
+    std::optional<std::string> region;
+    std::optional<std::string> tile;
     bool stats = false;
     std::int64_t maxBytes = QelReadLimits().maxBytes;
-    std::string memoryLimit;
+    std::optional<std::string> memoryLimit;
 };
 
 // The images from the picture to the result, each made from the one before it.
@@ -81,7 +81,6 @@ std::vector<QelOpCatalog::Call> parseOps(std::vector<std::string> const & texts)
 }
 
 void setTileSize(std::string const & text) {
-    if (text.empty()) return;
     PixelSize const size = parseSize(text, "--tile", 16, 8192);
     QelSystemConfig::defaultTileWidth = size.width;
     QelSystemConfig::defaultTileHeight = size.height;
@@ -123,12 +122,12 @@ void convert(Arguments const & arguments) {
     // All that can be refused without opening a file comes first.
     std::vector<QelOpCatalog::Call> const calls = parseOps(arguments.ops);
     Region region;
-    if (!arguments.region.empty()) region = Region(arguments.region, "--region");
+    if (arguments.region) region = Region(*arguments.region, "--region");
     std::optional<std::uint64_t> memoryLimit;
-    if (!arguments.memoryLimit.empty()) {
-        memoryLimit = parseBytes(arguments.memoryLimit, "--memory-limit");
+    if (arguments.memoryLimit) {
+        memoryLimit = parseBytes(*arguments.memoryLimit, "--memory-limit");
     }
-    setTileSize(arguments.tile);
+    if (arguments.tile) setTileSize(*arguments.tile);
     QelWriteOptions options;
     options.cancelled = &interrupted;
     QelPictureWriter const checked(arguments.out, options);

@@ -18,7 +18,7 @@ namespace {
 
 struct Arguments {
     std::string in;
-    std::string region;
+    std::optional<std::string> region;
     bool stats = false;
 };
 
@@ -95,7 +95,7 @@ Listing statisticsOf(Picture const & picture, Region const & region) {
 
 void info(Arguments const & arguments) {
     Region region;
-    if (!arguments.region.empty()) region = Region(arguments.region, "--region");
+    if (arguments.region) region = Region(*arguments.region, "--region");
     Picture const picture = openPicture(arguments.in, {});
     remarkOnResolution(picture, region);
     // Ahead of all output, since the picture may turn out to be damaged.

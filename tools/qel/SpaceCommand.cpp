@@ -16,7 +16,7 @@ namespace {
 struct Arguments {
     std::vector<std::string> size;
     std::vector<double> dpi;
-    std::string convert;
+    std::optional<std::string> convert;
     bool listUnits = false;
     bool json = false;
 };
@@ -117,7 +117,7 @@ void run(Arguments const & arguments) {
     if (arguments.json && (!arguments.listUnits || !arguments.size.empty())) {
         throw UsageError("--json goes with --list-units alone, without --size");
     }
-    bool const converts = !arguments.dpi.empty() || !arguments.convert.empty();
+    bool const converts = !arguments.dpi.empty() || arguments.convert;
     if (arguments.listUnits && arguments.size.empty() && converts) {
         throw UsageError("--dpi and --convert go with --size");
     }
@@ -127,7 +127,7 @@ void run(Arguments const & arguments) {
         throw UsageError("--size or --list-units is required");
     }
     std::optional<QelValue> value;
-    if (!arguments.convert.empty()) value = parseValue(arguments.convert, "--convert");
+    if (arguments.convert) value = parseValue(*arguments.convert, "--convert");
     QelXyCoordSpace const space = makeSpace(arguments);
     print(space);
     if (value) printConversions(space, *value);
