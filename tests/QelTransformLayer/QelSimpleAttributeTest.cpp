@@ -1,7 +1,10 @@
 #include "QelSimpleAttribute.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -15,15 +18,20 @@
 #include "AttributeTesting.h"
 #include "ExpectError.h"
 #include "QelColorSpaces.h"
+#include "QelCoreMisc.h"
+#include "ZanTypeInfoName.h"
 
 namespace {
 
 using Space = MoxSmartPtr<QelColorSpace>;
-using Types = testing::Types<char, unsigned char, short, unsigned short, int, unsigned int, long,
-                             unsigned long, float, double, bool, QelValue, QelColor, Space,
-                             std::string, std::wstring, QelStringList>;
+template <class... T>
+struct Types {};
+using AllTypes =
+    Types<char, unsigned char, short, unsigned short, int, unsigned int, long, unsigned long, float,
+          double, bool, QelValue, QelColor, Space, std::string, std::wstring, QelStringList>;
 
-// Two values of each type that differ, and from that of an attribute that was given none.
+// Two values of each type that differ; the first one also from that of an attribute that was given
+// none.
 template <class T>
 std::pair<T, T> samples() {
     if constexpr (std::is_same_v<T, char>) {
@@ -45,161 +53,198 @@ std::pair<T, T> samples() {
     }
 }
 
-// One attribute of each type.
-template <template <class...> class List, class... T>
-std::vector<AttributePtr> oneOfEach(List<T...>) {
-    return {AttributePtr(new QelSimpleAttribute<T>("of each", samples<T>().first))...};
-}
+enum class Sample { none, one, two };
 
-template <class T>
-class QelSimpleAttributeOf : public testing::Test {
-  protected:
-    using Attribute = QelSimpleAttribute<T>;
+// What the tests need to know of one type of values. They are written once, for all types.
+class Kind {
+  public:
+    virtual ~Kind() = default;
 
-    MoxSmartPtr<Attribute> make() const { return new Attribute("name", one_); }
-
-    T const one_ = samples<T>().first;
-    T const two_ = samples<T>().second;
+    virtual std::type_info const & type() const = 0;
+    std::string name() const { return QelCoreMisc::cleanTypeName(ZanTypeInfoName(type()).c_str()); }
+    virtual AttributePtr make(std::string const & name, Sample sample) const = 0;
+    // Is it an attribute of this type?
+    virtual bool finds(QelAttribute * attribute) const = 0;
+    // All of an attribute of this type.
+    virtual bool holds(QelAttribute & attribute, Sample sample) const = 0;
+    virtual void set(QelAttribute & attribute, Sample sample) const = 0;
+    virtual void update(QelAttribute & attribute, Sample sample) const = 0;
 };
 
-TYPED_TEST_SUITE(QelSimpleAttributeOf, Types);
+template <class T>
+class KindOf : public Kind {
+  public:
+    std::type_info const & type() const override { return typeid(T); }
+    AttributePtr make(std::string const & name, Sample sample) const override {
+        if (sample == Sample::none) return new QelSimpleAttribute<T>(name);
+        return new QelSimpleAttribute<T>(name, valueOf(sample));
+    }
+    bool finds(QelAttribute * attribute) const override {
+        return QelSimpleAttribute<T>::of(attribute).get() == attribute;
+    }
+    bool holds(QelAttribute & attribute, Sample sample) const override {
+        T const & value = QelSimpleAttribute<T>::of(&attribute)->getValue();
+        if constexpr (std::is_same_v<T, Space>) {
+            if (value && sample != Sample::none) return value->isEqual(*valueOf(sample));
+        }
+        return value == valueOf(sample);
+    }
+    void set(QelAttribute & attribute, Sample sample) const override {
+        QelSimpleAttribute<T>::of(&attribute)->setValue(valueOf(sample));
+    }
+    void update(QelAttribute & attribute, Sample sample) const override {
+        QelSimpleAttribute<T>::of(&attribute)->getValueForUpdate() = valueOf(sample);
+    }
 
-TYPED_TEST(QelSimpleAttributeOf, HoldsItsNameAndItsValue) {
-    auto const attribute = this->make();
-    EXPECT_EQ("name", attribute->name());
-    EXPECT_TRUE(attribute->getValue() == this->one_);
-    attribute->setValue(this->two_);
-    EXPECT_TRUE(attribute->getValue() == this->two_);
-    EXPECT_FALSE(attribute->getValue() == this->one_);
-    attribute->getValueForUpdate() = this->one_;
-    EXPECT_TRUE(attribute->getValue() == this->one_);
+  private:
+    static T valueOf(Sample sample) {
+        if (sample == Sample::none) return T();
+        return sample == Sample::one ? samples<T>().first : samples<T>().second;
+    }
+};
+
+template <class... T>
+std::vector<std::shared_ptr<Kind const>> kindsOf(Types<T...>) {
+    return {std::make_shared<KindOf<T>>()...};
 }
 
-TYPED_TEST(QelSimpleAttributeOf, IsZeroOrEmptyAtFirst) {
-    auto const attribute = MoxSmartPtr(new QelSimpleAttribute<TypeParam>("name"));
-    EXPECT_TRUE(attribute->getValue() == TypeParam());
+std::vector<std::shared_ptr<Kind const>> const & allKinds() {
+    static auto const kinds = kindsOf(AllTypes());
+    return kinds;
 }
 
-TYPED_TEST(QelSimpleAttributeOf, TellsItsType) {
-    EXPECT_EQ(typeid(TypeParam), this->make()->getType());
+class QelSimpleAttributeOf : public testing::TestWithParam<std::shared_ptr<Kind const>> {
+  protected:
+    Kind const & kind() const { return *GetParam(); }
+
+    AttributePtr const attribute_ = kind().make("name", Sample::one);
+};
+
+// "unsigned_int"
+std::string nameOf(testing::TestParamInfo<std::shared_ptr<Kind const>> const & kind) {
+    std::string name = kind.param->name();
+    std::replace_if(
+        name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+    return name;
 }
 
-TYPED_TEST(QelSimpleAttributeOf, CloneHasTheValue) {
-    auto const attribute = this->make();
-    attribute->lock();
-    auto const clone = QelSimpleAttribute<TypeParam>::of(attribute->clone(nullptr, nullptr));
-    ASSERT_TRUE(clone);
-    EXPECT_NE(attribute.get(), clone.get());
-    EXPECT_TRUE(clone->getValue() == this->one_);
+INSTANTIATE_TEST_SUITE_P(EachType, QelSimpleAttributeOf, testing::ValuesIn(allKinds()), nameOf);
+
+TEST_P(QelSimpleAttributeOf, HoldsItsNameAndItsValue) {
+    EXPECT_EQ("name", attribute_->name());
+    EXPECT_TRUE(kind().holds(*attribute_, Sample::one));
+    kind().set(*attribute_, Sample::two);
+    EXPECT_TRUE(kind().holds(*attribute_, Sample::two));
+    EXPECT_FALSE(kind().holds(*attribute_, Sample::one));
+    kind().update(*attribute_, Sample::one);
+    EXPECT_TRUE(kind().holds(*attribute_, Sample::one));
+}
+
+TEST_P(QelSimpleAttributeOf, IsZeroOrEmptyAtFirst) {
+    EXPECT_TRUE(kind().holds(*kind().make("name", Sample::none), Sample::none));
+    EXPECT_FALSE(kind().holds(*attribute_, Sample::none));
+}
+
+TEST_P(QelSimpleAttributeOf, TellsItsType) {
+    EXPECT_EQ(kind().type(), attribute_->getType());
+}
+
+TEST_P(QelSimpleAttributeOf, CloneHasTheValue) {
+    attribute_->lock();
+    AttributePtr const clone = attribute_->clone(nullptr, nullptr);
+    ASSERT_TRUE(kind().finds(clone));
+    EXPECT_NE(attribute_.get(), clone.get());
+    EXPECT_TRUE(kind().holds(*clone, Sample::one));
     EXPECT_EQ("name", clone->name());
     EXPECT_FALSE(clone->locked());
-    clone->setValue(this->two_);
-    EXPECT_TRUE(attribute->getValue() == this->one_);
+    kind().set(*clone, Sample::two);
+    EXPECT_TRUE(kind().holds(*attribute_, Sample::one));
 }
 
 // From each type, and with success from its own alone.
-TYPED_TEST(QelSimpleAttributeOf, CopiesValuesOfItsOwnTypeOnly) {
+TEST_P(QelSimpleAttributeOf, CopiesValuesOfItsOwnTypeOnly) {
     int copied = 0;
-    for (AttributePtr const & source : oneOfEach(Types())) {
-        SCOPED_TRACE(source->getType().name());
-        auto const attribute = this->make();
-        attribute->setValue(this->two_);
+    for (std::shared_ptr<Kind const> const & other : allKinds()) {
+        SCOPED_TRACE(other->name());
+        AttributePtr const source = other->make("source", Sample::one);
+        AttributePtr const attribute = kind().make("name", Sample::two);
         int calls = 0;
         observe(*attribute, [&](AttributePtr const &) { ++calls; });
         std::uint32_t const before = attribute->timestamp();
-        bool const same = source->getType() == typeid(TypeParam);
+        bool const same = other->type() == kind().type();
+        EXPECT_EQ(same, kind().finds(source));
         EXPECT_EQ(same, attribute->copyValue(*source));
         EXPECT_EQ(same ? 1 : 0, calls);
         EXPECT_EQ(before + (same ? 1 : 0), attribute->timestamp());
-        auto const own = QelSimpleAttribute<TypeParam>::of(source);
-        EXPECT_EQ(same, own != nullptr);
-        EXPECT_TRUE(attribute->getValue() == (own ? own->getValue() : this->two_));
+        EXPECT_TRUE(kind().holds(*attribute, same ? Sample::one : Sample::two));
         EXPECT_EQ("name", attribute->name());
         copied += same ? 1 : 0;
     }
     EXPECT_EQ(1, copied);
 }
 
-TYPED_TEST(QelSimpleAttributeOf, IsFoundByItsType) {
-    auto const attribute = this->make();
-    AttributePtr const base = attribute;
-    EXPECT_EQ(attribute.get(), QelSimpleAttribute<TypeParam>::of(base).get());
-    EXPECT_FALSE(QelSimpleAttribute<TypeParam>::of(nullptr));
+TEST_P(QelSimpleAttributeOf, IsFoundByItsType) {
+    EXPECT_TRUE(kind().finds(attribute_));
+    EXPECT_TRUE(kind().finds(nullptr));
 }
 
-TYPED_TEST(QelSimpleAttributeOf, WritesAndReads) {
-    auto const source = this->make();
-    auto const attribute = this->make();
-    attribute->setValue(this->two_);
+TEST_P(QelSimpleAttributeOf, WritesAndReads) {
+    AttributePtr const read = kind().make("name", Sample::two);
     std::stringstream text;
-    source->writeValue(text);
-    attribute->readValue(text);
+    attribute_->writeValue(text);
+    read->readValue(text);
     EXPECT_FALSE(text.fail()) << text.str();
-    if constexpr (std::is_same_v<TypeParam, Space>) {
-        EXPECT_TRUE(attribute->getValue()->isEqual(*this->one_));
-    } else {
-        EXPECT_TRUE(attribute->getValue() == this->one_);
-    }
+    EXPECT_TRUE(kind().holds(*read, Sample::one));
 }
 
 // ---- The lock
 
-struct Change {
-    char const * name;
-    std::function<void(QelAttribute & attribute)> act;
-};
-
-template <class T>
-std::vector<Change> changes(std::istream & in, QelAttribute const & source, T const & value) {
-    using Attribute = QelSimpleAttribute<T>;
-    return {
-        {"setValue", [value](QelAttribute & a) { Attribute::of(&a)->setValue(value); }},
-        {"getValueForUpdate", [](QelAttribute & a) { Attribute::of(&a)->getValueForUpdate(); }},
-        // readValue on a locked attribute raises code 21 before it consumes anything
-        {"readValue", [&in](QelAttribute & a) { a.readValue(in); }},
-        {"copyValue", [&source](QelAttribute & a) { a.copyValue(source); }},
-    };
-}
-
-TYPED_TEST(QelSimpleAttributeOf, LockedRefusesEveryChangeAndConsumesNothing) {
+TEST_P(QelSimpleAttributeOf, LockedRefusesEveryChangeAndConsumesNothing) {
+    AttributePtr const source = kind().make("source", Sample::two);
     std::stringstream in;
-    auto const attribute = this->make();
-    auto const source = MoxSmartPtr(new QelSimpleAttribute<TypeParam>("source", this->two_));
     in << ' ';
     source->writeValue(in);
     std::string const text = in.str();
-    attribute->lock();
-    std::uint32_t const before = attribute->timestamp();
-    for (Change const & change : changes<TypeParam>(in, *source, this->two_)) {
+    attribute_->lock();
+    std::uint32_t const before = attribute_->timestamp();
+    struct Change {
+        char const * name;
+        std::function<void()> act;
+    };
+    for (Change const & change :
+         {Change{"setValue", [&] { kind().set(*attribute_, Sample::two); }},
+          Change{"getValueForUpdate", [&] { kind().update(*attribute_, Sample::two); }},
+          // readValue on a locked attribute raises code 21 before it consumes anything
+          Change{"readValue", [&] { attribute_->readValue(in); }},
+          Change{"copyValue", [&] { attribute_->copyValue(*source); }}}) {
         SCOPED_TRACE(change.name);
-        std::optional<ZanError> const error = errorOf([&] { change.act(*attribute); });
+        std::optional<ZanError> const error = errorOf(change.act);
         ASSERT_TRUE(error);
         expectQelError(*error, 21, "name");
         EXPECT_NE(std::string::npos, std::string(error->getFile()).find("QelSimpleAttribute"));
-        EXPECT_TRUE(attribute->getValue() == this->one_);
-        EXPECT_EQ(before, attribute->timestamp());
+        EXPECT_TRUE(kind().holds(*attribute_, Sample::one));
+        EXPECT_EQ(before, attribute_->timestamp());
     }
     EXPECT_TRUE(in.good());
     EXPECT_EQ(0, in.tellg());
     EXPECT_EQ(text, in.str());
-    attribute->unlock();
-    attribute->setValue(this->two_);
-    EXPECT_TRUE(attribute->getValue() == this->two_);
+    attribute_->unlock();
+    kind().set(*attribute_, Sample::two);
+    EXPECT_TRUE(kind().holds(*attribute_, Sample::two));
 }
 
 // Locking changes neither getValue nor writeValue.
-TYPED_TEST(QelSimpleAttributeOf, LockedStillShowsItsValue) {
-    auto const attribute = this->make();
+TEST_P(QelSimpleAttributeOf, LockedStillShowsItsValue) {
     std::ostringstream open;
-    attribute->writeValue(open);
-    attribute->lock();
+    attribute_->writeValue(open);
+    attribute_->lock();
     std::ostringstream locked;
-    attribute->writeValue(locked);
+    attribute_->writeValue(locked);
     EXPECT_EQ(open.str(), locked.str());
-    EXPECT_TRUE(attribute->getValue() == this->one_);
-    for (AttributePtr const & source : oneOfEach(Types())) {
-        if (source->getType() == typeid(TypeParam)) continue;
-        EXPECT_FALSE(attribute->copyValue(*source));
+    EXPECT_TRUE(kind().holds(*attribute_, Sample::one));
+    for (std::shared_ptr<Kind const> const & other : allKinds()) {
+        if (other->type() == kind().type()) continue;
+        EXPECT_FALSE(attribute_->copyValue(*other->make("source", Sample::one)));
     }
 }
 
