@@ -172,7 +172,8 @@ TEST_F(QelToolListingsTest, OpsAsJsonHasParametersWithAndWithoutADefault) {
     EXPECT_EQ(Json::parse(R"({"name": "invert", "summary": "the negative", "parameters": []})"),
               json[1]);
     EXPECT_EQ(Json::parse(R"({"name": "gain", "type": "number",
-                              "range": {"min": -1000000, "max": 1000000}, "default": 1, "summary": "factor of contrast"})"),
+                              "range": {"min": -1000000, "max": 1000000}, "default": 1,
+                              "summary": "factor of contrast"})"),
               json[2]["parameters"][0]);
 }
 

@@ -290,13 +290,14 @@ TEST_F(QelToolTest, MemoryLimitsThatCannotBeUnderstood) {
     EXPECT_EQ(std::vector<std::string>(), folder_.names());
 }
 
+struct BadLine {
+    std::vector<std::string> arguments;
+    std::string line;
+};
+
 TEST_F(QelToolTest, CommandLinesThatCannotBeUnderstood) {
-    struct Row {
-        std::vector<std::string> arguments;
-        std::string line;
-    };
     std::string const out = file("a.png");
-    for (Row const & row : std::vector<Row>{
+    for (BadLine const & row : std::vector<BadLine>{
              {{}, "A subcommand is required"},
              {{"convert"}, "IN is required"},
              {{"convert", "@testcard"}, "OUT is required"},
@@ -320,7 +321,16 @@ TEST_F(QelToolTest, CommandLinesThatCannotBeUnderstood) {
              {{"convert", file("none.png"), out, "sharpen:kernel=1:x:3"},
               "The value of sharpen:kernel is \"x\", it must be a number"},
              {{"convert", file("none.png"), out, "blur:radius=2,kernel=1"},
-              "The operation blur takes a radius or a kernel, not both"},
+              "The operation blur takes a radius or a kernel, not both"}}) {
+        SCOPED_TRACE(row.line);
+        expectFailed(2, row.line, row.arguments);
+    }
+    EXPECT_EQ(std::vector<std::string>(), folder_.names());
+}
+
+TEST_F(QelToolTest, PlacesAndSizesThatCannotBeUnderstood) {
+    std::string const out = file("a.png");
+    for (BadLine const & row : std::vector<BadLine>{
              {{"convert", "@testcard", out, "--region", "1,2,3"},
               "--region is \"1,2,3\", it must be X,Y,W,H, each in whole pixels or as a value with "
               "a unit such as 2.5 centimeters, with W and H above 0"},
