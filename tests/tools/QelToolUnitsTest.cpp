@@ -139,11 +139,10 @@ TEST_F(QelToolTest, RegionsWithoutAPixelAreRefused) {
     writeScan(file("a.png"), 100, 50, QEL_UNIT_CENTIMETER);
     for (char const * const region :
          {"9 centimeters,1,1,1", "1 centimeter,1 centimeter,1 microns,1 centimeter"}) {
-        Outcome const outcome = run({"convert", file("a.png"), file("b.png"), "--region", region});
-        EXPECT_EQ(1, outcome.code);
-        EXPECT_EQ(
-            "qel: The region " + std::string(region) + " has no pixel of " + file("a.png") + "\n",
-            outcome.err);
+        std::string const line =
+            "The region " + std::string(region) + " has no pixel of " + file("a.png");
+        expectFailed(1, line, {"convert", file("a.png"), file("b.png"), "--region", region});
+        expectFailed(1, line, {"info", file("a.png"), "--region", region});
     }
     expectFailed(1, "Cannot convert from unit seconds (id = 6) to unit meters (id = 5)",
                  {"convert", file("a.png"), file("b.png"), "--region", "1 seconds,1,1,1"});

@@ -40,9 +40,7 @@ void printResolution(Picture const & picture) {
     }
 }
 
-void printRegion(Picture const & picture, Region const & region) {
-    if (region.isAll()) return;
-    QelRect const pixels = region.pixelsOf(picture);
+void printRegion(QelRect const & pixels) {
     std::cout << "region:             " << pixels.x << ',' << pixels.y << ',' << pixels.width << ','
               << pixels.height << '\n';
 }
@@ -78,8 +76,7 @@ Cell rounded(double number) {
     return {number, out.str()};
 }
 
-Listing statisticsOf(Picture const & picture, Region const & region) {
-    QelRect const pixels = region.isAll() ? picture.image->imageRect() : region.pixelsOf(picture);
+Listing statisticsOf(Picture const & picture, QelRect const & pixels) {
     Listing listing({{"band", "band"},
                      {"minimum", "minimum"},
                      {"maximum", "maximum"},
@@ -98,11 +95,12 @@ void info(Arguments const & arguments) {
     if (arguments.region) region = Region(*arguments.region, "--region");
     Picture const picture = openPicture(arguments.in, {});
     remarkOnResolution(picture, region);
-    // Ahead of all output, since the picture may turn out to be damaged.
+    // Ahead of all output, since the picture may turn out to be damaged, or the region to miss it.
+    QelRect const pixels = region.isAll() ? picture.image->imageRect() : region.pixelsOf(picture);
     std::optional<Listing> statistics;
-    if (arguments.stats) statistics = statisticsOf(picture, region);
+    if (arguments.stats) statistics = statisticsOf(picture, pixels);
     print(picture);
-    printRegion(picture, region);
+    if (!region.isAll()) printRegion(pixels);
     if (!statistics) return;
     std::cout << '\n';
     statistics->printTable(std::cout);
