@@ -46,3 +46,10 @@ function(qel_layer target)
         PUBLIC FILE_SET HEADERS BASE_DIRS inc FILES ${layer_HEADERS})
     target_include_directories(${target} PRIVATE src)
 endfunction()
+
+# qel_subsystem(TARGET NAME [HEADERS inc/...] [SOURCES src/NAME/...]): a part of a layer that is large
+# enough to have some. Its private headers stand in src/NAME.
+function(qel_subsystem target name)
+    qel_layer(${target} ${ARGN})
+    target_include_directories(${target} PRIVATE src/${name})
+endfunction()

@@ -9,7 +9,6 @@
 
 #include "QelError.h"
 #include "QelErrorFrames.h"
-#include "QelImageOp.h"
 #include "QelOrgChange.h"
 #include "QelOutput.h"
 #include "QelSimpleDataOrg.h"
@@ -99,17 +98,6 @@ void traceAdoption(QelRectBuffer const & buffer) noexcept {
 QelRectBuffer::QelRectBuffer()
     : dataOrg_(standardOrg(QelRect(0, 0, 1, 1), 1, PIXEL_INTERLEAVED, QelDataType::UChar)) {
     setMemory(nullptr, true);
-}
-
-QelRectBuffer::QelRectBuffer(QelImageOp * op) {
-    if (op == nullptr) qelRaise(4, "Argument is a NULL pointer");
-    MoxSmartPtr<QelRectBuffer> const result = op->genResult();
-    if (!result) qelRaise(3, "QelImageOp::genResult returned no buffer");
-    dataBuffer_ = result->dataBuffer_;
-    rect_ = result->rect_;
-    dataOrg_ = result->dataOrg_;
-    dataOffset_ = result->dataOffset_;
-    setFullSize(result->fullWidth_, result->fullHeight_);
 }
 
 QelRectBuffer::QelRectBuffer(std::int32_t width, std::int32_t height, int bands, QelLayout layout,

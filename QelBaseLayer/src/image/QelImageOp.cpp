@@ -93,3 +93,15 @@ void QelImageOp::getTile(QelTile * tile, QelOpContext opContext) {
     compute(tile, opContext);
     tile->setComplete(true);
 }
+
+// Stands here, since buffers know nothing of ops.
+QelRectBuffer::QelRectBuffer(QelImageOp * op) {
+    if (op == nullptr) qelRaise(4, "Argument is a NULL pointer");
+    MoxSmartPtr<QelRectBuffer> const result = op->genResult();
+    if (!result) qelRaise(3, "QelImageOp::genResult returned no buffer");
+    dataBuffer_ = result->dataBuffer_;
+    rect_ = result->rect_;
+    dataOrg_ = result->dataOrg_;
+    dataOffset_ = result->dataOffset_;
+    setFullSize(result->fullWidth_, result->fullHeight_);
+}
