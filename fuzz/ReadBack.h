@@ -12,7 +12,7 @@
 #include "ZanError.h"
 
 // What the fuzzers of text forms share: whatever reads, reads back as the same text once it is
-// written, or is refused with the code 13. Anything else ends the program.
+// written, or is refused with the code invalidValue (13). Anything else ends the program.
 
 template <class T>
 std::string fuzzWritten(T const & value) {

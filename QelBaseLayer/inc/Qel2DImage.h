@@ -101,9 +101,9 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     ~Qel2DImage() override;
 
     // Establishes size and grid from the op; nothing without one. The tile size is the report's
-    // (the image's, where that is 0), limited and lifted as QelSystemConfig says, provided that
-    // the op accepts it; the grid is anchored so that tile (0,0) holds pixel (0,0). Raises 3 for
-    // a bad report and for a size that is not the one of the image's id.
+    // (the image's, where that is 0), limited and lifted as QelSystemConfig says, provided that the
+    // op accepts it; the grid is anchored so that tile (0,0) holds pixel (0,0). Raises misuse (3)
+    // for a bad report and for a size that is not the one of the image's id.
     void initialize();
 
     // Fills `info`; false, with a status of 3, when the size cannot be determined.
@@ -117,10 +117,10 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     void setCacheTiles(bool cache);
     bool cacheTiles() const { return cacheTiles_; }
 
-    // The tile at column x, row y of the grid: complete, computed if need be; empty if it has to
-    // be made, nothing computed; the one that is there or null. A position outside the grid
-    // writes one line to the library's output and yields null.
-    // getTile raises 602 when there is nothing to compute with, 10 for a foreign exception, and
+    // The tile at column x, row y of the grid: complete, computed if need be; empty if it has to be
+    // made, nothing computed; the one that is there or null. A position outside the grid writes one
+    // line to the library's output and yields null. getTile raises nothingToComputeWith (602) when
+    // there is nothing to compute with, unexpectedException (10) for a foreign exception, and
     // passes a ZanError on.
     MoxSmartPtr<QelTile> getTile(std::int32_t x, std::int32_t y);
     MoxSmartPtr<QelTile> createTile(std::int32_t x, std::int32_t y);

@@ -14,6 +14,7 @@
 #include "QelDataType.h"
 #include "QelEmbeddedRenderedItemContainer.h"
 #include "QelError.h"
+#include "QelErrorCode.h"
 #include "QelErrorFrames.h"
 #include "QelExport.h"
 #include "QelImageInfo.h"

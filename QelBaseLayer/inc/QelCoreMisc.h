@@ -32,11 +32,12 @@ class QEL_API QelCoreMisc {
   public:
     QelCoreMisc() = delete;
 
-    // The smallest and the largest value of an element type. Raises 118 for Mixed, Error and
-    // every type outside the table.
+    // The smallest and the largest value of an element type. Raises unsupportedDataType (118) for
+    // Mixed, Error and every type outside the table.
     static void getDataTypeMinMaxValues(QelDataType type, double & min, double & max);
 
-    // Raises 118: "The data type ", the name, " is not a supported data type in " and `where`.
+    // Raises unsupportedDataType (118): "The data type ", the name, " is not a supported data type
+    // in " and `where`.
     [[noreturn]] static void raiseUnsupportedDataType(QelDataType type, std::string const & where,
                                                       char const * file, int line);
 

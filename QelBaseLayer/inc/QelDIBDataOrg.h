@@ -34,9 +34,9 @@ class QEL_API QelDIBDataOrg : public QelSimpleDataOrg {
         PaletteEntry palette[256];
     };
 
-    // width and height in pixels. Raises 13 for other than 1 or 3 bands, and when only one of
-    // width and height is 0. With `hasHeader` the pixels start behind the header (and, with one
-    // band, the palette of 256 entries).
+    // width and height in pixels. Raises invalidValue (13) for other than 1 or 3 bands, and when
+    // only one of width and height is 0. With `hasHeader` the pixels start behind the header (and,
+    // with one band, the palette of 256 entries).
     QelDIBDataOrg(std::int32_t width, std::int32_t height, int bands, bool bottomUp,
                   bool hasHeader);
     ~QelDIBDataOrg() override;

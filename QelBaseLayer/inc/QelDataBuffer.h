@@ -13,7 +13,7 @@
 // deallocate() and the bytes themselves belong to one thread at a time.
 class QEL_API QelDataBuffer : public ZanRefCount {
   public:
-    // Unallocated. `size` in bytes, not negative (raises 13).
+    // Unallocated. `size` in bytes, not negative (raises invalidValue (13)).
     explicit QelDataBuffer(std::int64_t size, bool ownsData = true);
 
     // Wraps `memory`. With `ownsData` the buffer frees it: it must come from ::operator new,
@@ -32,16 +32,16 @@ class QEL_API QelDataBuffer : public ZanRefCount {
     // Deallocates; an error on the way is written to the library's output.
     virtual ~QelDataBuffer();
 
-    // Gives the buffer its memory, uninitialised; nothing if it has some. Raises 10, and leaves
-    // the buffer unallocated, when there is none to be had.
+    // Gives the buffer its memory, uninitialised; nothing if it has some. Raises
+    // unexpectedException (10), and leaves the buffer unallocated, when there is none to be had.
     virtual void allocate();
 
     // Frees the memory if it is this buffer's to free, forgets it otherwise. Memory that
     // allocate() got is always freed.
     virtual void deallocate();
 
-    // Copies this buffer's size in bytes from `source`, allocating this buffer first. Raises 3
-    // when the source is smaller; a source without memory copies nothing.
+    // Copies this buffer's size in bytes from `source`, allocating this buffer first. Raises misuse
+    // (3) when the source is smaller; a source without memory copies nothing.
     virtual void copyFrom(QelDataBuffer const & source);
 
     // Null while unallocated.

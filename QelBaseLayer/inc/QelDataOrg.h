@@ -107,7 +107,8 @@ class QEL_API QelDataOrg : public ZanRefCount {
     bool isOneTile(QelRect const & rect, std::int32_t & tileX, std::int32_t & tileY) const;
     bool isOneTile(QelRect const & rect) const;
 
-    // The image rectangle of tile (x, y). Raises 13 when a coordinate does not fit in 32 bits.
+    // The image rectangle of tile (x, y). Raises invalidValue (13) when a coordinate does not fit
+    // in 32 bits.
     QelRect tileRect(std::int32_t x, std::int32_t y) const;
 
     // This as a QelSimpleDataOrg, or null; cheaper than a dynamic_cast.

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "QelErrorCode.h"
 #include "ZanError.h"
 #include "ZanSourceLocation.h"
 

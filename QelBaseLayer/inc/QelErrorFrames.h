@@ -8,12 +8,12 @@
 // read errno, which a guarded block sets to 0 when it starts.
 
 // System frame. The whole text is `sentence`, "System error code = ", the code, a newline,
-// "System error string = " and the system's text; code 10.
+// "System error string = " and the system's text; code unexpectedException (10).
 [[noreturn]] QEL_API void qelRaiseSystemFrame(
     std::string const & sentence, ZanSourceLocation const & here = ZanSourceLocation::current());
 
-// Last-error frame: raises code 10 with "\nUnknown exception during ", `action`, "\nagainst ",
-// `object` and qelLastErrorTail().
+// Last-error frame: raises code unexpectedException (10) with "\nUnknown exception during ",
+// `action`, "\nagainst ", `object` and qelLastErrorTail().
 [[noreturn]] QEL_API void qelRaiseLastErrorFrame(
     std::string const & action, std::string const & object,
     ZanSourceLocation const & here = ZanSourceLocation::current());
@@ -27,9 +27,9 @@ QEL_API std::string qelLastErrorTail();
 QEL_API void qelAddRethrowFrame(ZanError & error,
                                 ZanSourceLocation const & here = ZanSourceLocation::current());
 
-// Foreign-exception frame. Called in a catch (...) block around a render: raises code 203 with
-// the text for the exception in flight, which is not a ZanError (one that is passes unchanged).
-// `sink` is the sink's name, `label` its label.
+// Foreign-exception frame. Called in a catch (...) block around a render: raises code renderFailed
+// (203) with the text for the exception in flight, which is not a ZanError (one that is passes
+// unchanged). `sink` is the sink's name, `label` its label.
 [[noreturn]] QEL_API void qelRaiseForeignFrame(
     std::string const & sink, std::string const & label,
     ZanSourceLocation const & here = ZanSourceLocation::current());

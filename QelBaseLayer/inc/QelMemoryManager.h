@@ -17,8 +17,8 @@ class QEL_API QelMemoryManager : public ZanRefCount {
     QelMemoryManager(QelMemoryManager const &) = delete;
     QelMemoryManager & operator=(QelMemoryManager const &) = delete;
 
-    // Raises 11 when buffers are still outstanding and no exception is in flight: one character
-    // whose code is the low byte of their number, and " buffers still remaining that were
+    // Raises memoryLeak (11) when buffers are still outstanding and no exception is in flight: one
+    // character whose code is the low byte of their number, and " buffers still remaining that were
     // allocated with this manager".
     virtual ~QelMemoryManager() noexcept(false);
 

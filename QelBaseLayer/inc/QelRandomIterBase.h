@@ -18,7 +18,8 @@
 // it, and keeps its grid. The tables take 4 bytes for each column and each row of the image.
 class QEL_API QelRandomIterBase {
   public:
-    // Nothing is loaded. Raises 150 unless the image's organisation is a QelSimpleDataOrg.
+    // Nothing is loaded. Raises simpleDataOrgNeeded (150) unless the image's organisation is a
+    // QelSimpleDataOrg.
     explicit QelRandomIterBase(Qel2DImage * image);
     virtual ~QelRandomIterBase();
     QelRandomIterBase(QelRandomIterBase const &);
@@ -29,8 +30,9 @@ class QEL_API QelRandomIterBase {
     std::int32_t band() const { return band_; }
 
     // The address of the current band of pixel (x, y), in image coordinates; it stays valid until
-    // the iterator turns to another tile. Raises 151 outside the image, 3 when the tile cannot be
-    // had, and what computing it raises; the iterator then keeps the tile that it has.
+    // the iterator turns to another tile. Raises outOfBounds (151) outside the image, misuse (3)
+    // when the tile cannot be had, and what computing it raises; the iterator then keeps the tile
+    // that it has.
     std::uint8_t * address(std::int32_t x, std::int32_t y) {
         return pixelAddress(x, y) + bandOffset_;
     }

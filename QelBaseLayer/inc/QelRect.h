@@ -10,7 +10,7 @@
 //
 // A rectangle with a width or height below 1 is empty, whatever its position; all empty
 // rectangles are equal. A plain record; no operation overflows: positions are compared in 64
-// bits, and a result that does not fit raises QelError 13.
+// bits, and a result that does not fit raises QelError invalidValue (13).
 struct QEL_API QelRect {
     std::int32_t x = 0;
     std::int32_t y = 0;
@@ -24,8 +24,8 @@ struct QEL_API QelRect {
     // The one empty rectangle of all zeros.
     static QelRect const & empty();
 
-    // From inclusive edges; right < left or bottom < top gives an empty rectangle. Raises 13 when
-    // the width or height passes 2147483647.
+    // From inclusive edges; right < left or bottom < top gives an empty rectangle. Raises
+    // invalidValue (13) when the width or height passes 2147483647.
     static QelRect fromCorners(std::int32_t left, std::int32_t top, std::int32_t right,
                                std::int32_t bottom);
 
@@ -46,8 +46,8 @@ struct QEL_API QelRect {
     // The common pixels; the shared empty rectangle if there are none.
     QelRect intersect(QelRect const & other) const;
 
-    // The smallest rectangle that covers both; the other one if one of them is empty. Raises 13
-    // when its width or height passes 2147483647.
+    // The smallest rectangle that covers both; the other one if one of them is empty. Raises
+    // invalidValue (13) when its width or height passes 2147483647.
     QelRect boundingUnion(QelRect const & other) const;
 
     bool contains(std::int32_t px, std::int32_t py) const;
@@ -55,11 +55,11 @@ struct QEL_API QelRect {
     bool containsRect(QelRect const & other) const;
 
     // Takes `other` out of this rectangle, one piece a call. False, with both pieces empty, when
-    // this is empty or wholly inside `other`. Otherwise `first` is the part above `other`, or
-    // else below, or left, or right of it, and `second` the rest of this, from which `other` has
-    // still to be taken; a disjoint `other` gives this and the empty rectangle, and a part on the
-    // right leaves `second` empty. Loop while `second` is not empty. Raises 13 when `first` would
-    // start beyond the coordinate 2147483647.
+    // this is empty or wholly inside `other`. Otherwise `first` is the part above `other`, or else
+    // below, or left, or right of it, and `second` the rest of this, from which `other` has still
+    // to be taken; a disjoint `other` gives this and the empty rectangle, and a part on the right
+    // leaves `second` empty. Loop while `second` is not empty. Raises invalidValue (13) when
+    // `first` would start beyond the coordinate 2147483647.
     bool subtract(QelRect const & other, QelRect & first, QelRect & second) const;
 
     friend bool operator==(QelRect const & a, QelRect const & b) { return a.equals(b); }

@@ -40,12 +40,13 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     QelRectBuffer(std::int64_t minBytes, std::int64_t offset, QelRect const & rect, int bands,
                   QelLayout layout, QelDataType type);
     // With a clone of `org`, or with `org` itself. A width or height of -1 means its tile size.
-    // Raises 4 for a null `org`.
+    // Raises nullPointer (4) for a null `org`.
     QelRectBuffer(QelDataOrg * org, std::int32_t x, std::int32_t y, std::int32_t width,
                   std::int32_t height, void * memory = nullptr, bool ownsData = true,
                   bool cloneOrg = true);
     // With a clone of `org`, enlarged to `rect` if it is smaller. A null `org` leaves the buffer
-    // without organisation and memory: what needs them raises 4, or 10 where it would allocate.
+    // without organisation and memory: what needs them raises nullPointer (4), or
+    // unexpectedException (10) where it would allocate.
     QelRectBuffer(QelDataOrg * org, QelRect const & rect, void * memory = nullptr,
                   bool ownsData = true);
 
@@ -54,7 +55,7 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
 
     ~QelRectBuffer() override;
 
-    // Raises 3: a plain buffer cannot compute itself.
+    // Raises misuse (3): a plain buffer cannot compute itself.
     void compute() override;
     void setComplete(bool value) override;
     // "RectBuffer[(x,y,w,h),org,offset]"
@@ -67,12 +68,12 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
 
     bool isAllocated() const { return dataBuffer_ && dataBuffer_->data() != nullptr; }
 
-    // Gives the buffer memory now. Raises 10, with "Failed to allocate a memory buffer of size ",
-    // and leaves the buffer unallocated.
+    // Gives the buffer memory now. Raises unexpectedException (10), with "Failed to allocate a
+    // memory buffer of size ", and leaves the buffer unallocated.
     void allocate();
 
     // Replaces the memory by the caller's, of the organisation's size (more, where the data
-    // offset or a negative stride needs it). Raises 4 on null.
+    // offset or a negative stride needs it). Raises nullPointer (4) on null.
     void adopt(void * memory, bool ownsData);
 
     // Drops the memory; it goes with its last sharer.
@@ -86,13 +87,13 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     // none.
     MoxSmartPtr<QelRectBuffer> subBuffer(QelRect const & rect) const;
 
-    // A view of the same pixels under coordinates moved by (dx, dy). Raises 13 when a coordinate
-    // does not fit in 32 bits.
+    // A view of the same pixels under coordinates moved by (dx, dy). Raises invalidValue (13) when
+    // a coordinate does not fit in 32 bits.
     MoxSmartPtr<QelRectBuffer> translated(std::int32_t dx, std::int32_t dy) const;
 
-    // Bytes from the start of the data buffer to pixel (x, y), in image coordinates, which need
-    // not be a pixel of rect(). This and the next raise 13 when the distance from the corner of
-    // rect() does not fit in 32 bits.
+    // Bytes from the start of the data buffer to pixel (x, y), in image coordinates, which need not
+    // be a pixel of rect(). This and the next raise invalidValue (13) when the distance from the
+    // corner of rect() does not fit in 32 bits.
     std::int64_t offsetOf(std::int32_t x, std::int32_t y) const;
     // The address of pixel (x, y), without a band's own offset; allocates if need be.
     std::uint8_t * addressOf(std::int32_t x, std::int32_t y);
@@ -123,13 +124,12 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
 
     // Copies the pixels of `rect` that both buffers have, and as many bands as both have,
     // converting element types. Conversion neither rounds nor saturates: floats are cut towards
-    // zero to 32 bits and stored by their low bytes (300.7 as UChar is 44); a float outside
-    // 32 bits, or NaN, stores the low bytes of 0x80000000, but for ULong, where 2^31 to 2^32
-    // converts.
-    // Allocates what is not allocated; nothing at all when there is no common pixel. Raises 150
-    // unless both organisations are QelSimpleDataOrg, and 13 for a type it cannot copy.
-    // Overlapping views of one memory are copied as if through a third buffer when both
-    // organisations are alike and each row (or each column) is contiguous.
+    // zero to 32 bits and stored by their low bytes (300.7 as UChar is 44); a float outside 32
+    // bits, or NaN, stores the low bytes of 0x80000000, but for ULong, where 2^31 to 2^32 converts.
+    // Allocates what is not allocated; nothing at all when there is no common pixel. Raises
+    // simpleDataOrgNeeded (150) unless both organisations are QelSimpleDataOrg, and 13 for a type
+    // it cannot copy. Overlapping views of one memory are copied as if through a third buffer when
+    // both organisations are alike and each row (or each column) is contiguous.
     void copyFrom(QelRectBuffer const & source, QelRect const & rect);
 
     MoxSmartPtr<QelDataBuffer> const & dataBuffer() const { return dataBuffer_; }
@@ -151,7 +151,7 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     void setDataOffset(std::int64_t dataOffset) { dataOffset_ = dataOffset; }
 
   private:
-    // The organisation; raises 4 when there is none.
+    // The organisation; raises nullPointer (4) when there is none.
     QelDataOrg const & org() const;
     void setMemory(void * memory, bool ownsData);
     void allocateAnew(std::int64_t & bytes);

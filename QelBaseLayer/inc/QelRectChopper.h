@@ -10,7 +10,7 @@ class QEL_API QelRectChopper {
                    std::int32_t minHeight, std::int32_t maxHeight);
 
     // False when all pieces have been given. The last piece of a row or a column is cut to fit.
-    // Raises 13 for a piece that would start beyond the coordinate 2147483647.
+    // Raises invalidValue (13) for a piece that would start beyond the coordinate 2147483647.
     bool next(QelRect & piece);
 
   private:

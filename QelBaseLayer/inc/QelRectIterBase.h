@@ -25,8 +25,8 @@
 // beside the rectangle, done() as well above or below it. It stays there until a step back, or
 // moveTo(), brings it in again; there is no pixel to read or write meanwhile.
 //
-// A rectangle that is not all inside the image raises 3 as soon as the iterator enters it, before
-// any tile is computed.
+// A rectangle that is not all inside the image raises misuse (3) as soon as the iterator enters it,
+// before any tile is computed.
 //
 // Errors of the tiles themselves pass through moveTo() and the steps. The iterator is done then;
 // moveTo() tries again.
@@ -36,7 +36,8 @@
 class QEL_API QelRectIterBase {
   public:
     // An empty rectangle (right < left or bottom < top) makes an iterator that stays done. Nothing
-    // is loaded. Raises 150 unless the image's organisation is a QelSimpleDataOrg.
+    // is loaded. Raises simpleDataOrgNeeded (150) unless the image's organisation is a
+    // QelSimpleDataOrg.
     QelRectIterBase(Qel2DImage * image, std::int32_t left, std::int32_t top, std::int32_t right,
                     std::int32_t bottom);
     QelRectIterBase(Qel2DImage * image, QelRect const & rect);
@@ -44,8 +45,8 @@ class QEL_API QelRectIterBase {
     QelRectIterBase(QelRectIterBase const &);
     QelRectIterBase & operator=(QelRectIterBase const &) = delete;
 
-    // Goes to band `band` of pixel (x, y). Raises 151 outside the rectangle, std::out_of_range for
-    // a bad band, and 3 when a tile cannot be had.
+    // Goes to band `band` of pixel (x, y). Raises outOfBounds (151) outside the rectangle,
+    // std::out_of_range for a bad band, and 3 when a tile cannot be had.
     void moveTo(std::int32_t x, std::int32_t y, std::int32_t band = 0);
     // moveTo() the top-left pixel; nothing for an empty rectangle.
     void toStart();

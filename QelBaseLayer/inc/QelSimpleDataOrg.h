@@ -18,9 +18,9 @@
 //   BAND_INTERLEAVED   size            size * tileWidth            size * tileWidth * tileHeight
 //   SPELLED_OUT        given           given                       given, as a list of offsets
 //
-// Every constructor computes in 64 bits and raises 13, with the numbers in its text, for a stride
-// or an offset that does not fit in 32; it raises 13 too for a negative number of bands or tile
-// size.
+// Every constructor computes in 64 bits and raises invalidValue (13), with the numbers in its text,
+// for a stride or an offset that does not fit in 32; it raises invalidValue (13) too for a negative
+// number of bands or tile size.
 class QEL_API QelSimpleDataOrg : public QelDataOrg {
   public:
     static constexpr QelLayout PIXEL_INTERLEAVED = ::PIXEL_INTERLEAVED;
@@ -36,12 +36,12 @@ class QEL_API QelSimpleDataOrg : public QelDataOrg {
     static constexpr std::uint32_t waiveBandInterleaved = 0x40;
 
     // The standard organisation of a layout; SPELLED_OUT gets the strides and offsets of
-    // PIXEL_INTERLEAVED. Raises 9 for any other layout.
+    // PIXEL_INTERLEAVED. Raises unsupported (9) for any other layout.
     QelSimpleDataOrg(std::int32_t tileWidth, std::int32_t tileHeight, QelDataType type, int bands,
                      QelLayout layout);
 
-    // SPELLED_OUT with `bands` offsets, in bytes. The list forms raise 13 when the list
-    // holds fewer.
+    // SPELLED_OUT with `bands` offsets, in bytes. The list forms raise invalidValue (13) when the
+    // list holds fewer.
     QelSimpleDataOrg(std::int32_t tileWidth, std::int32_t tileHeight, QelDataType type, int bands,
                      std::int32_t const * offsets, std::int32_t pixelStride,
                      std::int32_t lineStride);
@@ -59,8 +59,8 @@ class QEL_API QelSimpleDataOrg : public QelDataOrg {
     QelSimpleDataOrg(QelSimpleDataOrg const & source, int count, int const * indices);
 
     // Resize: `source` with another tile size. The origin is copied. With `recompute` the line
-    // stride and the band offsets follow the new size; otherwise all strides stay. Raises 9 when
-    // it is to recompute a SPELLED_OUT source.
+    // stride and the band offsets follow the new size; otherwise all strides stay. Raises
+    // unsupported (9) when it is to recompute a SPELLED_OUT source.
     QelSimpleDataOrg(MoxSmartPtr<QelSimpleDataOrg> source, std::int32_t tileWidth,
                      std::int32_t tileHeight, bool recompute);
 
@@ -128,7 +128,7 @@ class QEL_API QelSimpleDataOrg : public QelDataOrg {
   protected:
     QelSimpleDataOrg(QelSimpleDataOrg const & other);
 
-    // Raises 13 for a negative width or height.
+    // Raises invalidValue (13) for a negative width or height.
     static void checkTileSize(std::int32_t width, std::int32_t height);
 
     // The text of print(), under another name.

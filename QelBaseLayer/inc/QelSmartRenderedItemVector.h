@@ -11,9 +11,9 @@ class QEL_API QelSmartRenderedItemVector : public QelRenderedItemContainer {
     QelSmartRenderedItemVector() = default;
     ~QelSmartRenderedItemVector() override;
 
-    // Raises 3: no item points here.
+    // Raises misuse (3): no item points here.
     void discardReference(QelRenderedItem * item) override;
-    // Raises 3.
+    // Raises misuse (3).
     void setCacheTiles(bool cache) override;
 
     // Appends; null is ignored.

@@ -14,8 +14,9 @@ class QelThreadWork;
 // Held by MoxSmartPtr.
 class QEL_API QelTile : public QelRectBuffer {
   public:
-    // The tile `id` of the grid of `org`, which is shared. A tile that starts left of or above
-    // the image is clipped to it; its storage stays a full tile. Raises 4 for a null `org`.
+    // The tile `id` of the grid of `org`, which is shared. A tile that starts left of or above the
+    // image is clipped to it; its storage stays a full tile. Raises nullPointer (4) for a null
+    // `org`.
     QelTile(QelDataOrg * org, QelTileId const & id, void * memory = nullptr, bool ownsData = true);
 
     // Shares the memory; belongs to no image.
@@ -24,7 +25,7 @@ class QEL_API QelTile : public QelRectBuffer {
     // Leaves its image.
     ~QelTile() override;
 
-    // Makes its image compute it. Raises 4 when it belongs to none.
+    // Makes its image compute it. Raises nullPointer (4) when it belongs to none.
     void compute() override;
 
     // A tile that is no longer complete gives up its memory at once.

@@ -31,7 +31,7 @@ class QEL_API QelVirtualMemoryManager : public QelMemoryManager {
     // As setLimit(bytes).
     explicit QelVirtualMemoryManager(std::size_t bytes);
 
-    // Gives all memory back, also that which is still handed out; then raises 11 as
+    // Gives all memory back, also that which is still handed out; then raises memoryLeak (11) as
     // QelMemoryManager tells if there was any. Its memory is gone then all the same.
     ~QelVirtualMemoryManager() noexcept(false) override;
 

@@ -17,16 +17,17 @@ class QEL_API QelConvolutionKernel {
 
     // A general kernel: side * side weights, row by row from the top left. They are divided by
     // their sum, so that even areas keep their values, unless the sum is 0, or what rounding may
-    // leave of 0 (n weights: n * 2^-52 of the sum of their magnitudes). Raises 13 unless their
-    // number is the square of an odd number up to 129 and the sum of their magnitudes is finite.
+    // leave of 0 (n weights: n * 2^-52 of the sum of their magnitudes). Raises invalidValue (13)
+    // unless their number is the square of an odd number up to 129 and the sum of their magnitudes
+    // is finite.
     explicit QelConvolutionKernel(std::vector<double> const & weights);
 
     // A blur: rows and columns are weighed by the binomial coefficients of 2 * radius (1 2 1 for
     // radius 1), divided by their sum: the discrete counterpart of a Gaussian with the variance
-    // radius / 2. Raises 13 unless 1 <= radius <= 64.
+    // radius / 2. Raises invalidValue (13) unless 1 <= radius <= 64.
     static QelConvolutionKernel blur(std::int32_t radius);
 
-    // An unsharp mask: twice the pixel minus its blur(). Raises 13 likewise.
+    // An unsharp mask: twice the pixel minus its blur(). Raises invalidValue (13) likewise.
     static QelConvolutionKernel unsharp(std::int32_t radius);
 
     QelConvolutionKernel(QelConvolutionKernel const &);

@@ -10,7 +10,7 @@
 // infinities and NaN, and are not limited.
 class QEL_API QelLinearOp : public QelPointOp {
   public:
-    // Raises 13 for a gain or an offset that is not finite.
+    // Raises invalidValue (13) for a gain or an offset that is not finite.
     QelLinearOp(MoxSmartPtr<Qel2DImage> input, double gain, double offset);
     ~QelLinearOp() override;
     using QelPointOp::operator=;

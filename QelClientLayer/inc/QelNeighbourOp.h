@@ -29,12 +29,13 @@ class QEL_API QelNeighbourOp : public QelImageOp {
     // The input's report; a bad one with status 118 for an element type that supports() refuses.
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
 
-    // Raises 119 for a buffer of another element type or number of bands, 150 for one whose
-    // organisation is no QelSimpleDataOrg, and whatever computing the input raises.
+    // Raises outputRejected (119) for a buffer of another element type or number of bands,
+    // simpleDataOrgNeeded (150) for one whose organisation is no QelSimpleDataOrg, and whatever
+    // computing the input raises.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
 
   protected:
-    // A null input makes the report a bad one. Raises 13 for a reach below 0.
+    // A null input makes the report a bad one. Raises invalidValue (13) for a reach below 0.
     explicit QelNeighbourOp(MoxSmartPtr<Qel2DImage> input, std::int32_t reach = 1);
 
     // In pixels.

@@ -34,7 +34,7 @@ using QelOpValues = std::vector<std::vector<double>>;
 struct QelOpDescription {
     using Factory = std::function<MoxSmartPtr<QelImageOp>(MoxSmartPtr<Qel2DImage> input,
                                                           QelOpValues const & values)>;
-    // Raises 13 for values that do not go together.
+    // Raises invalidValue (13) for values that do not go together.
     using Check = std::function<void(QelOpValues const & values)>;
 
     std::string name;
@@ -72,8 +72,8 @@ class QEL_API QelOpCatalog {
     // The library's own: blur, invert, linear and sharpen.
     static QelOpCatalog const & standard();
 
-    // Raises 13 for a name that is taken, or that is empty or holds ':', ',' or '='; the same for
-    // the parameters' names.
+    // Raises invalidValue (13) for a name that is taken, or that is empty or holds ':', ',' or '=';
+    // the same for the parameters' names.
     void add(QelOpDescription op);
 
     // Sorted by name.
@@ -82,9 +82,9 @@ class QEL_API QelOpCatalog {
     // Null for a name that is not known.
     QelOpDescription const * find(std::string_view name) const;
 
-    // Raises 13 for an unknown operation or parameter, listing those that there are; for a
-    // parameter that is given twice or without a value; for a value that is no number or out of
-    // range; and what the operation's check raises.
+    // Raises invalidValue (13) for an unknown operation or parameter, listing those that there are;
+    // for a parameter that is given twice or without a value; for a value that is no number or out
+    // of range; and what the operation's check raises.
     Call parse(std::string_view text) const;
 
   private:

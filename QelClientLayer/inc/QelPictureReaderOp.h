@@ -99,7 +99,8 @@ class QEL_API QelPictureReaderOp : public QelImageOp {
     std::optional<ZanError> failure_ ZAN_GUARDED_BY(lock_);
 };
 
-// The reader for a file, told by its content and not by its name. Raises 13, with the file's name,
-// for a file that cannot be read or is of no known format, and what the readers raise.
+// The reader for a file, told by its content and not by its name. Raises invalidValue (13), with
+// the file's name, for a file that cannot be read or is of no known format, and what the readers
+// raise.
 QEL_API MoxSmartPtr<QelPictureReaderOp> qelOpenPicture(std::string const & fileName,
                                                        QelReadLimits const & limits = {});

@@ -15,8 +15,8 @@ struct QelWriteOptions {
     int jpegQuality = 95;
     // 0 to 9. From the default on, more effort makes files a little smaller and takes much longer.
     int pngCompression = 2;
-    // Read between strips: once true, the writer gives up with code 204. May be null; outlives the
-    // call.
+    // Read between strips: once true, the writer gives up with code cancelled (204). May be null;
+    // outlives the call.
     std::atomic<bool> const * cancelled = nullptr;
     // Dots per unit of length, which the file then says (JPEG: dots per inch or centimeter, in
     // whole numbers up to 65535; PNG: per meter). Says nothing while either half is arbitrary.

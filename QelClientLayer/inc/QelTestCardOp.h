@@ -18,14 +18,14 @@ class QEL_API QelTestCardOp : public QelImageOp {
   public:
     static constexpr std::int32_t maxSide = 1000000;
 
-    // In pixels. Raises 13 for a side below 1 or above maxSide.
+    // In pixels. Raises invalidValue (13) for a side below 1 or above maxSide.
     QelTestCardOp(std::int32_t width, std::int32_t height);
     ~QelTestCardOp() override;
     using QelImageOp::operator=;
 
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
-    // Raises 119 for a buffer of another element type or number of bands, 150 for one whose
-    // organisation is no QelSimpleDataOrg.
+    // Raises outputRejected (119) for a buffer of another element type or number of bands,
+    // simpleDataOrgNeeded (150) for one whose organisation is no QelSimpleDataOrg.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
 
   private:

@@ -8,15 +8,16 @@
 
 namespace {
 
-// Raises 13 unless `count` is the square of the side of a kernel.
+// Raises invalidValue (13) unless `count` is the square of the side of a kernel.
 std::int32_t reachOf(std::size_t count) {
     for (std::int32_t reach = 0; reach <= QelConvolutionKernel::maxReach; ++reach) {
         auto const side = static_cast<std::size_t>(2 * reach + 1);
         if (side * side == count) return reach;
     }
-    qelRaise(13, "A kernel of " + std::to_string(count) +
-                     " weights is impossible; their number must be 1, 9, 25 or another square of "
-                     "an odd number up to 129");
+    qelRaise(QelErrorCode::invalidValue,
+             "A kernel of " + std::to_string(count) +
+                 " weights is impossible; their number must be 1, 9, 25 or another square of "
+                 "an odd number up to 129");
 }
 
 // Decimal fractions that ought to add up to 0, such as 0.1 + 0.2 - 0.3, leave what their rounding
@@ -29,7 +30,8 @@ std::vector<double> normalised(std::vector<double> weights) {
         magnitudes += std::abs(weight);
     }
     if (!std::isfinite(magnitudes)) {
-        qelRaise(13, "The weights of a kernel and the sum of their magnitudes must be finite");
+        qelRaise(QelErrorCode::invalidValue,
+                 "The weights of a kernel and the sum of their magnitudes must be finite");
     }
     double const rounding =
         magnitudes * static_cast<double>(weights.size()) * std::numeric_limits<double>::epsilon();
@@ -42,8 +44,8 @@ std::vector<double> normalised(std::vector<double> weights) {
 
 std::int32_t checkedRadius(std::int32_t radius) {
     if (radius < 1 || radius > QelConvolutionKernel::maxReach) {
-        qelRaise(13, "The radius of a kernel is " + std::to_string(radius) +
-                         ", it must lie between 1 and 64");
+        qelRaise(QelErrorCode::invalidValue, "The radius of a kernel is " + std::to_string(radius) +
+                                                 ", it must lie between 1 and 64");
     }
     return radius;
 }

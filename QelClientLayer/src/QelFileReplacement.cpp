@@ -95,5 +95,5 @@ void QelFileReplacement::check(int result) const {
 }
 
 void QelFileReplacement::fail(std::string const & reason) const {
-    qelRaise(13, "Cannot write " + name_ + ": " + reason);
+    qelRaise(QelErrorCode::invalidValue, "Cannot write " + name_ + ": " + reason);
 }

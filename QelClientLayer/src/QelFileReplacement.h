@@ -8,8 +8,8 @@
 // the same folder, and goes when commit() was not reached.
 class QelFileReplacement {
   public:
-    // Raises 13, as all operations here: "Cannot write ", the name, ": " and the reason. A name
-    // that belongs to something else than a file is refused.
+    // Raises invalidValue (13), as all operations here: "Cannot write ", the name, ": " and the
+    // reason. A name that belongs to something else than a file is refused.
     explicit QelFileReplacement(std::string name);
     QelFileReplacement(QelFileReplacement const &) = delete;
     QelFileReplacement & operator=(QelFileReplacement const &) = delete;

@@ -59,5 +59,5 @@ std::size_t QelFileSource::readInto(std::size_t at) noexcept {
 }
 
 void QelFileSource::fail(std::string const & reason) const {
-    qelRaise(13, "Cannot read " + name_ + ": " + reason);
+    qelRaise(QelErrorCode::invalidValue, "Cannot read " + name_ + ": " + reason);
 }

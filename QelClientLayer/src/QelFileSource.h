@@ -8,8 +8,8 @@
 // A file that is read from its start to its end, a chunk at a time.
 class QelFileSource {
   public:
-    // Opens the file and reads its first chunk. Raises 13, with the file's name and the system's
-    // reason.
+    // Opens the file and reads its first chunk. Raises invalidValue (13), with the file's name and
+    // the system's reason.
     explicit QelFileSource(std::string name);
     QelFileSource(QelFileSource const &) = delete;
     QelFileSource & operator=(QelFileSource const &) = delete;
@@ -26,7 +26,7 @@ class QelFileSource {
     bool next() noexcept;
     int error() const { return error_; }
 
-    // Raises 13: "Cannot read ", the name, ": " and the reason.
+    // Raises invalidValue (13): "Cannot read ", the name, ": " and the reason.
     [[noreturn]] void fail(std::string const & reason) const;
 
   private:

@@ -10,7 +10,8 @@
 namespace {
 
 double finite(double value, char const * name) {
-    if (!std::isfinite(value)) qelRaise(13, std::string("The ") + name + " is not finite");
+    if (!std::isfinite(value))
+        qelRaise(QelErrorCode::invalidValue, std::string("The ") + name + " is not finite");
     return value;
 }
 

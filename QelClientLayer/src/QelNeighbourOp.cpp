@@ -52,7 +52,8 @@ std::size_t windowSize(Qel2DImage const & image, std::int64_t reach) {
 QelNeighbourOp::QelNeighbourOp(MoxSmartPtr<Qel2DImage> input, std::int32_t reach)
     : input_(std::move(input)), reach_(reach), workspace_(std::make_unique<Workspace>()) {
     if (reach < 0) {
-        qelRaise(13, "An operation cannot reach over " + std::to_string(reach) + " pixels");
+        qelRaise(QelErrorCode::invalidValue,
+                 "An operation cannot reach over " + std::to_string(reach) + " pixels");
     }
 }
 

@@ -40,7 +40,8 @@ std::string shown(double value) {
 
 void checkName(std::string const & name) {
     if (!name.empty() && name.find_first_of(":,=") == std::string::npos) return;
-    qelRaise(13, quoted(name) + " cannot be the name of an operation or a parameter");
+    qelRaise(QelErrorCode::invalidValue,
+             quoted(name) + " cannot be the name of an operation or a parameter");
 }
 
 // Takes the text up to `separator`, or all of it, off the front of `rest`.
@@ -55,8 +56,9 @@ std::size_t indexOf(QelOpDescription const & op, std::string_view name) {
     auto const found = std::find_if(op.parameters.begin(), op.parameters.end(),
                                     [&](auto const & each) { return each.name == name; });
     if (found == op.parameters.end()) {
-        qelRaise(13, "The operation " + op.name + " has no parameter " + quoted(name) +
-                         "; it has " + listed(op.parameters));
+        qelRaise(QelErrorCode::invalidValue, "The operation " + op.name + " has no parameter " +
+                                                 quoted(name) + "; it has " +
+                                                 listed(op.parameters));
     }
     return static_cast<std::size_t>(found - op.parameters.begin());
 }
@@ -68,17 +70,18 @@ double parseNumber(QelOpDescription const & op, QelOpParameter const & parameter
     auto const result = std::from_chars(text.data(), end, value);
     bool const number = result.ec == std::errc() && result.ptr == end && std::isfinite(value);
     if (number && (!parameter.whole || value == std::floor(value))) return value;
-    qelRaise(13, "The value of " + op.name + ":" + parameter.name + " is " + quoted(text) +
-                     ", it must be " + (parameter.whole ? "an integer" : "a number"));
+    qelRaise(QelErrorCode::invalidValue, "The value of " + op.name + ":" + parameter.name + " is " +
+                                             quoted(text) + ", it must be " +
+                                             (parameter.whole ? "an integer" : "a number"));
 }
 
 double parseValue(QelOpDescription const & op, QelOpParameter const & parameter,
                   std::string_view text) {
     double const value = parseNumber(op, parameter, text);
     if (value >= parameter.min && value <= parameter.max) return value;
-    qelRaise(13, "The value of " + op.name + ":" + parameter.name + " is " + shown(value) +
-                     ", it must lie between " + shown(parameter.min) + " and " +
-                     shown(parameter.max));
+    qelRaise(QelErrorCode::invalidValue, "The value of " + op.name + ":" + parameter.name + " is " +
+                                             shown(value) + ", it must lie between " +
+                                             shown(parameter.min) + " and " + shown(parameter.max));
 }
 
 std::vector<double> parseValues(QelOpDescription const & op, QelOpParameter const & parameter,
@@ -102,8 +105,10 @@ void parseParameters(QelOpCatalog::Call & call, std::string_view rest) {
         bool const assigned = value.find('=') != std::string_view::npos;
         std::size_t const at = indexOf(op, takeUntil(value, '='));
         std::string const name = op.name + ":" + op.parameters[at].name;
-        if (!assigned) qelRaise(13, "The parameter " + name + " has no value");
-        if (given[at]) qelRaise(13, "The parameter " + name + " is given twice");
+        if (!assigned)
+            qelRaise(QelErrorCode::invalidValue, "The parameter " + name + " has no value");
+        if (given[at])
+            qelRaise(QelErrorCode::invalidValue, "The parameter " + name + " is given twice");
         given[at] = true;
         call.values[at] = parseValues(op, op.parameters[at], value);
     }
@@ -139,7 +144,8 @@ std::vector<double> const & weightsOf(QelOpValues const & values) {
 void checkKernel(char const * op, QelOpValues const & values) {
     if (weightsOf(values).empty()) return;
     if (!radiusOf(values).empty()) {
-        qelRaise(13, std::string("The operation ") + op + " takes a radius or a kernel, not both");
+        qelRaise(QelErrorCode::invalidValue,
+                 std::string("The operation ") + op + " takes a radius or a kernel, not both");
     }
     QelConvolutionKernel(weightsOf(values));
 }
@@ -199,7 +205,8 @@ void QelOpCatalog::add(QelOpDescription op) {
     for (QelOpParameter const & parameter : op.parameters)
         checkName(parameter.name);
     if (find(op.name) != nullptr) {
-        qelRaise(13, "There is an operation " + quoted(op.name) + " already");
+        qelRaise(QelErrorCode::invalidValue,
+                 "There is an operation " + quoted(op.name) + " already");
     }
     auto const place = std::find_if(ops_.begin(), ops_.end(),
                                     [&](auto const & each) { return each.name > op.name; });
@@ -219,7 +226,8 @@ QelOpCatalog::Call QelOpCatalog::parse(std::string_view text) const {
     Call call;
     call.op = find(name);
     if (call.op == nullptr) {
-        qelRaise(13, "There is no operation " + quoted(name) + "; there are " + listed(ops_));
+        qelRaise(QelErrorCode::invalidValue,
+                 "There is no operation " + quoted(name) + "; there are " + listed(ops_));
     }
     for (QelOpParameter const & each : call.op->parameters) {
         call.values.emplace_back();

@@ -37,9 +37,9 @@ class QelPictureDecoder {
     // Must all rows be decoded in one call?
     virtual bool isWhole() const = 0;
 
-    // Decodes the next `count` rows to `to`, `lineStride` bytes from one to the next. The call
-    // that decodes the last one also checks what the file has left. Raises 13, and must not be
-    // called again after that.
+    // Decodes the next `count` rows to `to`, `lineStride` bytes from one to the next. The call that
+    // decodes the last one also checks what the file has left. Raises invalidValue (13), and must
+    // not be called again after that.
     virtual void decode(std::uint8_t * to, std::ptrdiff_t lineStride, std::int32_t count) = 0;
 
   protected:
@@ -62,7 +62,8 @@ class QelPictureDecoder {
     QelPictureHeader header_;
 };
 
-// Both read the header and raise 13 for one that is not of their format, 11 beyond the limits.
+// Both read the header and raise invalidValue (13) for one that is not of their format, 11 beyond
+// the limits.
 std::unique_ptr<QelPictureDecoder> qelDecodeJpeg(std::unique_ptr<QelFileSource> source,
                                                  QelReadLimits const & limits);
 std::unique_ptr<QelPictureDecoder> qelDecodePng(std::unique_ptr<QelFileSource> source,
@@ -71,7 +72,8 @@ std::unique_ptr<QelPictureDecoder> qelDecodePng(std::unique_ptr<QelFileSource> s
 bool qelIsJpeg(QelFileSource const & source);
 bool qelIsPng(QelFileSource const & source);
 
-// Raises 11 for what exceeds the limits; the sizes may be larger than any picture's.
+// Raises limitExceeded (11) for what exceeds the limits; the sizes may be larger than any
+// picture's.
 void qelCheckSize(QelFileSource const & source, QelReadLimits const & limits, std::int64_t width,
                   std::int64_t height);
 void qelCheckBytes(QelFileSource const & source, QelReadLimits const & limits,

@@ -10,7 +10,8 @@
 #include "QelPictureDecoder.h"
 #include "QelPictureWriter.h"
 
-// Writes rows of pixels, PIXEL_INTERLEAVED, to a file in some format. Its operations raise 13.
+// Writes rows of pixels, PIXEL_INTERLEAVED, to a file in some format. Its operations raise
+// invalidValue (13).
 class QelPictureEncoder {
   public:
     virtual ~QelPictureEncoder();

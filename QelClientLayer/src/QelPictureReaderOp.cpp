@@ -15,8 +15,9 @@ namespace {
 
 [[noreturn]] void raiseTooLarge(QelFileSource const & source, std::string const & what,
                                 std::int64_t value, std::int64_t limit) {
-    qelRaise(11, "Cannot read " + source.name() + ": its " + what + " is " + std::to_string(value) +
-                     ", the limit is " + std::to_string(limit));
+    qelRaise(QelErrorCode::limitExceeded, "Cannot read " + source.name() + ": its " + what +
+                                              " is " + std::to_string(value) + ", the limit is " +
+                                              std::to_string(limit));
 }
 
 QelResolution halfOf(double dpu, int unit, std::int32_t pixels) {
@@ -92,8 +93,9 @@ void qelCheckBytes(QelFileSource const & source, QelReadLimits const & limits,
     if (!overflow && bytes <= limits.maxBytes) return;
     std::string const size = std::to_string(header.width) + " by " + std::to_string(header.height) +
                              " pixels of " + std::to_string(pixel) + " bytes";
-    qelRaise(11, "Cannot read " + source.name() + ": its " + size + " exceed the limit of " +
-                     std::to_string(limits.maxBytes) + " bytes");
+    qelRaise(QelErrorCode::limitExceeded, "Cannot read " + source.name() + ": its " + size +
+                                              " exceed the limit of " +
+                                              std::to_string(limits.maxBytes) + " bytes");
 }
 
 QelPictureReaderOp::QelPictureReaderOp(std::unique_ptr<QelPictureDecoder> decoder)

@@ -59,7 +59,7 @@ QelPictureHeader headerOf(Qel2DImage const & image, QelRect const & region) {
 
 void checkCancelled(QelWriteOptions const & options, std::string const & name) {
     if (options.cancelled == nullptr || !options.cancelled->load()) return;
-    qelRaise(204, "Cannot write " + name + ": cancelled");
+    qelRaise(QelErrorCode::cancelled, "Cannot write " + name + ": cancelled");
 }
 
 }  // namespace
@@ -161,5 +161,5 @@ void QelPictureWriter::checkElements(int bands, QelDataType type) const {
 }
 
 void QelPictureWriter::fail(std::string const & reason) const {
-    qelRaise(13, "Cannot write " + fileName_ + ": " + reason);
+    qelRaise(QelErrorCode::invalidValue, "Cannot write " + fileName_ + ": " + reason);
 }

@@ -27,21 +27,22 @@ bool qelIsNumber(QelDataType type) {
 ZanError qelUnsupported(QelDataType type, char const * op) {
     std::string const text =
         std::string("The data type ") + type.name() + " is not a supported data type in " + op;
-    return QelError(118, text, __FILE__, __LINE__);
+    return QelError(QelErrorCode::unsupportedDataType, text, __FILE__, __LINE__);
 }
 
 int qelCheckTarget(QelRectBuffer const & buffer, QelImageInfo const & report) {
     QelDataOrg const & org = *buffer.dataOrg();
     if (org.asSimple() == nullptr) {
-        qelRaise(150, "Operations on pixels work with QelSimpleDataOrg only");
+        qelRaise(QelErrorCode::simpleDataOrgNeeded,
+                 "Operations on pixels work with QelSimpleDataOrg only");
     }
     MoxSmartPtr<QelDataOrg> const reported = report.dataOrg();
     QelDataType const type = reported->precision();
     if (!(org.precision() == type)) {
-        qelRaise(119, "Output buffer has invalid precision for Op");
+        qelRaise(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op");
     }
     if (org.numBands() != reported->numBands()) {
-        qelRaise(119, "Output buffer has wrong number of bands for Op");
+        qelRaise(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op");
     }
     return type.code();
 }

@@ -12,8 +12,9 @@ namespace {
 
 std::int32_t checked(std::int32_t side, char const * name) {
     if (side >= 1 && side <= QelTestCardOp::maxSide) return side;
-    qelRaise(13, std::string("The test card's ") + name + " is " + std::to_string(side) +
-                     ", it must lie between 1 and " + std::to_string(QelTestCardOp::maxSide));
+    qelRaise(QelErrorCode::invalidValue, std::string("The test card's ") + name + " is " +
+                                             std::to_string(side) + ", it must lie between 1 and " +
+                                             std::to_string(QelTestCardOp::maxSide));
 }
 
 bool isInterleaved(QelDataOrg const & org) {

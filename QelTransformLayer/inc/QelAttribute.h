@@ -35,9 +35,9 @@ class QEL_API QelAttribute : public ZanRefCount {
                                             QelAttributeBased * newOwner) const = 0;
 
     // The value was changed: takes a new stamp and calls the callbacks in the order in which they
-    // were added; those that a callback adds only from the next change on. Raises 23 (see below)
-    // where callbacks change the attribute from within more than maxNesting times, and what a
-    // callback raises.
+    // were added; those that a callback adds only from the next change on. Raises endlessChange
+    // (23) (see below) where callbacks change the attribute from within more than maxNesting times,
+    // and what a callback raises.
     virtual void changed();
 
     // The type of the value.
@@ -64,7 +64,7 @@ class QEL_API QelAttribute : public ZanRefCount {
     // larger of two is the later change (until it wraps round after 2^32 changes).
     std::uint32_t timestamp() const { return timestamp_; }
 
-    // Raises 4 "QelAttribute::addCallback requires a callback" for null.
+    // Raises nullPointer (4) "QelAttribute::addCallback requires a callback" for null.
     void addCallback(std::unique_ptr<QelAttributeChangedCallback> callback);
     // Deletes all callbacks of a target (of null: all that have none, whoever added them), or one.
     // Where the attribute is calling its callbacks at present, they are called no more, and deleted
@@ -80,9 +80,9 @@ class QEL_API QelAttribute : public ZanRefCount {
     void takeCallbacks(QelAttribute const & from, QelAttributeBased const * oldOwner,
                        QelAttributeBased * newOwner);
 
-    // Ahead of any change. Raises 21 with the name as the whole text if the attribute is locked;
-    // checkChange() also 23 "Attribute ", the name and " is changed by its own callbacks without
-    // end". `here` is where the error is raised.
+    // Ahead of any change. Raises attributeLocked (21) with the name as the whole text if the
+    // attribute is locked; checkChange() also 23 "Attribute ", the name and " is changed by its own
+    // callbacks without end". `here` is where the error is raised.
     void checkLock(ZanSourceLocation const & here) const;
     void checkChange(ZanSourceLocation const & here) const;
 

@@ -37,8 +37,9 @@ class QEL_API QelAttributeBased : public virtual ZanRefCount {
     static bool isLegalName(std::string_view name);
 
     // Adds an attribute under its own name, or under `name`. False, with no change, for a null
-    // pointer and for a key that is taken. Raises 24 "Illegal attribute name " and the attribute's
-    // own name, which is the one that is tested in both forms, unless isLegalName().
+    // pointer and for a key that is taken. Raises illegalAttributeName (24) "Illegal attribute name
+    // " and the attribute's own name, which is the one that is tested in both forms, unless
+    // isLegalName().
     bool addAttribute(MoxSmartPtr<QelAttribute> attribute);
     bool addAttribute(MoxSmartPtr<QelAttribute> attribute, std::string name);
 
@@ -49,7 +50,7 @@ class QEL_API QelAttributeBased : public virtual ZanRefCount {
     MoxSmartPtr<QelAttribute> getAttribute(std::string_view name) const;
 
     // The key under which an attribute is held: the first in alphabetical order where there are
-    // several. Raises 3 "Could not find attribute".
+    // several. Raises misuse (3) "Could not find attribute".
     std::string getAttributeName(QelAttribute const * attribute) const;
     std::string getAttributeName(int index) const;
 
@@ -64,9 +65,9 @@ class QEL_API QelAttributeBased : public virtual ZanRefCount {
     bool renameAttribute(QelAttribute const * attribute, std::string newName);
     bool renameAttribute(std::string_view oldName, std::string newName);
 
-    // The largest stamp of the attributes under these keys: a result that was made when it was
-    // the same is not stale. Raises 6 "getLatestTimestamp" for no names, 20 with the name as the
-    // text for one that is no key.
+    // The largest stamp of the attributes under these keys: a result that was made when it was the
+    // same is not stale. Raises nothingNamed (6) "getLatestTimestamp" for no names, 20 with the
+    // name as the text for one that is no key.
     std::uint32_t getLatestTimestamp(std::vector<std::string> const & names) const;
 
     // Takes over the values of the attributes that have the same key and the same type here;
@@ -85,7 +86,7 @@ class QEL_API QelAttributeBased : public virtual ZanRefCount {
     };
     using Map = std::map<std::string, Held, std::less<>>;
 
-    // Raises 22 "Attribute collections are inconsistent".
+    // Raises attributesInconsistent (22) "Attribute collections are inconsistent".
     void checkCollections() const;
     bool isIndex(int index) const;
     Map::const_iterator find(QelAttribute const * attribute) const;

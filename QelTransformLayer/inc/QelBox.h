@@ -9,8 +9,8 @@
 // A range for each axis of a space. Held by MoxSmartPtr where it is shared; one thread changes it.
 class QEL_API QelBox : public ZanRefCount {
   public:
-    // Every range is continuous, closed, from 0.0 of width 1.0 in arbitrary units. Raises 401
-    // "Cannot define a box in zero dimensions".
+    // Every range is continuous, closed, from 0.0 of width 1.0 in arbitrary units. Raises
+    // noDimensions (401) "Cannot define a box in zero dimensions".
     explicit QelBox(unsigned dimensions);
     QelBox(QelBox const & other);
     QelBox & operator=(QelBox const &) = delete;
@@ -20,12 +20,13 @@ class QEL_API QelBox : public ZanRefCount {
     virtual void print(std::ostream & out) const;
 
     unsigned dimensions() const { return static_cast<unsigned>(ranges_.size()); }
-    // Raises 7 "index value ", the index, " into box with ", the number and " dimensions".
+    // Raises outOfRange (7) "index value ", the index, " into box with ", the number and "
+    // dimensions".
     QelValueRange const & range(unsigned index) const;
     // Replaces the range wholly, its unit too. Raises as range() does.
     void setRange(unsigned index, QelValueRange const & range);
-    // All of them. Raises 400 "cannot update ", the number, "-dimensional box with range set
-    // containing ", the count and " entries".
+    // All of them. Raises countsDiffer (400) "cannot update ", the number, "-dimensional box with
+    // range set containing ", the count and " entries".
     void setRanges(std::vector<QelValueRange> const & ranges);
 
   private:

@@ -13,41 +13,42 @@
 // setColorSpace(space, clamp, fromZero), an operation that raises changes nothing.
 class QEL_API QelColor {
   public:
-    // Without a space: so many values of 0.0. Raises 13 "A color cannot have ", the count and "
-    // code values" for a negative count.
+    // Without a space: so many values of 0.0. Raises invalidValue (13) "A color cannot have ", the
+    // count and " code values" for a negative count.
     explicit QelColor(int count = 3);
     // Without a space: `count` values from `codes` on.
     QelColor(double const * codes, int count);
 
-    // All with a space raise 4 "QelColor cannot be constructed from pointer to color space, if
-    // pointer value is NULL", and 13 for a value outside the range or a negative number of bands.
-    // All bands at the minimum, or at `code`.
+    // All with a space raise nullPointer (4) "QelColor cannot be constructed from pointer to color
+    // space, if pointer value is NULL", and 13 for a value outside the range or a negative number
+    // of bands. All bands at the minimum, or at `code`.
     explicit QelColor(MoxSmartPtr<QelColorSpace> space);
     QelColor(MoxSmartPtr<QelColorSpace> space, double code);
-    // The first three bands; any further one is at the minimum. Raises 400 for fewer than three.
+    // The first three bands; any further one is at the minimum. Raises countsDiffer (400) for fewer
+    // than three.
     QelColor(MoxSmartPtr<QelColorSpace> space, double a, double b, double c);
-    // Raises 400 unless there are as many values as bands.
+    // Raises countsDiffer (400) unless there are as many values as bands.
     QelColor(MoxSmartPtr<QelColorSpace> space, std::vector<double> const & codes);
 
     int numChannels() const { return static_cast<int>(codeValues_.size()); }
     MoxSmartPtr<QelColorSpace> const & colorSpace() const { return colorSpace_; }
     std::vector<double> const & codeValues() const { return codeValues_; }
 
-    // Raise 7 for a bad index; setCode() 13 for a value outside the range.
+    // Raise outOfRange (7) for a bad index; setCode() 13 for a value outside the range.
     double code(int index) const;
     void setCode(int index, double value);
 
-    // Another space for the same values. Raises 400 for another number of bands, 13 for a value
-    // outside its range. Null leaves the values without one.
+    // Another space for the same values. Raises countsDiffer (400) for another number of bands,
+    // invalidValue (13) for a value outside its range. Null leaves the values without one.
     void setColorSpace(MoxSmartPtr<QelColorSpace> space);
 
-    // Another space, with the values scaled from the old range to the new one; as the form above
-    // if either space is null. With `fromZero` they are multiplied by the quotient of the maxima,
-    // or of the minima where the old maximum is 0, so that 0 stays; with `clamp` they are then
-    // limited to the new range. Raises 400 for another number of bands, 153 for an old range that
-    // gives no factor and, without `clamp`, for a value that leaves the new one (with it too where
-    // the numbers are too large to scale, or the new range is empty); the values before that one
-    // are scaled already then.
+    // Another space, with the values scaled from the old range to the new one; as the form above if
+    // either space is null. With `fromZero` they are multiplied by the quotient of the maxima, or
+    // of the minima where the old maximum is 0, so that 0 stays; with `clamp` they are then limited
+    // to the new range. Raises countsDiffer (400) for another number of bands, cannotRescale (153)
+    // for an old range that gives no factor and, without `clamp`, for a value that leaves the new
+    // one (with it too where the numbers are too large to scale, or the new range is empty); the
+    // values before that one are scaled already then.
     void setColorSpace(MoxSmartPtr<QelColorSpace> space, bool clamp, bool fromZero);
 
     // The same space (see QelColorSpace::isEqual()), or none in both, and the same values exactly.
@@ -65,12 +66,13 @@ class QEL_API QelColor {
 };
 
 // `color` in `space`, scaled to its range, and limited to it with `clamp`. Between a generic space
-// and any other, or between ranges of one class; raises 3 "Conversions between color spaces not
-// implemented" otherwise. With a null space on either side, the values as they are.
+// and any other, or between ranges of one class; raises misuse (3) "Conversions between color
+// spaces not implemented" otherwise. With a null space on either side, the values as they are.
 QEL_API QelColor convert(QelColor const & color, bool clamp, MoxSmartPtr<QelColorSpace> space);
 
 // "QelColor[", the space and ":" if there is one, "<", the values, separated by ",", and ">]".
 QEL_API std::ostream & operator<<(std::ostream & out, QelColor const & color);
-// Reads that form; "NULL" is the colour of no values. Raises 13 "Invalid QelColor value", what the
-// reader of the space raises, and what setColorSpace() raises; the colour then stays as it is.
+// Reads that form; "NULL" is the colour of no values. Raises invalidValue (13) "Invalid QelColor
+// value", what the reader of the space raises, and what setColorSpace() raises; the colour then
+// stays as it is.
 QEL_API std::istream & operator>>(std::istream & in, QelColor & color);

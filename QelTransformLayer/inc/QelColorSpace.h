@@ -38,8 +38,8 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
 
     // The text form: the class name, "[b=", the bands, ", min=", the minimum, ", max=", the maximum
     // and "]"; numbers as short as they read back. read() takes everything up to "[" and what
-    // follows; it raises 13 "Invalid QelColorSpace value" and changes nothing where that does not
-    // read, or the bands are negative. It is for a space that nobody else has yet.
+    // follows; it raises invalidValue (13) "Invalid QelColorSpace value" and changes nothing where
+    // that does not read, or the bands are negative. It is for a space that nobody else has yet.
     virtual void write(std::ostream & out) const;
     virtual void read(std::istream & in);
 
@@ -80,6 +80,6 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
 
 // write(), or "NULL" for null.
 QEL_API std::ostream & operator<<(std::ostream & out, MoxSmartPtr<QelColorSpace> const & space);
-// Makes a space of the class that the text names, and lets it read. Raises 13 for a class that is
-// not registered, and what read() raises; the pointer then stays as it is.
+// Makes a space of the class that the text names, and lets it read. Raises invalidValue (13) for a
+// class that is not registered, and what read() raises; the pointer then stays as it is.
 QEL_API std::istream & operator>>(std::istream & in, MoxSmartPtr<QelColorSpace> & space);

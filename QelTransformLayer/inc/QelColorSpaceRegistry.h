@@ -12,7 +12,7 @@
 // registry while it lives. May be used from any thread.
 class QEL_API QelColorSpaceRegistryEntry {
   public:
-    // `name` is the label. Raises 4 for a null prototype.
+    // `name` is the label. Raises nullPointer (4) for a null prototype.
     QelColorSpaceRegistryEntry(MoxSmartPtr<QelColorSpace> prototype, std::string name);
     QelColorSpaceRegistryEntry(QelColorSpaceRegistryEntry const &) = delete;
     QelColorSpaceRegistryEntry & operator=(QelColorSpaceRegistryEntry const &) = delete;
@@ -38,12 +38,13 @@ QEL_API MoxConstSmartPtr<QelColorSpace> qelFindColorSpace(QelColorSpace const & 
 // are held.
 QEL_API std::vector<MoxConstSmartPtr<QelColorSpace>> qelColorSpaces();
 
-// A new space of the class of that name. Raises 13 "Class ", the name and " is not registered as an
-// QelColorSpace.".
+// A new space of the class of that name. Raises invalidValue (13) "Class ", the name and " is not
+// registered as an QelColorSpace.".
 QEL_API MoxSmartPtr<QelColorSpace> qelNewColorSpace(std::string const & className);
 
 // The partner of `space` with an alpha band, or without, with its own range or that of `space`.
-// Raise 13 for a space that has an alpha band already, or has none, and for one without a partner.
+// Raise invalidValue (13) for a space that has an alpha band already, or has none, and for one
+// without a partner.
 QEL_API MoxSmartPtr<QelColorSpace> newAddAlpha(QelColorSpace const & space, bool keepRange = false);
 QEL_API MoxSmartPtr<QelColorSpace> newRemoveAlpha(QelColorSpace const & space,
                                                   bool keepRange = false);

@@ -18,18 +18,19 @@
 // copies are independent of each other in this, too.
 //
 // An operation that raises changes nothing, unless it says otherwise. A bad index of a dimension
-// raises 7 "index value ", the index, " into coord space with ", the number and " dimensions".
+// raises outOfRange (7) "index value ", the index, " into coord space with ", the number and "
+// dimensions".
 class QEL_API QelCoordSpace : public virtual ZanRefCount {
   public:
     using OwnedDimension = std::unique_ptr<QelDimension>;
 
-    // Raise 4 "Null pointer passed to QelCoordSpace ctr".
+    // Raise nullPointer (4) "Null pointer passed to QelCoordSpace ctr".
     explicit QelCoordSpace(OwnedDimension dimension);
     QelCoordSpace(OwnedDimension first, OwnedDimension second);
     explicit QelCoordSpace(std::vector<OwnedDimension> dimensions);
     QelCoordSpace(QelCoordSpace const & other);
-    // Raises 9 for a space in which some dimensions are fixed; such a class has an assignment of
-    // its own.
+    // Raises unsupported (9) for a space in which some dimensions are fixed; such a class has an
+    // assignment of its own.
     QelCoordSpace & operator=(QelCoordSpace const & other);
     virtual ~QelCoordSpace();
 
@@ -48,23 +49,25 @@ class QEL_API QelCoordSpace : public virtual ZanRefCount {
     virtual void setDimension(unsigned index, QelDimension const & dimension);
     virtual void setDimension(QelDimension const & dimension);
 
-    // Sets the range of each dimension. Raises 400, the box's number of dimensions, "-dimensional
-    // box passed to setExtentsBox( ) on ", the space's and "-dimensional coord space".
+    // Sets the range of each dimension. Raises countsDiffer (400), the box's number of dimensions,
+    // "-dimensional box passed to setExtentsBox( ) on ", the space's and "-dimensional coord
+    // space".
     virtual void setExtentsBox(QelBox const & box);
 
     unsigned numDimensions() const;
     // Valid until the space is changed or goes.
     QelDimension const & dimension(unsigned index) const;
-    // Raises 404 "Could not locate dimension named \"", the name and "\" in coordinate space".
+    // Raises noSuchDimension (404) "Could not locate dimension named \"", the name and "\" in
+    // coordinate space".
     unsigned indexOf(std::string const & name) const;
 
     // At the end; ahead of the one at `index` or of that name, where `index` may be the number of
-    // dimensions. Raise 4 for null.
+    // dimensions. Raise nullPointer (4) for null.
     void addDimension(OwnedDimension dimension);
     void insertDimension(OwnedDimension dimension, unsigned index);
     void insertDimension(OwnedDimension dimension, std::string const & before);
-    // The last dimension that there is stays: raises 9 "Cannot remove the only dimension of a
-    // coord space".
+    // The last dimension that there is stays: raises unsupported (9) "Cannot remove the only
+    // dimension of a coord space".
     void removeDimension(unsigned index);
     void renameDimension(unsigned index, std::string const & name);
     void swapDimensions(unsigned a, unsigned b);

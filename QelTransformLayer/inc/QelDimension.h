@@ -17,15 +17,15 @@
 // nothing.
 class QEL_API QelDimension {
   public:
-    // Pixel based. Raises 309 "pixel based dimension object constructed with width equal to zero
-    // pixels".
+    // Pixel based. Raises illegalWidth (309) "pixel based dimension object constructed with width
+    // equal to zero pixels".
     QelDimension(std::string name, unsigned pixels);
-    // From 0.0, closed, discrete if the unit is pixels. Raises 411 "dimension based on relative
-    // unit of measure must have a width of 0.0 or 1.0", 309 "Dimension object constructed with
-    // width <= 0.0".
+    // From 0.0, closed, discrete if the unit is pixels. Raises illegalExtent (411) "dimension based
+    // on relative unit of measure must have a width of 0.0 or 1.0", 309 "Dimension object
+    // constructed with width <= 0.0".
     QelDimension(std::string name, QelValue const & width);
-    // Closed; the width is converted to the origin's unit. Raises 411 for a combination that the
-    // kind does not allow, 309 for a width that is not above 0.0.
+    // Closed; the width is converted to the origin's unit. Raises illegalExtent (411) for a
+    // combination that the kind does not allow, 309 for a width that is not above 0.0.
     QelDimension(std::string name, QelValue const & origin, QelValue const & width, int discrete);
     QelDimension(QelDimension const &) = default;
     QelDimension & operator=(QelDimension const &) = delete;
@@ -33,23 +33,24 @@ class QEL_API QelDimension {
 
     virtual std::unique_ptr<QelDimension> clone() const;
 
-    // Converts the extent. Into pixels or a relative unit only from arbitrary units: raises 306
-    // "Cannot convert dimension object from unit "...; the extent is then the same number of pixels
-    // from 0, or 1.0 from 0.0. Raises 306 for a unit that the present one does not convert to, and
-    // 309 when the width is not above 0.0 any more.
+    // Converts the extent. Into pixels or a relative unit only from arbitrary units: raises
+    // cannotConvertUnit (306) "Cannot convert dimension object from unit "...; the extent is then
+    // the same number of pixels from 0, or 1.0 from 0.0. Raises cannotConvertUnit (306) for a unit
+    // that the present one does not convert to, and 309 when the width is not above 0.0 any more.
     virtual void setUnit(int unit);
     virtual void setName(std::string name);
-    // Keeps the width. Raises 312 in pixels and relative units.
+    // Keeps the width. Raises unsuitableUnit (312) in pixels and relative units.
     virtual void setOrigin(QelValue const & origin);
-    // Keeps the origin. Raises 312 in relative units, 309 for a width that is not above 0.0.
+    // Keeps the origin. Raises unsuitableUnit (312) in relative units, illegalWidth (309) for a
+    // width that is not above 0.0.
     virtual void setWidth(QelValue const & width);
     // setWidth(), and setOrigin() unless the dimension is pixel based.
     virtual void setRange(QelValueRange const & range);
-    // Moves the extent. Raises 312 in pixels and relative units.
+    // Moves the extent. Raises unsuitableUnit (312) in pixels and relative units.
     virtual void translate(QelValue const & distance);
     // Multiplies origin and width; a negative factor mirrors the extent. In pixels the width alone,
-    // by the factor's magnitude. Raises 312 in relative units, 309 when the width is then not above
-    // 0.0.
+    // by the factor's magnitude. Raises unsuitableUnit (312) in relative units, illegalWidth (309)
+    // when the width is then not above 0.0.
     virtual void scale(double factor);
 
     std::string const & name() const { return name_; }
@@ -61,7 +62,7 @@ class QEL_API QelDimension {
     bool isRelative() const;
 
   protected:
-    // Raises 312 with `action`, the plural name of the unit and a quote.
+    // Raises unsuitableUnit (312) with `action`, the plural name of the unit and a quote.
     [[noreturn]] void refuse(char const * action) const;
     // For operations that take back what they did.
     void restoreRange(QelValueRange const & range) { range_.replaceWith(range); }

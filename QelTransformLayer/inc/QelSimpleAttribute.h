@@ -103,8 +103,8 @@ struct QEL_API QelAttributeText<QelStringList> {
 // MoxSmartPtr<QelColorSpace>, a std::string, a std::wstring, a QelStringList, or any type that can
 // be copied and has stream operators or a QelAttributeText.
 //
-// Operations that change the value raise 21 with the name as the whole text while the attribute is
-// locked, ahead of everything, and what QelAttribute::changed() raises.
+// Operations that change the value raise attributeLocked (21) with the name as the whole text while
+// the attribute is locked, ahead of everything, and what QelAttribute::changed() raises.
 template <class T>
 class QEL_API QelSimpleAttribute : public QelAttribute {
   public:

@@ -16,9 +16,9 @@
 // the left unit's tolerance, so that exactly one of a < b, a == b and a > b holds. It is not
 // symmetric across units, and not transitive.
 //
-// Operations on two values raise 306 when these do not convert:
-// "Cannot convert from unit ", plural name, " (id = ", id, ") to unit ", plural name, " (id = ", id
-// and ")". All operations that take a unit raise 300 for an identifier outside 0 to 255 and 301 for
+// Operations on two values raise cannotConvertUnit (306) when these do not convert: "Cannot convert
+// from unit ", plural name, " (id = ", id, ") to unit ", plural name, " (id = ", id and ")". All
+// operations that take a unit raise noSuchUnit (300) for an identifier outside 0 to 255 and 301 for
 // one that is not registered.
 //
 // The registry of units is process-wide and filled on first use. Any number of threads may read
@@ -90,7 +90,7 @@ class QEL_API QelValue {
     // Rows stay where they are for the life of the process.
     static QelUnitInfo const & getUnitInfo(int id);
     // Singular names first, then plural ones, each by ascending identifier, whatever their case.
-    // Raises 300 for a name that no unit has.
+    // Raises noSuchUnit (300) for a name that no unit has.
     static QelUnitInfo const & getUnitInfo(std::string const & name);
 
     // Adds a unit of the client's, with an identifier from 128 to 255. Checked in this order, each
@@ -109,11 +109,11 @@ class QEL_API QelValue {
     // Are they equal, or one of them arbitrary, or have they the same standard unit?
     static bool isCompatible(int idA, int idB);
 
-    // Raises 13 for a negative tolerance.
+    // Raises invalidValue (13) for a negative tolerance.
     static void setTolerance(int id, double tolerance);
     // The tolerance of all units that have the standard unit `id`, as one physical distance, given
-    // in that unit; of a unit that converts to no other, that one's own. Raises 305 for a unit
-    // that is no standard unit, and 13 for a negative tolerance.
+    // in that unit; of a unit that converts to no other, that one's own. Raises notAStandardUnit
+    // (305) for a unit that is no standard unit, and 13 for a negative tolerance.
     static void setStandardTolerance(int id, double tolerance);
 
   private:
@@ -143,8 +143,8 @@ QEL_API QelValue pixels(QelValue const & value);
 // 1.0, else its plural name.
 QEL_API std::ostream & operator<<(std::ostream & out, QelValue const & value);
 
-// A number, blanks, and a unit's name, singular or plural, as it is spelled. Raises 13 "Bad unit
-// for QelValue", with the stream's bad bit set, for anything else. A name that is the beginning of
-// one that stands before it in the registry is not found: "1 mil" fails because of "millimeter",
-// "2 mils" does not.
+// A number, blanks, and a unit's name, singular or plural, as it is spelled. Raises invalidValue
+// (13) "Bad unit for QelValue", with the stream's bad bit set, for anything else. A name that is
+// the beginning of one that stands before it in the registry is not found: "1 mil" fails because of
+// "millimeter", "2 mils" does not.
 QEL_API std::istream & operator>>(std::istream & in, QelValue & value);

@@ -15,12 +15,12 @@
 // A range of width 0.0 has both ends closed or both open; it contains nothing.
 //
 // A plain value but for one thing: assigning to a range keeps the unit of that range, see
-// operator=. Operations with values and ranges of units that do not convert raise 306 and change
-// nothing.
+// operator=. Operations with values and ranges of units that do not convert raise cannotConvertUnit
+// (306) and change nothing.
 class QEL_API QelValueRange {
   public:
-    // `width` may have another unit, to be converted. `discrete` is 0 or not. Raises 309 "Negative
-    // width value".
+    // `width` may have another unit, to be converted. `discrete` is 0 or not. Raises illegalWidth
+    // (309) "Negative width value".
     QelValueRange(QelValue const & min, QelValue const & width, int discrete, bool minClosed,
                   bool maxClosed);
     QelValueRange(QelValueRange const &) = default;
@@ -53,12 +53,12 @@ class QEL_API QelValueRange {
 
     // Keeps the width.
     void setMin(QelValue const & min);
-    // Keeps the minimum. Raises 309 "Negative width value".
+    // Keeps the minimum. Raises illegalWidth (309) "Negative width value".
     void setWidth(QelValue const & width);
 
-    // Keep the other end. Raise 308 "Range with min value of ", the minimum, " and max value of ",
-    // the maximum, " (unit identifier = ", the unit's and ")" when the maximum would lie below the
-    // minimum by more than the tolerance; the ends are changed already then.
+    // Keep the other end. Raise invertedRange (308) "Range with min value of ", the minimum, " and
+    // max value of ", the maximum, " (unit identifier = ", the unit's and ")" when the maximum
+    // would lie below the minimum by more than the tolerance; the ends are changed already then.
     void setMinKeepMax(QelValue const & min);
     void setMax(QelValue const & max);
     void setMinMax(QelValue const & min, QelValue const & max);

@@ -7,13 +7,14 @@
 
 // A fixed number of values, each with a unit of its own.
 //
-// Indices count from 0; a bad one raises 7 "index value ", the index, " into vector containing ",
-// the size and " elements". Operations between vectors of different sizes raise 307; those with
-// elements that do not convert raise 306. Both change nothing.
+// Indices count from 0; a bad one raises outOfRange (7) "index value ", the index, " into vector
+// containing ", the size and " elements". Operations between vectors of different sizes raise
+// lengthsDiffer (307); those with elements that do not convert raise cannotConvertUnit (306). Both
+// change nothing.
 class QEL_API QelValueVector {
   public:
-    // All elements 0.0 in arbitrary units, or `value`. Raises 13 "Value vector size must be greater
-    // than zero".
+    // All elements 0.0 in arbitrary units, or `value`. Raises invalidValue (13) "Value vector size
+    // must be greater than zero".
     explicit QelValueVector(unsigned size);
     QelValueVector(unsigned size, QelValue const & value);
     QelValueVector(QelValueVector const &) = default;
@@ -27,8 +28,8 @@ class QEL_API QelValueVector {
     unsigned size() const { return static_cast<unsigned>(elements_.size()); }
     QelValue const & element(unsigned index) const;
     void setElement(unsigned index, QelValue const & value);
-    // Elements `low` to `high`, inclusive. Raises 7 "low index value ", low, " is greater than high
-    // index value ", high, " of range of vector elements".
+    // Elements `low` to `high`, inclusive. Raises outOfRange (7) "low index value ", low, " is
+    // greater than high index value ", high, " of range of vector elements".
     void setElements(unsigned low, unsigned high, QelValue const & value);
 
     // Element by element, in this vector's units.
@@ -37,7 +38,7 @@ class QEL_API QelValueVector {
 
   private:
     void checkIndex(unsigned index) const;
-    // Raises 307 with `action`, both sizes and the words between them.
+    // Raises lengthsDiffer (307) with `action`, both sizes and the words between them.
     void checkSize(QelValueVector const & other, char const * before, char const * between) const;
     std::vector<QelValue> converted(QelValueVector const & other) const;
 
@@ -45,5 +46,5 @@ class QEL_API QelValueVector {
 };
 
 // Two vectors are equal when they have as many elements, and each equals the other's by
-// QelValue's ==. Raises 306 as that does.
+// QelValue's ==. Raises cannotConvertUnit (306) as that does.
 QEL_API bool operator==(QelValueVector const & a, QelValueVector const & b);

@@ -23,7 +23,7 @@ class QEL_API QelXyBox : public QelBox {
     QelValue const & height() const { return range(1).width(); }
 };
 
-// Reads that form; the ranges become continuous, with both ends closed. Raises 13 "Invalid QelXyBox
-// value" for any other text, "Bad unit for QelValue" for a bad value in it, and what a range of
-// such values raises; the box stays as it is.
+// Reads that form; the ranges become continuous, with both ends closed. Raises invalidValue (13)
+// "Invalid QelXyBox value" for any other text, "Bad unit for QelValue" for a bad value in it, and
+// what a range of such values raises; the box stays as it is.
 QEL_API std::istream & operator>>(std::istream & in, QelXyBox & box);

@@ -34,17 +34,17 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
 
     // One pixel by one pixel, or 1.0 by 1.0 in another unit, without resolutions.
     explicit QelXyCoordSpace(int unit);
-    // Pixel based. Raises 407 "Cannot construct zero pixel-wide coordinate space", 408 "Cannot
-    // construct zero pixel-high coordinate space".
+    // Pixel based. Raises zeroPixelsWide (407) "Cannot construct zero pixel-wide coordinate space",
+    // 408 "Cannot construct zero pixel-high coordinate space".
     QelXyCoordSpace(unsigned width, unsigned height);
     // Continuous from 0.0, without resolutions; pixel based, rounded, if the width is in pixels.
-    // The height is converted to the width's unit. Raises 412 or 413 for what is not above 0.0, 312
-    // for a relative unit.
+    // The height is converted to the width's unit. Raises illegalWorldWidth (412) or 413 for what
+    // is not above 0.0, 312 for a relative unit.
     QelXyCoordSpace(QelValue const & width, QelValue const & height);
     // As large as the pixels of `resolution` are at its dots per unit, in the unit of its
-    // horizontal half, with this one row. Raises 402 for a relative unit, and for pixels with dots
-    // per unit other than 1.0; 303 for dots per unit that are not above 0.0; 407 and 408 for 0
-    // pixels.
+    // horizontal half, with this one row. Raises noDotsPerUnit (402) for a relative unit, and for
+    // pixels with dots per unit other than 1.0; 303 for dots per unit that are not above 0.0; 407
+    // and 408 for 0 pixels.
     explicit QelXyCoordSpace(Resolution const & resolution);
     QelXyCoordSpace(QelXyCoordSpace const & other);
     QelXyCoordSpace & operator=(QelXyCoordSpace const & other);
@@ -54,15 +54,15 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     // The text form, see operator>>.
     void print(std::ostream & out) const override;
 
-    // For dimensions 0 and 1, setXyUnit(). Raises 311 for further dimensions in pixels or a
-    // relative unit.
+    // For dimensions 0 and 1, setXyUnit(). Raises cannotConvertDimension (311) for further
+    // dimensions in pixels or a relative unit.
     void setDimensionUnit(unsigned index, int unit) override;
     void setUnit(int unit) override;
     // The samples are kept (in pixels, the dots per unit).
     void scaleDimension(unsigned index, double factor) override;
     void scale(double factor) override;
     void translateDimension(unsigned index, QelValue const & distance) override;
-    // Raise 9 for x and y.
+    // Raise unsupported (9) for x and y.
     void setDimension(unsigned index, QelDimension const & dimension) override;
     using QelCoordSpace::setDimension;
 
@@ -72,23 +72,26 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     virtual void setXyUnit(int unit);
 
     // With `keepDpu` the dots per unit stay, otherwise the samples. A negative factor mirrors the
-    // axis. Raise 310 for a factor of 0.0. The first two are for all dimensions, or one.
+    // axis. Raise illegalFactor (310) for a factor of 0.0. The first two are for all dimensions, or
+    // one.
     virtual void scaleDimension(unsigned index, double factor, bool keepDpu);
     virtual void scale(double factor, bool keepDpu);
     virtual void scaleX(double factor, bool keepDpu);
     virtual void scaleY(double factor, bool keepDpu);
     virtual void scaleXY(double factor, bool keepDpu);
-    // The width alone, from the same origin. Raise 310 for a factor that is not above 0.0.
+    // The width alone, from the same origin. Raise illegalFactor (310) for a factor that is not
+    // above 0.0.
     virtual void scaleWidth(double factor, bool keepDpu);
     virtual void scaleHeight(double factor, bool keepDpu);
     virtual void scaleWidthHeight(double factor, bool keepDpu);
     // Transposes the space: x becomes y, with everything that belongs to it.
     virtual void swapXY();
 
-    // Extent and origin of axis 0 or 1; another one raises 7. A value in pixels refers to the
-    // selected resolution (312 without one), for an origin to a pixel's centre; one in a relative
-    // unit to the present extents. setOrigin() does nothing in pixels and raises 312 in a relative
-    // unit; setWidth() raises 312 in a relative unit and 411 for less than a pixel.
+    // Extent and origin of axis 0 or 1; another one raises outOfRange (7). A value in pixels refers
+    // to the selected resolution (312 without one), for an origin to a pixel's centre; one in a
+    // relative unit to the present extents. setOrigin() does nothing in pixels and raises
+    // unsuitableUnit (312) in a relative unit; setWidth() raises unsuitableUnit (312) in a relative
+    // unit and 411 for less than a pixel.
     void setOrigin(unsigned axis, QelValue const & origin);
     void setWidth(unsigned axis, QelValue const & width, bool keepDpu);
 
@@ -103,23 +106,24 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     // ---- Resolutions
 
     unsigned numResolutions() const { return xDimension().numResolutions(); }
-    // Raises 7.
+    // Raises outOfRange (7).
     Resolution getResolution(unsigned index) const;
     bool isArbitraryRes() const;
     bool hasPixelResolution(std::uint32_t widthPixels, std::uint32_t heightPixels) const;
-    // This, and what else takes a resolution in dots per unit, raises 306 for a unit that does not
-    // convert and 405 for less than half a sample.
+    // This, and what else takes a resolution in dots per unit, raises cannotConvertUnit (306) for a
+    // unit that does not convert and 405 for less than half a sample.
     bool supportsResolution(Resolution const & resolution) const;
 
-    // All raise 312 in a relative unit. In pixels, adding a row changes the size (312 for an
-    // arbitrary half), and removing one does nothing. addResolution() raises 407 and 408 for 0
-    // pixels, removeResolution() 7. A selection stays, even when its row goes.
+    // All raise unsuitableUnit (312) in a relative unit. In pixels, adding a row changes the size
+    // (312 for an arbitrary half), and removing one does nothing. addResolution() raises
+    // zeroPixelsWide (407) and 408 for 0 pixels, removeResolution() 7. A selection stays, even when
+    // its row goes.
     void addResolution(Resolution const & resolution);
     void addResolution(std::uint32_t widthPixels, std::uint32_t heightPixels);
     void removeResolution(unsigned index);
 
-    // The first row that has these counts; what is arbitrary takes them. Raise 407 for 0, 409 for
-    // counts that no row has.
+    // The first row that has these counts; what is arbitrary takes them. Raise zeroPixelsWide (407)
+    // for 0, noSuchResolution (409) for counts that no row has.
     void selectResolution(std::uint32_t widthPixels, std::uint32_t heightPixels);
     void selectResolution(Resolution const & resolution);
     // Nothing in pixels.
@@ -133,7 +137,8 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     std::int32_t selectedPixelHeight() const override;
 
     // The horizontal resolution that belongs to the vertical one `y`, and the other way round.
-    // Raise 403 for an arbitrary one, 409 for one that no row has.
+    // Raise arbitraryResolution (403) for an arbitrary one, noSuchResolution (409) for one that no
+    // row has.
     QelResolution findHorzResolution(QelResolution const & y) const;
     QelResolution findVertResolution(QelResolution const & x) const;
 
@@ -146,12 +151,13 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     bool findClosestResolution(Resolution & found, Resolution const & wanted, unsigned mode) const;
 
     // The row of most pixels; 0 and 0 for an arbitrary-res space, 0 for the axis that is arbitrary
-    // in the rows that are so on one axis, which win. Raises 410 without resolutions.
+    // in the rows that are so on one axis, which win. Raises noSelectedResolution (410) without
+    // resolutions.
     void getMaxResolution(std::uint32_t & width, std::uint32_t & height) const;
 
     // Leaves the rows that `other` has too, by pixels, or by dots per unit (see
-    // QelResolution::isEquivalent()). A null `other` has none. Raise 600 "No remaining
-    // resolutions" where a pixel based space would lose its own.
+    // QelResolution::isEquivalent()). A null `other` has none. Raise noCommonResolution (600) "No
+    // remaining resolutions" where a pixel based space would lose its own.
     void intersectResolutions(QelXyCoordSpace const * other);
     void intersectDpuResolutions(QelXyCoordSpace const * other, double tolerance, bool relative);
 
@@ -166,8 +172,8 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     // resolution? Raises nothing.
     bool isCompatible(QelXyCoordSpace const & other) const;
 
-    // A space of other extents with the same dots per unit in each row. Raises 128 where a pixel
-    // based space would change its size.
+    // A space of other extents with the same dots per unit in each row. Raises pixelCountsDiffer
+    // (128) where a pixel based space would change its size.
     MoxSmartPtr<QelXyCoordSpace> newSpace(QelValue const & width, QelValue const & height) const;
 
     // ---- Conversions
@@ -179,8 +185,9 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     // position, or the pixels whose centres lie in the closed range. From pixels: a position or the
     // start of a range is that of a pixel's centre, not of its near edge.
     //
-    // Raise 410 when pixels are asked for without a selection and there is not exactly one
-    // resolution, 403 when that is arbitrary, and 306 between what does not convert.
+    // Raise noSelectedResolution (410) when pixels are asked for without a selection and there is
+    // not exactly one resolution, 403 when that is arbitrary, and 306 between what does not
+    // convert.
     QelValue convertHorzPosition(QelValue const & position, int unit, bool discrete = false) const;
     QelValue convertVertPosition(QelValue const & position, int unit, bool discrete = false) const;
     QelValue convertHorzSpan(QelValue const & span, int unit, bool discrete = false) const;
@@ -247,12 +254,12 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
 // "QelXyCoordSpace::Resolution[", its pixels "WIDTH,HEIGHT:", its dots per unit "X,Y/", the
 // singular name of the unit, and "]".
 //
-// The reader wants no blank ahead of "h=", so that the writer's own text raises 13 "Bad unit for
-// QelValue". It takes "]" right after the height as an empty list. Raises 13 too for a width or
-// height that is not above 0.0 ("Width must be greater than 0.0", "Height must be greater than
-// 0.0"), for a bad row ("Invalid QelXyCoordSpace::Resolution"), for what comes to an end ("Invalid
-// QelXyCoordSpace value"); and what the constructors and addResolution() raise. The space then
-// stays as it is.
+// The reader wants no blank ahead of "h=", so that the writer's own text raises invalidValue (13)
+// "Bad unit for QelValue". It takes "]" right after the height as an empty list. Raises
+// invalidValue (13) too for a width or height that is not above 0.0 ("Width must be greater than
+// 0.0", "Height must be greater than 0.0"), for a bad row ("Invalid QelXyCoordSpace::Resolution"),
+// for what comes to an end ("Invalid QelXyCoordSpace value"); and what the constructors and
+// addResolution() raise. The space then stays as it is.
 QEL_API std::istream & operator>>(std::istream & in, QelXyCoordSpace & space);
 
 // The same for a pointer: null is "NULL".

@@ -20,7 +20,8 @@ class QEL_API QelXyDimension : public QelDimension {
     QelXyDimension(std::string name, unsigned pixels);
     QelXyDimension(std::string name, QelValue const & width);
     QelXyDimension(std::string name, QelValue const & origin, QelValue const & width, int discrete);
-    // With one resolution, or a list. Raise 312 when the kind of dimension does not allow it.
+    // With one resolution, or a list. Raise unsuitableUnit (312) when the kind of dimension does
+    // not allow it.
     QelXyDimension(std::string name, QelValue const & origin, QelValue const & width,
                    QelResolution const & resolution, int discrete);
     QelXyDimension(std::string name, QelValue const & origin, QelValue const & width,
@@ -44,24 +45,24 @@ class QEL_API QelXyDimension : public QelDimension {
     virtual void scale(double factor, bool keepDpu);
 
     // `resolution` in full form for this dimension: dots per its unit, and the samples across it,
-    // rounded to the nearest. An arbitrary one stays so. Raises 312 for a width of 0.0, 306 for
-    // units that do not convert, 405 for less than half a sample; more than 4294967295 samples
-    // count as that.
+    // rounded to the nearest. An arbitrary one stays so. Raises unsuitableUnit (312) for a width of
+    // 0.0, 306 for units that do not convert, 405 for less than half a sample; more than 4294967295
+    // samples count as that.
     QelResolution specify(QelResolution const & resolution) const;
 
-    // Raises 312 in relative units, in pixels too.
+    // Raises unsuitableUnit (312) in relative units, in pixels too.
     void addResolution(QelResolution const & resolution);
     void clearResolutions();
     void removeResolution(unsigned index);
     void replaceResolution(unsigned index, QelResolution const & resolution);
-    // Raise 7 for a bad index.
+    // Raise outOfRange (7) for a bad index.
     QelResolution const & resolution(unsigned index) const;
     unsigned numResolutions() const { return static_cast<unsigned>(resolutions_.size()); }
 
     // Multiply the samples of every entry, or of one, rounded down, and leave the extent alone;
-    // arbitrary entries stay. In pixels it is the extent that changes. Raise 310 for a factor that
-    // is not above 0.0, and for a numerator or denominator of 0; 7 for a bad index; 405 when no
-    // sample is left, with the entries before that one changed already.
+    // arbitrary entries stay. In pixels it is the extent that changes. Raise illegalFactor (310)
+    // for a factor that is not above 0.0, and for a numerator or denominator of 0; 7 for a bad
+    // index; 405 when no sample is left, with the entries before that one changed already.
     void scalePixels(double factor);
     void scalePixels(unsigned index, double factor);
     void scalePixels(int denominator, int numerator);

@@ -23,16 +23,16 @@
 // Copies share box and space until one of them is changed. Ranges in other units are converted once
 // and kept, so that even reading belongs to one thread; copies are independent.
 //
-// All operations that set the box raise 410 for one in pixels without a selected resolution, and
-// 306 for a relative unit that the space does not have or a unit that does not convert. An
-// operation that raises changes nothing.
+// All operations that set the box raise noSelectedResolution (410) for one in pixels without a
+// selected resolution, and 306 for a relative unit that the space does not have or a unit that does
+// not convert. An operation that raises changes nothing.
 class QEL_API QelXyRegion : public QelRegion {
   public:
     // Walks the tiles that a region touches, row by row from the left. This base forwards to one
     // that knows the class of the region.
     class QEL_API Iterator {
       public:
-        // Raises 4 "Null region provided to Iterator".
+        // Raises nullPointer (4) "Null region provided to Iterator".
         explicit Iterator(std::unique_ptr<Iterator> walker);
         Iterator(Iterator const &) = delete;
         Iterator & operator=(Iterator const &) = delete;
@@ -59,10 +59,10 @@ class QEL_API QelXyRegion : public QelRegion {
     MoxConstSmartPtr<QelXyCoordSpace> xyCoordSpace() const;
 
     // The box keeps its place in the image: it is mapped by the ratio of the extents, and is then
-    // in the new space's unit. Raises 4 "null coordinate space pointer passed to function", 2
-    // "coord space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace", and 306
-    // between spaces in width relative and height relative units. Between spaces in the same
-    // relative unit there is nothing to do.
+    // in the new space's unit. Raises nullPointer (4) "null coordinate space pointer passed to
+    // function", 2 "coord space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace",
+    // and 306 between spaces in width relative and height relative units. Between spaces in the
+    // same relative unit there is nothing to do.
     void setCoordSpace(QelCoordSpace const * space) override;
 
     // The run-time class, the key of the registry.
@@ -109,8 +109,8 @@ class QEL_API QelXyRegion : public QelRegion {
     // Without a space, empty: to be read from a text.
     QelXyRegion();
 
-    // All raise 4 "Cannot construct QelXyRegion with NULL coord space pointer". The space is
-    // copied. The first one is for all of it.
+    // All raise nullPointer (4) "Cannot construct QelXyRegion with NULL coord space pointer". The
+    // space is copied. The first one is for all of it.
     explicit QelXyRegion(QelXyCoordSpace const * space);
     QelXyRegion(QelXyCoordSpace const * space, QelXyBox const & box);
     // From corner to corner, in the units of the first one.

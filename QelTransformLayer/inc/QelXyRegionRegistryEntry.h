@@ -26,6 +26,6 @@ class QEL_API QelXyRegionRegistryEntry {
     std::string name_;
 };
 
-// A new region of the class of that name. Raises 13 "Class ", the name and " is not registered as
-// an QelXyRegion.".
+// A new region of the class of that name. Raises invalidValue (13) "Class ", the name and " is not
+// registered as an QelXyRegion.".
 QEL_API MoxSmartPtr<QelXyRegion> qelNewRegion(std::string const & className);

@@ -11,8 +11,9 @@ class QEL_API QelXySimpleRegion : public QelXyRegion {
   public:
     class QEL_API Iterator : public QelXyRegion::Iterator {
       public:
-        // The tiles of the grid of `tiling` that the region's pixels lie in. Raises 4 "NULL region
-        // pointer passed to QelXySimplRegion::Iterator ctr", and what pixelBounds() raises.
+        // The tiles of the grid of `tiling` that the region's pixels lie in. Raises nullPointer (4)
+        // "NULL region pointer passed to QelXySimplRegion::Iterator ctr", and what pixelBounds()
+        // raises.
         Iterator(MoxConstSmartPtr<QelXySimpleRegion> region, QelDataOrg const & tiling);
         ~Iterator() override;
 
@@ -59,9 +60,9 @@ class QEL_API QelXySimpleRegion : public QelXyRegion {
 
     MoxSmartPtr<QelRegion> clone() const override;
 
-    // "QelXySimpleRegion[", the space or "NULL", ", ", the box and "]". read() raises 13 "Invalid
-    // QelXySimpleRegion value" for what is neither, and what the readers of the space and the box
-    // raise.
+    // "QelXySimpleRegion[", the space or "NULL", ", ", the box and "]". read() raises invalidValue
+    // (13) "Invalid QelXySimpleRegion value" for what is neither, and what the readers of the space
+    // and the box raise.
     void read(std::istream & in) override;
     void write(std::ostream & out) const override;
     bool equal(QelRegion const & other) const override;

@@ -19,7 +19,8 @@ enum ZanThreadState {
 //
 // A launch runs run() once, on a thread of its own. A ZanError that leaves run() is kept for
 // getError(), as a plain ZanError; any other exception is kept as a ZanError with component "Zan",
-// code 10, and the exception's text on a second line ("Unknown exception" when it has none).
+// code unexpectedException (10), and the exception's text on a second line ("Unknown exception"
+// when it has none).
 //
 // Ownership: counted. From launch() to its end the body holds a reference of its own, so an owner
 // that has launched a thread may drop it; the object then dies on that thread, before anyone
@@ -46,8 +47,9 @@ class QEL_API ZanThreadBase : public ZanRefCount {
 
     // Starts the body on a thread of its own, and drops the error of an earlier launch. When no
     // thread can be had the result is false, the state ZAN_THREAD_LAUNCH_FAILED, and getError()
-    // yields a ZanError ("Zan", code 10) with the system's text. The object can be launched again
-    // after that and after the body has ended. Raises a ZanError ("Zan", code 3) while running.
+    // yields a ZanError ("Zan", code unexpectedException (10)) with the system's text. The object
+    // can be launched again after that and after the body has ended. Raises a ZanError ("Zan", code
+    // misuse (3)) while running.
     bool launch();
 
     // -2 (least) to 2 (most), relative to the process; values outside are limited to that range.

@@ -73,7 +73,7 @@ struct ZanThreadBase::Registry {
         return registry.get();
     }
 
-    // Marks a thread as running. Raises code 3 when it is.
+    // Marks a thread as running. Raises code misuse (3) when it is.
     void claim(State & state);
     void enter(StatePointer const & state);
     void bodyBegins(State & state);

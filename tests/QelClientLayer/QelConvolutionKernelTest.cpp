@@ -156,7 +156,7 @@ TEST(QelConvolutionKernel, WeightBeyondTheReachIs0) {
 TEST(QelConvolutionKernel, RefusesNumbersOfWeightsThatMakeNoSquareAroundAPixel) {
     for (std::size_t const count : std::vector<std::size_t>{0, 2, 4, 16, 24, 131 * 131}) {
         SCOPED_TRACE(count);
-        expectRaises(13,
+        expectRaises(QelErrorCode::invalidValue,
                      "A kernel of " + std::to_string(count) +
                          " weights is impossible; their number must be 1, 9, 25 or another square "
                          "of an odd number up to 129",
@@ -171,8 +171,9 @@ TEST(QelConvolutionKernel, RefusesRadiiThatAreTooSmallOrTooLarge) {
                                       std::numeric_limits<std::int32_t>::max()}) {
         std::string const text = "The radius of a kernel is " + std::to_string(radius) +
                                  ", it must lie between 1 and 64";
-        expectRaises(13, text, [&] { QelConvolutionKernel::blur(radius); });
-        expectRaises(13, text, [&] { QelConvolutionKernel::unsharp(radius); });
+        expectRaises(QelErrorCode::invalidValue, text, [&] { QelConvolutionKernel::blur(radius); });
+        expectRaises(QelErrorCode::invalidValue, text,
+                     [&] { QelConvolutionKernel::unsharp(radius); });
     }
 }
 
@@ -181,16 +182,17 @@ TEST(QelConvolutionKernel, RefusesWeightsThatAreNotFinite) {
     for (double const bad : {std::nan(""), infinity, -infinity}) {
         Weights weights(9, 1);
         weights[4] = bad;
-        expectRaises(13, notFinite, [&] { QelConvolutionKernel{weights}; });
-        expectRaises(13, notFinite, [&] { QelConvolutionKernel{{bad}}; });
+        expectRaises(QelErrorCode::invalidValue, notFinite, [&] { QelConvolutionKernel{weights}; });
+        expectRaises(QelErrorCode::invalidValue, notFinite, [&] { QelConvolutionKernel{{bad}}; });
     }
 }
 
 TEST(QelConvolutionKernel, RefusesWeightsWhoseSumOverflows) {
-    expectRaises(13, notFinite, [] { QelConvolutionKernel{Weights(9, 1e308)}; });
+    expectRaises(QelErrorCode::invalidValue, notFinite,
+                 [] { QelConvolutionKernel{Weights(9, 1e308)}; });
     Weights opposed(9, 1e308);
     opposed[0] = opposed[1] = opposed[2] = opposed[3] = -1e308;
-    expectRaises(13, notFinite, [&] { QelConvolutionKernel{opposed}; });
+    expectRaises(QelErrorCode::invalidValue, notFinite, [&] { QelConvolutionKernel{opposed}; });
     EXPECT_EQ(Weights{1}, QelConvolutionKernel({1.7e308}).weights());
 }
 

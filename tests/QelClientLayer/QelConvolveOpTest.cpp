@@ -213,9 +213,11 @@ TEST(QelConvolveOp, KernelIsTheOneGiven) {
 
 TEST(QelConvolveOp, RefusesRadiiAsTheKernelDoes) {
     MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new QelTestCardOp(20, 10));
-    expectRaises(13, "The radius of a kernel is 0, it must lie between 1 and 64",
+    expectRaises(QelErrorCode::invalidValue,
+                 "The radius of a kernel is 0, it must lie between 1 and 64",
                  [&] { QelBlurOp(input, 0); });
-    expectRaises(13, "The radius of a kernel is 65, it must lie between 1 and 64",
+    expectRaises(QelErrorCode::invalidValue,
+                 "The radius of a kernel is 65, it must lie between 1 and 64",
                  [&] { QelSharpenOp(input, 65); });
 }
 

@@ -117,7 +117,8 @@ TEST_F(QelJpegReaderOpTest, ManyScansAreRefused) {
         jpeg.num_scans = static_cast<int>(scans.size());
     }));
     ASSERT_GT(scans.size(), 500U);
-    expectRaises(13, "Cannot read " + file + ": it has too many scans", [&] { readPicture(file); });
+    expectRaises(QelErrorCode::invalidValue, "Cannot read " + file + ": it has too many scans",
+                 [&] { readPicture(file); });
 }
 
 TEST_F(QelJpegReaderOpTest, BytesAheadOfAMarkerAreHarmless) {
@@ -140,7 +141,7 @@ TEST_F(QelJpegReaderOpTest, MissingEndIsAnError) {
     Bytes bytes = encoded(*softPicture(101, 67, 1), JCS_GRAYSCALE, plain);
     bytes.resize(bytes.size() - 2);
     std::string const file = write(bytes);
-    expectRaises(13, "Cannot read " + file + ": the file ends too early",
+    expectRaises(QelErrorCode::invalidValue, "Cannot read " + file + ": the file ends too early",
                  [&] { readPicture(file); });
 }
 
@@ -149,7 +150,8 @@ TEST_F(QelJpegReaderOpTest, DataThatEndsWithAMarkerIsAnError) {
     bytes.resize(bytes.size() - 200);
     bytes.insert(bytes.end(), {0xFF, 0xD9});
     std::string const file = write(bytes);
-    expectRaises(13, "Cannot read " + file + ": Corrupt JPEG data: premature end of data segment",
+    expectRaises(QelErrorCode::invalidValue,
+                 "Cannot read " + file + ": Corrupt JPEG data: premature end of data segment",
                  [&] { readPicture(file); });
 }
 
@@ -161,11 +163,13 @@ TEST_F(QelJpegReaderOpTest, ErrorsOfTheHeaderAreTold) {
     Bytes wide = bytes;
     wide[frame + 4] = 12;
     std::string const file = write(wide);
-    expectRaises(13, "Cannot read " + file + ": Unsupported JPEG data precision 12",
+    expectRaises(QelErrorCode::invalidValue,
+                 "Cannot read " + file + ": Unsupported JPEG data precision 12",
                  [&] { qelOpenPicture(file); });
     bytes[frame + 5] = bytes[frame + 6] = 0;
     write(bytes);
-    expectRaises(13, "Cannot read " + file + ": Empty JPEG image (DNL not supported)",
+    expectRaises(QelErrorCode::invalidValue,
+                 "Cannot read " + file + ": Empty JPEG image (DNL not supported)",
                  [&] { qelOpenPicture(file); });
 }
 

@@ -19,8 +19,8 @@ TEST(QelNeighbourOp, ReportsThatItHasNoInput) {
     QelBlurOp op(nullptr);
     QelImageInfo info;
     EXPECT_FALSE(op.outputInfo(info));
-    expectQelError(info.status(), 3, "The op does not refer to any Qel2DImage");
-    expectRaises(3, "The op does not refer to any Qel2DImage", [&] {
+    expectQelError(info.status(), QelErrorCode::misuse, "The op does not refer to any Qel2DImage");
+    expectRaises(QelErrorCode::misuse, "The op does not refer to any Qel2DImage", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
         op.compute(&buffer, 0);
     });
@@ -39,26 +39,28 @@ TEST(QelNeighbourOp, RefusesAnElementTypeInItsReport) {
     NarrowOp op(new Qel2DImage(new GradientOp({.width = 9, .height = 9, .type = 3})));
     QelImageInfo info;
     EXPECT_FALSE(op.outputInfo(info));
-    expectQelError(info.status(), 118,
+    expectQelError(info.status(), QelErrorCode::unsupportedDataType,
                    "The data type float is not a supported data type in " +
                        std::string(QelCoreMisc::classNameOf(op)));
 }
 
 TEST(QelNeighbourOp, RefusesBuffersOfOtherElements) {
     QelBlurOp op(gradientImage(30, 30));
-    expectRaises(119, "Output buffer has invalid precision for Op", [&] {
+    expectRaises(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
         op.compute(&buffer, 0);
     });
-    expectRaises(119, "Output buffer has wrong number of bands for Op", [&] {
-        QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
-        op.compute(&buffer, 0);
-    });
-    expectRaises(150, "Operations on pixels work with QelSimpleDataOrg only", [&] {
-        MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(4, 4);
-        QelRectBuffer buffer(org, 0, 0, 4, 4);
-        op.compute(&buffer, 0);
-    });
+    expectRaises(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op",
+                 [&] {
+                     QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
+                     op.compute(&buffer, 0);
+                 });
+    expectRaises(QelErrorCode::simpleDataOrgNeeded,
+                 "Operations on pixels work with QelSimpleDataOrg only", [&] {
+                     MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(4, 4);
+                     QelRectBuffer buffer(org, 0, 0, 4, 4);
+                     op.compute(&buffer, 0);
+                 });
 }
 
 TEST(QelNeighbourOp, EdgesOfTheImageAreRepeatedAndNotThoseOfTheRegion) {
@@ -146,7 +148,8 @@ TEST(QelNeighbourOp, RefusesAReachBelow0) {
       protected:
         void changeElements(int, QelPixelNeighbours const &) const override {}
     };
-    expectRaises(13, "An operation cannot reach over -1 pixels", [] { BackwardOp(); });
+    expectRaises(QelErrorCode::invalidValue, "An operation cannot reach over -1 pixels",
+                 [] { BackwardOp(); });
 }
 
 TEST(QelNeighbourOp, ChainsComputeOneRingOfTilesMoreForEachOperation) {
@@ -236,7 +239,7 @@ TEST(QelNeighbourOp, FaultsOfTheInputPassThrough) {
     MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new ThrowingOp(
         {.width = 300, .height = 300}, [] { qelRaise(204, "cancelled"); }, 3));
     Qel2DImage image(new QelBlurOp(input));
-    expectRaises(204, "cancelled", [&] { allOf(image); });
+    expectRaises(QelErrorCode::cancelled, "cancelled", [&] { allOf(image); });
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ struct Refusal {
 
 void expectRefused(Refusal const & row) {
     SCOPED_TRACE(row.text);
-    expectRaises(13, row.error, [&] { standard().parse(row.text); });
+    expectRaises(QelErrorCode::invalidValue, row.error, [&] { standard().parse(row.text); });
 }
 
 TEST(QelOpCatalog, ListsTheLibrarysOwnByName) {
@@ -243,11 +243,13 @@ TEST(QelOpCatalog, TakesOperationsOfAClient) {
     EXPECT_STREQ("integer", catalog.ops()[0].parameters[0].typeName());
     EXPECT_EQ(QelOpValues{{3}}, catalog.parse("zoom").values);
     EXPECT_EQ(QelOpValues{{5}}, catalog.parse("zoom:factor=5").values);
-    expectRaises(13, "The value of zoom:factor is \"2.5\", it must be an integer",
+    expectRaises(QelErrorCode::invalidValue,
+                 "The value of zoom:factor is \"2.5\", it must be an integer",
                  [&] { catalog.parse("zoom:factor=2.5"); });
-    expectRaises(13, "There is no operation \"blur\"; there are add and zoom",
+    expectRaises(QelErrorCode::invalidValue,
+                 "There is no operation \"blur\"; there are add and zoom",
                  [&] { catalog.parse("blur"); });
-    expectRaises(13, "There is no operation \"x\"; there are none",
+    expectRaises(QelErrorCode::invalidValue, "There is no operation \"x\"; there are none",
                  [] { QelOpCatalog().parse("x"); });
 }
 
@@ -260,21 +262,25 @@ TEST(QelOpCatalog, ChecksValuesTogetherAsAClientWishes) {
     };
     catalog.add(op);
     EXPECT_EQ((QelOpValues{{4, 9}}), catalog.parse("zoom:factor=4:9").values);
-    expectRaises(13, "too many", [&] { catalog.parse("zoom:factor=1:2:3"); });
-    expectRaises(13, "The value of zoom:factor is \"2.5\", it must be an integer",
+    expectRaises(QelErrorCode::invalidValue, "too many",
+                 [&] { catalog.parse("zoom:factor=1:2:3"); });
+    expectRaises(QelErrorCode::invalidValue,
+                 "The value of zoom:factor is \"2.5\", it must be an integer",
                  [&] { catalog.parse("zoom:factor=1:2.5"); });
 }
 
 TEST(QelOpCatalog, RefusesNamesThatCannotBeAskedFor) {
     QelOpCatalog catalog;
     catalog.add(described("zoom", "factor"));
-    expectRaises(13, "There is an operation \"zoom\" already",
+    expectRaises(QelErrorCode::invalidValue, "There is an operation \"zoom\" already",
                  [&] { catalog.add(described("zoom", "other")); });
     for (std::string const name : {"", "a:b", "a,b", "a=b"}) {
         std::string const text =
             "\"" + name + "\" cannot be the name of an operation or a parameter";
-        expectRaises(13, text, [&] { catalog.add(described(name, "factor")); });
-        expectRaises(13, text, [&] { catalog.add(described("other", name)); });
+        expectRaises(QelErrorCode::invalidValue, text,
+                     [&] { catalog.add(described(name, "factor")); });
+        expectRaises(QelErrorCode::invalidValue, text,
+                     [&] { catalog.add(described("other", name)); });
     }
     EXPECT_EQ(1U, catalog.ops().size());
 }

@@ -24,7 +24,8 @@ class QelPictureReaderOpTest : public testing::Test {
     std::string missing(std::string const & name) const { return folder_.file(name); }
 
     void expectRefused(std::string const & file, std::string const & reason) {
-        expectRaises(13, "Cannot read " + file + ": " + reason, [&] { qelOpenPicture(file); });
+        expectRaises(QelErrorCode::invalidValue, "Cannot read " + file + ": " + reason,
+                     [&] { qelOpenPicture(file); });
     }
 
     TemporaryFolder folder_;
@@ -117,9 +118,9 @@ TEST_F(QelPictureReaderOpTest, EachCallGivesAColourSpaceOfItsOwn) {
 TEST_F(QelPictureReaderOpTest, EachReaderRefusesTheOtherFormat) {
     std::string const png = write("picture.png", softPicture(40, 30, 3));
     std::string const jpeg = write("picture.jpg", softPicture(40, 30, 3));
-    expectRaises(13, "Cannot read " + png + ": it is not a JPEG file",
+    expectRaises(QelErrorCode::invalidValue, "Cannot read " + png + ": it is not a JPEG file",
                  [&] { QelJpegReaderOp op(png); });
-    expectRaises(13, "Cannot read " + jpeg + ": it is not a PNG file",
+    expectRaises(QelErrorCode::invalidValue, "Cannot read " + jpeg + ": it is not a PNG file",
                  [&] { QelPngReaderOp op(jpeg); });
     EXPECT_EQ(40, QelPngReaderOp(png).width());
     EXPECT_EQ(30, QelJpegReaderOp(jpeg).height());
@@ -199,7 +200,7 @@ TEST_F(QelPictureReaderOpTest, LimitsAreCheckedAheadOfAnyAllocation) {
         std::string const file = write(name, softPicture(300, 200, 3));
         for (Row const & row : table) {
             FaultySystem const memory;
-            expectRaises(11, "Cannot read " + file + ": " + row.text,
+            expectRaises(QelErrorCode::limitExceeded, "Cannot read " + file + ": " + row.text,
                          [&] { qelOpenPicture(file, row.limits); });
             EXPECT_EQ(0U, memory.allocations());
             EXPECT_EQ(0, memory.openFiles());
@@ -233,7 +234,8 @@ TEST_F(QelPictureReaderOpTest, DeclaredSizesOfAnyMagnitudeAreRefused) {
           Row{1, 1000001, "its height is 1000001, the limit is 1000000"}}) {
         std::string const file = writeBytes("huge.png", hugePng(row.width, row.height));
         FaultySystem const memory;
-        expectRaises(11, "Cannot read " + file + ": " + row.text, [&] { qelOpenPicture(file); });
+        expectRaises(QelErrorCode::limitExceeded, "Cannot read " + file + ": " + row.text,
+                     [&] { qelOpenPicture(file); });
         EXPECT_EQ(0U, memory.allocations());
     }
 }
@@ -246,7 +248,8 @@ TEST_F(QelPictureReaderOpTest, FailuresStay) {
     Reader const op = qelOpenPicture(file);
     QelRectBuffer bottom(QelRect(0, 99, 1, 1), 3, PIXEL_INTERLEAVED, QelDataType::UChar);
     for (int attempt = 0; attempt < 2; ++attempt) {
-        expectRaises(13, "Cannot read " + file + ": the file ends too early",
+        expectRaises(QelErrorCode::invalidValue,
+                     "Cannot read " + file + ": the file ends too early",
                      [&] { op->compute(&bottom, 0); });
     }
 }
@@ -257,7 +260,8 @@ TEST_F(QelPictureReaderOpTest, FileThatShrinksMeanwhileIsAnError) {
         write("picture.png", randomPicture(random_, 400, 300, 3, QelDataType::UChar));
     Reader const op = qelOpenPicture(file);
     std::filesystem::resize_file(file, 5000);
-    expectRaises(13, "Cannot read " + file + ": the file ends too early", [&] { op->genResult(); });
+    expectRaises(QelErrorCode::invalidValue, "Cannot read " + file + ": the file ends too early",
+                 [&] { op->genResult(); });
 }
 
 TEST_F(QelPictureReaderOpTest, FileThatIsReplacedMeanwhileIsReadToItsEnd) {
@@ -284,7 +288,7 @@ TEST_F(QelPictureReaderOpTest, ErrorsOfTheSystemAreTold) {
         for (std::uint64_t n = 1; n <= reads; ++n) {
             FaultySystem system;
             system.failFile(FaultySystem::READ, n, EIO);
-            expectRaises(13, "Cannot read " + file + ": Input/output error",
+            expectRaises(QelErrorCode::invalidValue, "Cannot read " + file + ": Input/output error",
                          [&] { readPicture(file); });
             EXPECT_EQ(0, system.openFiles()) << "read " << n;
             EXPECT_EQ(0U, system.liveAllocations()) << "read " << n;
@@ -319,7 +323,7 @@ TEST_F(QelPictureReaderOpTest, LackOfMemoryCanBeOvercome) {
         system.failAllocation(1);
         std::optional<ZanError> const error = errorOf([&] { op->compute(&part, 0); });
         ASSERT_TRUE(error);
-        EXPECT_EQ(10, error->getErrcode());
+        EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
     }
     EXPECT_NO_THROW(op->compute(&part, 0));
 }

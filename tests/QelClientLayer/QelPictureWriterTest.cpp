@@ -16,7 +16,7 @@ class QelPictureWriterTest : public testing::Test {
     std::string file(std::string const & name) const { return folder_.file(name); }
     void expectRefused(std::string const & name, std::string const & reason,
                        std::function<void()> const & action) {
-        expectRaises(13, "Cannot write " + name + ": " + reason, action);
+        expectRaises(QelErrorCode::invalidValue, "Cannot write " + name + ": " + reason, action);
     }
     static unsigned permissionsOf(std::string const & name) {
         struct stat there {};
@@ -70,11 +70,13 @@ TEST_F(QelPictureWriterTest, RefusesResolutionsThatAreNotPerLength) {
         options.vertResolution = vert;
         QelPictureWriter writer(name, options);
     };
-    expectRaises(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)",
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)",
                  [&] { make("a.jpg", perInch, perSecond); });
-    expectRaises(306, "Cannot convert from unit seconds (id = 6) to unit meters (id = 5)",
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit seconds (id = 6) to unit meters (id = 5)",
                  [&] { make("a.png", perSecond, perInch); });
-    expectRaises(402, "cannot convert resolution object with no dpu info",
+    expectRaises(QelErrorCode::noDotsPerUnit, "cannot convert resolution object with no dpu info",
                  [&] { make("a.png", perInch, QelResolution::ofPixels(300)); });
     // Nothing is said, so nothing is wrong.
     make("a.png", perSecond, QelResolution());
@@ -241,7 +243,7 @@ TEST_F(QelPictureWriterTest, CancelledWritesLeaveNoTrace) {
             return 0.0;
         }));
     QelPictureWriter const writer(file("a.png"), {.cancelled = &cancelled});
-    expectRaises(204, "Cannot write " + file("a.png") + ": cancelled",
+    expectRaises(QelErrorCode::cancelled, "Cannot write " + file("a.png") + ": cancelled",
                  [&] { writer.write(*image); });
     EXPECT_EQ(2, image->statistics().tilesComputed);
     EXPECT_EQ((Bytes{1, 2, 3}), contentOf(file("a.png")));

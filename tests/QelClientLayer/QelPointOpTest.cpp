@@ -65,8 +65,8 @@ TEST(QelPointOp, ReportsThatItHasNoInput) {
     QelInvertOp op(nullptr);
     QelImageInfo info;
     EXPECT_FALSE(op.outputInfo(info));
-    expectQelError(info.status(), 3, "The op does not refer to any Qel2DImage");
-    expectRaises(3, "The op does not refer to any Qel2DImage", [&] {
+    expectQelError(info.status(), QelErrorCode::misuse, "The op does not refer to any Qel2DImage");
+    expectRaises(QelErrorCode::misuse, "The op does not refer to any Qel2DImage", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
         op.compute(&buffer, 0);
     });
@@ -76,40 +76,43 @@ TEST(QelPointOp, RefusesAnElementTypeInItsReport) {
     AddOneOp op(new Qel2DImage(new GradientOp({.width = 9, .height = 9, .type = 3})));
     QelImageInfo info;
     EXPECT_FALSE(op.outputInfo(info));
-    expectQelError(info.status(), 118,
+    expectQelError(info.status(), QelErrorCode::unsupportedDataType,
                    "The data type float is not a supported data type in " +
                        std::string(QelCoreMisc::classNameOf(op)));
 }
 
 TEST(QelPointOp, RefusesBuffersOfOtherElements) {
     QelInvertOp op(new Qel2DImage(new GradientOp(small)));
-    expectRaises(119, "Output buffer has invalid precision for Op", [&] {
+    expectRaises(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
         op.compute(&buffer, 0);
     });
-    expectRaises(119, "Output buffer has wrong number of bands for Op", [&] {
-        QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
-        op.compute(&buffer, 0);
-    });
+    expectRaises(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op",
+                 [&] {
+                     QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
+                     op.compute(&buffer, 0);
+                 });
 }
 
 TEST(QelPointOp, RefusesOrganisationsThatAreNotSimple) {
     QelInvertOp op(new Qel2DImage(new GradientOp(small)));
-    expectRaises(150, "Operations on pixels work with QelSimpleDataOrg only", [&] {
-        MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(4, 4);
-        QelRectBuffer buffer(org, 0, 0, 4, 4);
-        op.compute(&buffer, 0);
-    });
+    expectRaises(QelErrorCode::simpleDataOrgNeeded,
+                 "Operations on pixels work with QelSimpleDataOrg only", [&] {
+                     MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(4, 4);
+                     QelRectBuffer buffer(org, 0, 0, 4, 4);
+                     op.compute(&buffer, 0);
+                 });
 }
 
 TEST(QelPointOp, RaisesWhenItsInputHasNothingToComputeWith) {
     MoxSmartPtr<QelDataOrg> const org =
         new QelSimpleDataOrg(64, 64, QelDataType::UChar, 3, PIXEL_INTERLEAVED);
     QelInvertOp op(new Qel2DImage(QelTileId(-1, -1, 90, 90), org, 90, 90, nullptr));
-    expectRaises(602, "The input image of QelInvertOp has nothing to compute its pixels with", [&] {
-        QelRectBuffer buffer(90, 90, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
-        op.compute(&buffer, 0);
-    });
+    expectRaises(QelErrorCode::nothingToComputeWith,
+                 "The input image of QelInvertOp has nothing to compute its pixels with", [&] {
+                     QelRectBuffer buffer(90, 90, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
+                     op.compute(&buffer, 0);
+                 });
 }
 
 TEST(QelPointOp, ReadsAWrappedBufferWhereItIs) {

@@ -10,22 +10,25 @@ MoxSmartPtr<QelRectBuffer> card(std::int32_t width, std::int32_t height, TileSiz
 }
 
 TEST(QelTestCardOp, RefusesSizesOutOfRange) {
-    expectRaises(13, "The test card's width is 0, it must lie between 1 and 1000000",
+    expectRaises(QelErrorCode::invalidValue,
+                 "The test card's width is 0, it must lie between 1 and 1000000",
                  [] { QelTestCardOp op(0, 10); });
-    expectRaises(13, "The test card's height is 1000001, it must lie between 1 and 1000000",
+    expectRaises(QelErrorCode::invalidValue,
+                 "The test card's height is 1000001, it must lie between 1 and 1000000",
                  [] { QelTestCardOp op(10, 1000001); });
 }
 
 TEST(QelTestCardOp, RefusesBuffersOfOtherElements) {
     QelTestCardOp op(64, 48);
-    expectRaises(119, "Output buffer has invalid precision for Op", [&] {
+    expectRaises(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
         op.compute(&buffer, 0);
     });
-    expectRaises(119, "Output buffer has wrong number of bands for Op", [&] {
-        QelRectBuffer buffer(4, 4, 1, PIXEL_INTERLEAVED, QelDataType::UChar);
-        op.compute(&buffer, 0);
-    });
+    expectRaises(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op",
+                 [&] {
+                     QelRectBuffer buffer(4, 4, 1, PIXEL_INTERLEAVED, QelDataType::UChar);
+                     op.compute(&buffer, 0);
+                 });
 }
 
 TEST(QelTestCardOp, ReportsThreeBandsOfBytes) {

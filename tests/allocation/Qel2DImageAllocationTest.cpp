@@ -102,7 +102,9 @@ Attempt attempt(std::int64_t n, Action const & action) {
         action();
         return {Outcome::Done, fault.happened(), ""};
     } catch (ZanError const & error) {
-        return {error.getErrcode() == 10 ? Outcome::Error10 : Outcome::Other, true, error.getMsg()};
+        return {error.getErrcode() == QelErrorCode::unexpectedException ? Outcome::Error10
+                                                                        : Outcome::Other,
+                true, error.getMsg()};
     } catch (std::bad_alloc const &) {
         return {Outcome::NoMemory, true, ""};
     }

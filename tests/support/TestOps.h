@@ -135,7 +135,7 @@ class BadOp : public QelImageOp {
     ~BadOp() override;
 
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
-    // Raises 3 "BadOp::compute".
+    // Raises misuse (3) "BadOp::compute".
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
 
   private:

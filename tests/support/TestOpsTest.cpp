@@ -66,7 +66,7 @@ TEST(TestOps, ElementsKeepTheLowBytes) {
     EXPECT_EQ(-2, storedAs(QelDataType::Char, 254));
     EXPECT_EQ(4294967295.0, storedAs(QelDataType::ULong, -1));
     EXPECT_EQ(0.5, storedAs(QelDataType::Float, 0.5));
-    expectRaises(13, "No element type of a test: QelDataType::ErrorClass",
+    expectRaises(QelErrorCode::invalidValue, "No element type of a test: QelDataType::ErrorClass",
                  [] { storedAs(QelDataType(), 0); });
 }
 
@@ -131,5 +131,5 @@ TEST(TestOps, AThrowingOpThrowsWhenItsGoodComputesAreDone) {
 TEST(TestOps, ABadOpCannotCompute) {
     BadOp op;
     QelRectBuffer buffer;
-    expectRaises(3, "BadOp::compute", [&] { op.compute(&buffer, 0); });
+    expectRaises(QelErrorCode::misuse, "BadOp::compute", [&] { op.compute(&buffer, 0); });
 }

@@ -153,7 +153,8 @@ TEST(BandStatistics, RefusesRegionsThatAreEmptyOrOutside) {
           QelRect(30, 0, 1, 1), QelRect(2147483647, 0, 2147483647, 1)}) {
         std::ostringstream text;
         text << "The region " << region << " does not lie in the image, which is (0,0,30,20)";
-        expectRaises(13, text.str(), [&] { bandStatistics(image, region); });
+        expectRaises(QelErrorCode::invalidValue, text.str(),
+                     [&] { bandStatistics(image, region); });
     }
     EXPECT_EQ(0, image.statistics().tilesComputed);
 }
@@ -162,7 +163,7 @@ TEST(BandStatistics, RefusesBandsOfSeveralTypes) {
     MoxSmartPtr<QelDataOrg> const org =
         new RigidDataOrg(16, 16, {QelDataType::UChar, QelDataType::Float});
     Qel2DImage image(new GradientOp({.width = 16, .height = 16, .org = org}));
-    expectRaises(118,
+    expectRaises(QelErrorCode::unsupportedDataType,
                  "The data type QelDataType::MixedClass is not a supported data type in "
                  "bandStatistics()",
                  [&] { bandStatistics(image, image.imageRect()); });
@@ -171,7 +172,7 @@ TEST(BandStatistics, RefusesBandsOfSeveralTypes) {
 TEST(BandStatistics, RefusesOrganisationsOfAnotherKind) {
     MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(16, 16);
     Qel2DImage image(new GradientOp({.width = 16, .height = 16, .org = org}));
-    expectRaises(150,
+    expectRaises(QelErrorCode::simpleDataOrgNeeded,
                  "The data organization of an image used in a QelRectConstIter is not a "
                  "QelSimpleDataOrg",
                  [&] { bandStatistics(image, image.imageRect()); });

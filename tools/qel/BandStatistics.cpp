@@ -120,7 +120,7 @@ void requireInside(QelRect const & region, QelRect const & whole) {
     std::ostringstream text;
     text.imbue(std::locale::classic());
     text << "The region " << region << " does not lie in the image, which is " << whole;
-    qelRaise(13, text.str());
+    qelRaise(QelErrorCode::invalidValue, text.str());
 }
 
 }  // namespace

@@ -108,8 +108,8 @@ QelRect Region::pixelsOf(Picture const & picture) const {
                                    rangeOf(space, false, values_[1], values_[3])};
     QelRect const pixels = region.pixelBounds();
     if (!pixels.isEmpty()) return pixels;
-    throw QelError(13, "The region " + text_ + " has no pixel of " + picture.name, __FILE__,
-                   __LINE__);
+    throw QelError(QelErrorCode::invalidValue,
+                   "The region " + text_ + " has no pixel of " + picture.name, __FILE__, __LINE__);
 }
 
 void remarkOnResolution(Picture const & picture, Region const & region) {

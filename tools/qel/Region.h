@@ -19,7 +19,8 @@ class Region {
     // Is the picture's resolution needed to tell its pixels?
     bool isPhysical() const;
     // The pixels whose centres it has, cut to the picture. Whole numbers of pixels are taken as
-    // they are. Raises 13 where it has none, 306 for what is no length.
+    // they are. Raises invalidValue (13) where it has none, cannotConvertUnit (306) for what is no
+    // length.
     QelRect pixelsOf(Picture const & picture) const;
 
   private:

@@ -118,7 +118,7 @@ char const * lookUpOrClean(char const * raw) {
     if (char const * known = nameCache().find(raw)) return known;
     // Cleaned with the lock free: two threads may both do it, and the first one's result stays.
     if (char const * inserted = nameCache().insert(raw, cleaned(raw))) return inserted;
-    qelRaise(3, "STL map worked incorrectly");
+    qelRaise(QelErrorCode::misuse, "STL map worked incorrectly");
 }
 
 }  // namespace
@@ -135,7 +135,8 @@ void QelCoreMisc::getDataTypeMinMaxValues(QelDataType type, double & min, double
 void QelCoreMisc::raiseUnsupportedDataType(QelDataType type, std::string const & where,
                                            char const * file, int line) {
     std::string const name = type.name();
-    throw QelError(118, "The data type " + name + " is not a supported data type in " + where, file,
+    throw QelError(QelErrorCode::unsupportedDataType,
+                   "The data type " + name + " is not a supported data type in " + where, file,
                    line);
 }
 

@@ -49,7 +49,8 @@ void qelRaiseSystemFrame(std::string const & sentence, ZanSourceLocation const &
 void qelRaiseLastErrorFrame(std::string const & action, std::string const & object,
                             ZanSourceLocation const & here) {
     std::string const tail = qelLastErrorTail();
-    qelRaise(10, "\nUnknown exception during " + action + "\nagainst " + object + tail, here);
+    qelRaise(QelErrorCode::unexpectedException,
+             "\nUnknown exception during " + action + "\nagainst " + object + tail, here);
 }
 
 std::string qelLastErrorTail() {
@@ -67,5 +68,5 @@ void qelAddRethrowFrame(ZanError & error, ZanSourceLocation const & here) {
 void qelRaiseForeignFrame(std::string const & sink, std::string const & label,
                           ZanSourceLocation const & here) {
     std::string const tail = qelLastErrorTail();
-    qelRaise(203, tellForeign(sink, label, tail), here);
+    qelRaise(QelErrorCode::renderFailed, tellForeign(sink, label, tail), here);
 }

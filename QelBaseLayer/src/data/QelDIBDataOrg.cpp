@@ -23,12 +23,15 @@ std::int64_t paddedRow(std::int64_t width, std::int64_t bands) {
 }
 
 void checkShape(std::int32_t width, std::int32_t height, int bands) {
-    if (bands != 1 && bands != 3) qelRaise(13, "QelDIBDataOrg must have 1 or 3 bands");
+    if (bands != 1 && bands != 3)
+        qelRaise(QelErrorCode::invalidValue, "QelDIBDataOrg must have 1 or 3 bands");
     if (width == 0 && height != 0) {
-        qelRaise(13, "QelDIBDataOrg cannot have zero width & non-zero height");
+        qelRaise(QelErrorCode::invalidValue,
+                 "QelDIBDataOrg cannot have zero width & non-zero height");
     }
     if (height == 0 && width != 0) {
-        qelRaise(13, "QelDIBDataOrg cannot have zero height & non-zero width");
+        qelRaise(QelErrorCode::invalidValue,
+                 "QelDIBDataOrg cannot have zero height & non-zero width");
     }
 }
 
@@ -39,8 +42,9 @@ std::int64_t headBytes(int bands, bool hasHeader) {
 }
 
 [[noreturn]] void raiseTooLarge(std::int64_t row, std::int32_t height) {
-    qelRaise(13, "A bitmap of " + std::to_string(height) + " lines of " + std::to_string(row) +
-                     " bytes does not fit in 32 bits");
+    qelRaise(QelErrorCode::invalidValue, "A bitmap of " + std::to_string(height) + " lines of " +
+                                             std::to_string(row) +
+                                             " bytes does not fit in 32 bits");
 }
 
 // The offset of the first pixel of the top line; 13 when that, the one of another band, or the
@@ -121,7 +125,7 @@ std::int32_t QelDIBDataOrg::rowBytes(bool negate) const {
 }
 
 void QelDIBDataOrg::makeBitmapInfoHeader(BitmapInfoHeader * header) const {
-    if (header == nullptr) qelRaise(4, "Argument is a NULL pointer");
+    if (header == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
     *header = BitmapInfoHeader{};
     header->biSize = sizeof(BitmapInfoHeader);
     header->biWidth = tileWidth();
@@ -131,7 +135,7 @@ void QelDIBDataOrg::makeBitmapInfoHeader(BitmapInfoHeader * header) const {
 }
 
 void QelDIBDataOrg::makeBitmapInfo(BitmapInfo * info) const {
-    if (info == nullptr) qelRaise(4, "Argument is a NULL pointer");
+    if (info == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
     makeBitmapInfoHeader(&info->header);
     if (numBands() != 1) return;
     std::uint8_t grey = 0;

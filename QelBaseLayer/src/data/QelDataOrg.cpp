@@ -18,7 +18,8 @@ constexpr std::array<char const *, 4> layoutNames{"PIXEL_INTERLEAVED", "LINE_INT
 std::int32_t checkedPosition(std::int64_t value, char const * what) {
     if (value < std::numeric_limits<std::int32_t>::min() ||
         value > std::numeric_limits<std::int32_t>::max()) {
-        qelRaise(13, std::string(what) + ' ' + std::to_string(value) + " does not fit in 32 bits");
+        qelRaise(QelErrorCode::invalidValue,
+                 std::string(what) + ' ' + std::to_string(value) + " does not fit in 32 bits");
     }
     return static_cast<std::int32_t>(value);
 }

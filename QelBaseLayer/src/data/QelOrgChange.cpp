@@ -8,7 +8,7 @@
 MoxSmartPtr<QelDataOrg> qelRequireChanged(MoxSmartPtr<QelDataOrg> changed, QelDataOrg const & org,
                                           char const * what, ZanSourceLocation const & here) {
     if (changed) return changed;
-    qelRaise(9,
+    qelRaise(QelErrorCode::unsupported,
              std::string("The data organization ") + QelCoreMisc::classNameOf(org) +
                  " cannot take another " + what,
              here);

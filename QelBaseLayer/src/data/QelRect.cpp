@@ -35,10 +35,10 @@ QelRect partOf(Edges const & edges) {
 QelRect checkedRect(Edges const & edges) {
     constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
     if (std::max({edges.left, edges.top, edges.width(), edges.height()}) > most) {
-        qelRaise(13, "A rectangle of " + std::to_string(edges.width()) + " by " +
-                         std::to_string(edges.height()) + " pixels at (" +
-                         std::to_string(edges.left) + ',' + std::to_string(edges.top) +
-                         ") does not fit in 32 bits");
+        qelRaise(QelErrorCode::invalidValue,
+                 "A rectangle of " + std::to_string(edges.width()) + " by " +
+                     std::to_string(edges.height()) + " pixels at (" + std::to_string(edges.left) +
+                     ',' + std::to_string(edges.top) + ") does not fit in 32 bits");
     }
     return partOf(edges);
 }

@@ -21,8 +21,9 @@ bool QelRectChopper::next(QelRect & piece) {
     constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
     if (currentY_ > lastY_) return false;
     if (currentX_ > most || currentY_ > most) {
-        qelRaise(13, "A piece at (" + std::to_string(currentX_) + ',' + std::to_string(currentY_) +
-                         ") does not fit in 32 bits");
+        qelRaise(QelErrorCode::invalidValue, "A piece at (" + std::to_string(currentX_) + ',' +
+                                                 std::to_string(currentY_) +
+                                                 ") does not fit in 32 bits");
     }
     currentChunkWidth_ =
         static_cast<std::int32_t>(std::min<std::int64_t>(chunkWidth_, lastX_ - currentX_ + 1));

@@ -30,10 +30,11 @@ struct Extent {
 
     std::int32_t checked(std::int64_t bytes, char const * what) const {
         if (bytes > std::numeric_limits<std::int32_t>::max()) {
-            qelRaise(13, std::string(what) + " for " + std::to_string(width) + " by " +
-                             std::to_string(height) + " pixels with " + std::to_string(bands) +
-                             " bands of " + std::to_string(elementSize) +
-                             " bytes does not fit in 32 bits");
+            qelRaise(QelErrorCode::invalidValue,
+                     std::string(what) + " for " + std::to_string(width) + " by " +
+                         std::to_string(height) + " pixels with " + std::to_string(bands) +
+                         " bands of " + std::to_string(elementSize) +
+                         " bytes does not fit in 32 bits");
         }
         return static_cast<std::int32_t>(bytes);
     }
@@ -65,7 +66,8 @@ Strides standardStrides(Extent const & of, QelLayout layout) {
         case BAND_INTERLEAVED:
             return {size, product(size, of.width), product(size, of.width, of.height)};
     }
-    qelRaise(9, "This QelSimpleDataOrg constructor is called with an unknown QelLayout option");
+    qelRaise(QelErrorCode::unsupported,
+             "This QelSimpleDataOrg constructor is called with an unknown QelLayout option");
 }
 
 // Those of an organization whose pixel stride stays and whose tile size becomes the extent's.
@@ -77,11 +79,11 @@ Strides resizedStrides(Extent const & to, QelLayout layout, std::int64_t pixelSt
         case LINE_INTERLEAVED: return {pixelStride, product(to.bands, row), row};
         case BAND_INTERLEAVED: return {pixelStride, row, product(to.height, row)};
         case SPELLED_OUT:
-            qelRaise(9,
+            qelRaise(QelErrorCode::unsupported,
                      "This QelSimpleDataOrg resize constructor does not support this SPELLED_OUT "
                      "option");
     }
-    qelRaise(9, "Invalid Layout option");
+    qelRaise(QelErrorCode::unsupported, "Invalid Layout option");
 }
 
 // Bands that follow each other at one step, the first at 0.
@@ -96,25 +98,28 @@ std::vector<std::int32_t> steppedOffsets(Extent const & of, std::int64_t step) {
 
 void checkBands(int bands) {
     if (bands < 0) {
-        qelRaise(13, "A data organization of " + std::to_string(bands) + " bands is impossible");
+        qelRaise(QelErrorCode::invalidValue,
+                 "A data organization of " + std::to_string(bands) + " bands is impossible");
     }
 }
 
 void checkElementSize(QelDataType type) {
     if (type.size() < 0) {
-        qelRaise(13, "A data organization with elements of " + std::to_string(type.size()) +
-                         " bytes is impossible");
+        qelRaise(QelErrorCode::invalidValue, "A data organization with elements of " +
+                                                 std::to_string(type.size()) +
+                                                 " bytes is impossible");
     }
 }
 
 void checkPointer(void const * pointer) {
-    if (pointer == nullptr) qelRaise(4, "Argument is a NULL pointer");
+    if (pointer == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
 }
 
 std::int32_t const * checkedList(std::vector<std::int32_t> const & offsets, int bands) {
     if (bands > 0 && offsets.size() < static_cast<std::size_t>(bands)) {
-        qelRaise(13, "A data organization of " + std::to_string(bands) + " bands is given " +
-                         std::to_string(offsets.size()) + " band offsets");
+        qelRaise(QelErrorCode::invalidValue, "A data organization of " + std::to_string(bands) +
+                                                 " bands is given " +
+                                                 std::to_string(offsets.size()) + " band offsets");
     }
     return offsets.data();
 }
@@ -256,8 +261,8 @@ QelSimpleDataOrg::~QelSimpleDataOrg() = default;
 
 void QelSimpleDataOrg::checkTileSize(std::int32_t width, std::int32_t height) {
     if (width < 0 || height < 0) {
-        qelRaise(13, "A tile of " + std::to_string(width) + " by " + std::to_string(height) +
-                         " pixels is impossible");
+        qelRaise(QelErrorCode::invalidValue, "A tile of " + std::to_string(width) + " by " +
+                                                 std::to_string(height) + " pixels is impossible");
     }
 }
 

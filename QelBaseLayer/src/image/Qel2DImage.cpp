@@ -114,13 +114,14 @@ Qel2DImage::Qel2DImage(QelTileId const & id, QelDataOrg * org, std::int32_t widt
 }
 
 Qel2DImage::Qel2DImage(QelRectBuffer * buffer) : cacheTiles_(true) {
-    if (!buffer->dataOrg()) qelRaise(4, "QelRectBuffer has no data organization");
+    if (!buffer->dataOrg())
+        qelRaise(QelErrorCode::nullPointer, "QelRectBuffer has no data organization");
     QelRect const & rect = buffer->rect();
     std::int64_t const width = std::max<std::int64_t>(buffer->fullWidth(), rect.right() + 1);
     std::int64_t const height = std::max<std::int64_t>(buffer->fullHeight(), rect.bottom() + 1);
     if (std::max(width, height) > std::numeric_limits<std::int32_t>::max()) {
-        qelRaise(13, "An image of " + std::to_string(width) + " by " + std::to_string(height) +
-                         " pixels is too large");
+        qelRaise(QelErrorCode::invalidValue, "An image of " + std::to_string(width) + " by " +
+                                                 std::to_string(height) + " pixels is too large");
     }
     QelRect const whole(0, 0, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height));
     adoptGrid(Grid::ofOneTile(buffer->dataOrg()->withOrigin(rect.x, rect.y), whole, rect));
@@ -193,9 +194,10 @@ void Qel2DImage::initialize() {
 void Qel2DImage::adoptReport(QelImageOp & op) {
     QelImageInfo info;
     if (!op.outputInfo(info, opContext_)) {
-        qelRaise(3, std::string("The Op (") + QelCoreMisc::classNameOf(op) +
-                        ") for this operation returns a bad status from outputInfo(): " +
-                        info.status().getMsg());
+        qelRaise(QelErrorCode::misuse,
+                 std::string("The Op (") + QelCoreMisc::classNameOf(op) +
+                     ") for this operation returns a bad status from outputInfo(): " +
+                     info.status().getMsg());
     }
     requireSizeOfId(info);
     auto next = std::make_unique<Grid>(gridOrg(info, op, opContext_), info.width(), info.height());
@@ -209,15 +211,16 @@ void Qel2DImage::requireSizeOfId(QelImageInfo const & info) const {
     text << "Qel2DImage error: its size (" << info.width() << "," << info.height()
          << ") does not match its resolution (" << id_->resolutionWidth << ","
          << id_->resolutionHeight << ")";
-    qelRaise(3, text.str());
+    qelRaise(QelErrorCode::misuse, text.str());
 }
 
 bool Qel2DImage::outputInfo(QelImageInfo & info) {
     if (!sizeKnown()) initialize();
     Grid const & now = grid();
     if (!now.known) {
-        info.setStatus(
-            QelError(3, "Qel2DImage is unable to determine its own size", __FILE__, __LINE__));
+        info.setStatus(QelError(QelErrorCode::misuse,
+                                "Qel2DImage is unable to determine its own size", __FILE__,
+                                __LINE__));
         return false;
     }
     info.setSize(now.rect.width, now.rect.height);
@@ -374,7 +377,7 @@ QelImageOp * Qel2DImage::chooseOp() {
 
 void Qel2DImage::computeTile(QelTile & tile, QelImageOp * op) {
     if (op == nullptr && container_ == nullptr) {
-        qelRaise(602,
+        qelRaise(QelErrorCode::nothingToComputeWith,
                  "An Qel2DImage has no tile or rectbuffer with allocated data, nor does it have an "
                  "QelImageOp or containing connection point with which to generate a tile "
                  "(getTile)");
@@ -487,7 +490,7 @@ void Qel2DImage::raisePopulatedTwice(QelTileId const & at) const {
     text << "insertTile(" << at.tileX << "," << at.tileY << ")for ";
     if (currentOp() != nullptr) text << QelCoreMisc::classNameOf(*currentOp()) << ' ';
     text << ": tile location was populated more than once. Possible Tile dependency mismatch";
-    qelRaise(3, text.str());
+    qelRaise(QelErrorCode::misuse, text.str());
 }
 
 QelItemOwner * Qel2DImage::getOwner() const {
@@ -521,7 +524,8 @@ std::string Qel2DImage::describe() const {
 
 bool imageOutputInfo(Qel2DImage * image, QelImageInfo & info) {
     if (image != nullptr) return image->outputInfo(info);
-    info.setStatus(QelError(3, "The op does not refer to any Qel2DImage", __FILE__, __LINE__));
+    info.setStatus(QelError(QelErrorCode::misuse, "The op does not refer to any Qel2DImage",
+                            __FILE__, __LINE__));
     return false;
 }
 

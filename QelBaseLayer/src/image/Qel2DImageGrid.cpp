@@ -35,8 +35,8 @@ std::unique_ptr<Qel2DImage::Grid> Qel2DImage::Grid::ofOneTile(MoxSmartPtr<QelDat
 void Qel2DImage::Grid::makeSlots() {
     constexpr auto most = std::numeric_limits<std::int64_t>::max() / std::int64_t{sizeof(Slot)};
     if (across > 0 && down > most / across) {
-        qelRaise(13, "A grid of " + std::to_string(across) + " by " + std::to_string(down) +
-                         " tiles is too large");
+        qelRaise(QelErrorCode::invalidValue, "A grid of " + std::to_string(across) + " by " +
+                                                 std::to_string(down) + " tiles is too large");
     }
     if (across < 1 || down < 1) {
         across = 0;

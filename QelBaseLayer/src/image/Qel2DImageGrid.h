@@ -201,7 +201,7 @@ class Qel2DImage::Grid {
     // Of an image whose size is not known.
     Grid() = default;
 
-    // Raises 13 when the grid has more positions than can be counted.
+    // Raises invalidValue (13) when the grid has more positions than can be counted.
     Grid(MoxSmartPtr<QelDataOrg> org, std::int32_t width, std::int32_t height);
 
     // The one position of an image that wraps a buffer, whose pixels are those of `covered`. The

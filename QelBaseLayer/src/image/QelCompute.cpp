@@ -18,8 +18,9 @@ MoxSmartPtr<QelRectBuffer> makeBuffer(QelImageOp & op, ZanError & status) {
 
 bool accepts(QelImageOp & op, QelRectBuffer * buffer, ZanError & status, QelOpContext opContext) {
     if (op.canFill(buffer, opContext)) return true;
-    status = QelError(3, "qelCompute: provided output rect buffer is not acceptable", __FILE__,
-                      __LINE__);
+    status =
+        QelError(QelErrorCode::misuse, "qelCompute: provided output rect buffer is not acceptable",
+                 __FILE__, __LINE__);
     return false;
 }
 
@@ -30,7 +31,7 @@ void qelCompute(MoxSmartPtr<QelRectBuffer> & result, ZanError & status, QelImage
     // `result` may hold the very buffer that is to be filled, so it is kept while it is cleared.
     MoxSmartPtr<QelRectBuffer> const previous = std::exchange(result, nullptr);
     // A result that is never produced must not look good.
-    status = QelError(1, "", __FILE__, __LINE__);
+    status = QelError(QelErrorCode::noReason, "", __FILE__, __LINE__);
     if (buffer == nullptr) {
         MoxSmartPtr<QelRectBuffer> const made = makeBuffer(*op, status);
         if (!made) return;

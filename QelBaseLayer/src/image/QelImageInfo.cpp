@@ -101,7 +101,8 @@ void QelImageInfo::setTileRect(QelRect const & rect) {
 void QelImageInfo::setLayout(QelLayout layout) {
     MoxSmartPtr<QelDataOrg> const org = dataOrg();
     if (org->asSimple() == nullptr) {
-        qelRaise(153, "Invalid data organization: a layout can only be set on a QelSimpleDataOrg");
+        qelRaise(QelErrorCode::invalidDataOrg,
+                 "Invalid data organization: a layout can only be set on a QelSimpleDataOrg");
     }
     dataOrg_ = qelRequireChanged(org->withLayout(layout), *org, "layout");
 }

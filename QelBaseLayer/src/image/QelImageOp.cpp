@@ -51,19 +51,21 @@ bool QelImageOp::isOutputOK(QelRectBuffer * buffer, QelOpContext opContext) {
     if (!outputInfo(report, opContext)) {
         ZanError const reason = report.status();
         setStatus(reason.getErrcode() < 1
-                      ? QelError(123, "Input is invalid for an unknown reason", __FILE__, __LINE__)
+                      ? QelError(QelErrorCode::invalidInput,
+                                 "Input is invalid for an unknown reason", __FILE__, __LINE__)
                       : reason);
         return false;
     }
     if (buffer == nullptr) return true;
     QelDataOrg const * const org = buffer->dataOrg();
     if (!(firstType(org) == report.precision())) {
-        setStatus(QelError(119, "Output buffer has invalid precision for Op", __FILE__, __LINE__));
+        setStatus(QelError(QelErrorCode::outputRejected,
+                           "Output buffer has invalid precision for Op", __FILE__, __LINE__));
         return false;
     }
     if (bandCount(org) != report.numBands()) {
-        setStatus(
-            QelError(119, "Output buffer has wrong number of bands for Op", __FILE__, __LINE__));
+        setStatus(QelError(QelErrorCode::outputRejected,
+                           "Output buffer has wrong number of bands for Op", __FILE__, __LINE__));
         return false;
     }
     return true;
@@ -96,9 +98,9 @@ void QelImageOp::getTile(QelTile * tile, QelOpContext opContext) {
 
 // Stands here, since buffers know nothing of ops.
 QelRectBuffer::QelRectBuffer(QelImageOp * op) {
-    if (op == nullptr) qelRaise(4, "Argument is a NULL pointer");
+    if (op == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
     MoxSmartPtr<QelRectBuffer> const result = op->genResult();
-    if (!result) qelRaise(3, "QelImageOp::genResult returned no buffer");
+    if (!result) qelRaise(QelErrorCode::misuse, "QelImageOp::genResult returned no buffer");
     dataBuffer_ = result->dataBuffer_;
     rect_ = result->rect_;
     dataOrg_ = result->dataOrg_;

@@ -25,8 +25,9 @@ MoxSmartPtr<QelRectBuffer> qelMakeResultBuffer(QelImageInfo const & report) {
     std::int32_t const height = report.height();
     // A size of -1 would otherwise pass for "the tile size".
     if (width < 0 || height < 0) {
-        qelRaise(13, "An op reports an image of illegal size: width " + std::to_string(width) +
-                         ", height " + std::to_string(height));
+        qelRaise(QelErrorCode::invalidValue, "An op reports an image of illegal size: width " +
+                                                 std::to_string(width) + ", height " +
+                                                 std::to_string(height));
     }
     MoxSmartPtr<QelDataOrg> const org = wholeImageOrg(report);
     MoxSmartPtr<QelRectBuffer> const buffer(
@@ -36,7 +37,7 @@ MoxSmartPtr<QelRectBuffer> qelMakeResultBuffer(QelImageInfo const & report) {
 }
 
 QelError qelNoReasonStatus(QelOp const & op) {
-    return QelError(203,
+    return QelError(QelErrorCode::renderFailed,
                     std::string("Bad status reported by ") + QelCoreMisc::classNameOf(op) +
                         " with no reason given",
                     __FILE__, __LINE__);

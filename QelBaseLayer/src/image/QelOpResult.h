@@ -7,8 +7,8 @@
 #include "QelRectBuffer.h"
 
 // An unallocated buffer at (0,0) for the whole of a reported image, in the report's organisation,
-// enlarged where the image is larger than a tile. Raises 13 for a negative size, 9 for an
-// organisation that cannot be enlarged, and what the organisation raises.
+// enlarged where the image is larger than a tile. Raises invalidValue (13) for a negative size,
+// unsupported (9) for an organisation that cannot be enlarged, and what the organisation raises.
 MoxSmartPtr<QelRectBuffer> qelMakeResultBuffer(QelImageInfo const & report);
 
 // The status 203 of an op that reports that it is bad and does not say why: its author's fault.

@@ -51,7 +51,8 @@ void QelThreadWork::wait(QelThreadWork & self, QelTile & tile) {
     {
         std::lock_guard const guard(waitersLock());
         if (waitsForever(&self, tile)) {
-            qelRaise(3, "The computation of tile (" + placeOf(tile) + ") needs that tile itself");
+            qelRaise(QelErrorCode::misuse,
+                     "The computation of tile (" + placeOf(tile) + ") needs that tile itself");
         }
         self.waitingFor_ = &tile;
     }

@@ -25,8 +25,8 @@ class QelThreadWork {
     // The right to compute one tile, held for a scope.
     class Claim {
       public:
-        // Waits while another thread computes `tile`. Raises QelError 3 when that could never
-        // end, because the tile's own computation needs it.
+        // Waits while another thread computes `tile`. Raises QelError misuse (3) when that could
+        // never end, because the tile's own computation needs it.
         explicit Claim(QelTile & tile);
         ~Claim();
         Claim(Claim const &) = delete;

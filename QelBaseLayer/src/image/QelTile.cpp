@@ -45,7 +45,8 @@ QelTile::~QelTile() {
 void QelTile::compute() {
     auto * const image = dynamic_cast<Qel2DImage *>(container());
     if (image == nullptr) {
-        qelRaise(4, "An QelTile is not owned by an Qel2DImage in QelTile::computeTile");
+        qelRaise(QelErrorCode::nullPointer,
+                 "An QelTile is not owned by an Qel2DImage in QelTile::computeTile");
     }
     image->getTile(id_.tileX, id_.tileY);
 }

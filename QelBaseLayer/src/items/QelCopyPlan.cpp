@@ -131,10 +131,11 @@ void extend(QelCopyReach & reach, std::int64_t count, std::int64_t stride) {
 bool qelCopyHasPixels(QelRect const & area) {
     if (area.width == 0 || area.height == 0) return false;
     if (area.width > 0 && area.height > 0) return true;
-    qelRaise(13, "intersection of rect buffers passed to QelRectBuffer::copyFrom was (" +
-                     std::to_string(area.x) + "," + std::to_string(area.y) +
-                     ") w=" + std::to_string(area.width) + " h=" + std::to_string(area.height) +
-                     "-- illegal width or height");
+    qelRaise(QelErrorCode::invalidValue,
+             "intersection of rect buffers passed to QelRectBuffer::copyFrom was (" +
+                 std::to_string(area.x) + "," + std::to_string(area.y) +
+                 ") w=" + std::to_string(area.width) + " h=" + std::to_string(area.height) +
+                 "-- illegal width or height");
 }
 
 QelCopyBlocks qelPlanBlocks(QelCopyLayout const & layout) {

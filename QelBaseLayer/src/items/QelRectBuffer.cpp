@@ -31,8 +31,8 @@ std::string textOf(QelRect const & rect) {
 std::int64_t bytesTogether(std::int64_t a, std::int64_t b) {
     std::int64_t sum = 0;
     if (__builtin_add_overflow(a, b, &sum)) {
-        qelRaise(13, "QelRectBuffer cannot have " + std::to_string(a) + " + " + std::to_string(b) +
-                         " bytes");
+        qelRaise(QelErrorCode::invalidValue, "QelRectBuffer cannot have " + std::to_string(a) +
+                                                 " + " + std::to_string(b) + " bytes");
     }
     return sum;
 }
@@ -63,7 +63,7 @@ MoxSmartPtr<QelDataOrg> standardOrg(QelRect const & rect, int bands, QelLayout l
 
 // Ahead of everything else that a constructor does with its argument.
 QelDataOrg const & givenOrg(QelDataOrg const * org) {
-    if (org == nullptr) qelRaise(4, "Argument is a NULL pointer");
+    if (org == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
     return *org;
 }
 
@@ -114,7 +114,8 @@ QelRectBuffer::QelRectBuffer(std::int64_t minBytes, std::int64_t offset, QelRect
                              int bands, QelLayout layout, QelDataType type)
     : rect_(rect), dataOrg_(standardOrg(rect, bands, layout, type)), dataOffset_(offset) {
     if (offset < 0) {
-        qelRaise(13, "QelRectBuffer cannot have a data offset of " + std::to_string(offset));
+        qelRaise(QelErrorCode::invalidValue,
+                 "QelRectBuffer cannot have a data offset of " + std::to_string(offset));
     }
     dataBuffer_ = new QelDataBuffer(std::max(minBytes, bytesTogether(offset, dataOrg_->size())));
 }
@@ -168,12 +169,12 @@ std::int64_t QelRectBuffer::storageBytes() const {
 }
 
 QelDataOrg const & QelRectBuffer::org() const {
-    if (!dataOrg_) qelRaise(4, "QelRectBuffer has no data organization");
+    if (!dataOrg_) qelRaise(QelErrorCode::nullPointer, "QelRectBuffer has no data organization");
     return *dataOrg_;
 }
 
 void QelRectBuffer::compute() {
-    qelRaise(3, "May not call compute() on QelRectBuffer");
+    qelRaise(QelErrorCode::misuse, "May not call compute() on QelRectBuffer");
 }
 
 void QelRectBuffer::setComplete(bool value) {
@@ -233,7 +234,7 @@ void QelRectBuffer::allocateAnew(std::int64_t & bytes) {
 }
 
 void QelRectBuffer::adopt(void * memory, bool ownsData) {
-    if (memory == nullptr) qelRaise(4, "Argument is a NULL pointer");
+    if (memory == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
     dataBuffer_ = new QelDataBuffer(storageBytes(), ownsData, memory);
     traceAdoption(*this);
 }
@@ -249,8 +250,9 @@ MoxSmartPtr<QelRectBuffer> QelRectBuffer::translated(std::int32_t dx, std::int32
     std::int64_t const x = std::int64_t{rect_.x} + dx;
     std::int64_t const y = std::int64_t{rect_.y} + dy;
     if (!fitsIn32Bits(x) || !fitsIn32Bits(y)) {
-        qelRaise(13, "QelRectBuffer cannot move " + textOf(rect_) + " by (" + std::to_string(dx) +
-                         "," + std::to_string(dy) + ")");
+        qelRaise(QelErrorCode::invalidValue, "QelRectBuffer cannot move " + textOf(rect_) +
+                                                 " by (" + std::to_string(dx) + "," +
+                                                 std::to_string(dy) + ")");
     }
     MoxSmartPtr<QelRectBuffer> view(new QelRectBuffer(*this));
     view->rect_.x = static_cast<std::int32_t>(x);
@@ -262,8 +264,9 @@ std::int64_t QelRectBuffer::distanceTo(std::int32_t x, std::int32_t y) const {
     std::int64_t const dx = std::int64_t{x} - rect_.x;
     std::int64_t const dy = std::int64_t{y} - rect_.y;
     if (!fitsIn32Bits(dx) || !fitsIn32Bits(dy)) {
-        qelRaise(13, "Pixel (" + std::to_string(x) + "," + std::to_string(y) +
-                         ") is too far from " + textOf(rect_));
+        qelRaise(QelErrorCode::invalidValue, "Pixel (" + std::to_string(x) + "," +
+                                                 std::to_string(y) + ") is too far from " +
+                                                 textOf(rect_));
     }
     return org().offset(static_cast<std::int32_t>(dx), static_cast<std::int32_t>(dy));
 }
@@ -298,7 +301,8 @@ void QelRectBuffer::getStrides(std::int32_t & pixel, std::int32_t & line,
     if (size < 1) return;
     std::int64_t const bandStep = simple->numBands() > 1 ? simple->bandDelta(0, 1) / size : 0;
     if (!fitsIn32Bits(bandStep)) {
-        qelRaise(13, "A band stride of " + std::to_string(bandStep) + " elements is too large");
+        qelRaise(QelErrorCode::invalidValue,
+                 "A band stride of " + std::to_string(bandStep) + " elements is too large");
     }
     pixel = simple->pixelStride() / size;
     line = simple->lineStride() / size;

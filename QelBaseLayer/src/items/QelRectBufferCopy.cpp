@@ -36,7 +36,7 @@ QelSimpleDataOrg const & simpleOrg(QelRectBuffer const & buffer) {
     QelDataOrg const * org = buffer.dataOrg();
     QelSimpleDataOrg const * simple = org == nullptr ? nullptr : org->asSimple();
     if (simple == nullptr) {
-        qelRaise(150,
+        qelRaise(QelErrorCode::simpleDataOrgNeeded,
                  "Current implementation of QelRectBuffer::copyFrom() "
                  "only works with QelSimpleDataOrg for both src and dst");
     }
@@ -85,24 +85,26 @@ int indexOfSize(std::int64_t size) {
 QelCopyRoutine const & moveRoutine(std::int32_t size) {
     int const index = indexOfSize(size);
     if (index < 0) {
-        qelRaise(13,
+        qelRaise(QelErrorCode::invalidValue,
                  "src and dest data orgs in copy had a precision type whose size is not supported");
     }
     return *copyKernels().moves[index];
 }
 
 [[noreturn]] void raiseBadSource(Job const & job) {
-    qelRaise(13, std::string("source data org in copy had a precision "
-                             "type which was not a recognized QelDataType: ") +
-                     job.sourceType.name() + " (destination type = " + job.targetType.name() + ")");
+    qelRaise(QelErrorCode::invalidValue,
+             std::string("source data org in copy had a precision "
+                         "type which was not a recognized QelDataType: ") +
+                 job.sourceType.name() + " (destination type = " + job.targetType.name() + ")");
 }
 
 [[noreturn]] void raiseBadTarget(int code) {
-    qelRaise(13, code == QelDataType::Error
-                     ? "destination data org in copy had precision type defined as "
-                       "QelDataType::Error"
-                     : "destination data org in copy had a precision type which was not a "
-                       "recognized QelDataType");
+    qelRaise(QelErrorCode::invalidValue,
+             code == QelDataType::Error
+                 ? "destination data org in copy had precision type defined as "
+                   "QelDataType::Error"
+                 : "destination data org in copy had a precision type which was not a "
+                   "recognized QelDataType");
 }
 
 QelCopyRoutine const & chooseRoutine(Job const & job) {

@@ -53,13 +53,13 @@ QelSmartRenderedItemVector::~QelSmartRenderedItemVector() {
 }
 
 void QelSmartRenderedItemVector::discardReference(QelRenderedItem *) {
-    qelRaise(3,
+    qelRaise(QelErrorCode::misuse,
              "You (or someone) should not be calling discardReference on a "
              "QelSmartRenderedItemVector");
 }
 
 void QelSmartRenderedItemVector::setCacheTiles(bool) {
-    qelRaise(3, "Illegal use of QelSmartRenderedItemVector");
+    qelRaise(QelErrorCode::misuse, "Illegal use of QelSmartRenderedItemVector");
 }
 
 void QelSmartRenderedItemVector::add(QelRenderedItem * item) {

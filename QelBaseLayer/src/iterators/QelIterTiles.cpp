@@ -23,7 +23,7 @@ void giveMemory(QelTile & tile) {
 MoxConstSmartPtr<QelSimpleDataOrg> qelSimpleOrgOf(Qel2DImage const & image, char const * refusal) {
     MoxSmartPtr<QelDataOrg> const org = image.dataOrg();
     QelSimpleDataOrg const * const simple = org ? org->asSimple() : nullptr;
-    if (simple == nullptr) qelRaise(150, refusal);
+    if (simple == nullptr) qelRaise(QelErrorCode::simpleDataOrgNeeded, refusal);
     return simple;
 }
 
@@ -63,5 +63,5 @@ void qelRaiseNoTile(Qel2DImage const & image, std::int32_t x, std::int32_t y,
          << image.tilesAcross() << " x " << image.tilesDown() << " tiles -- image rect "
          << image.imageRect() << " iteration rect (" << edges.left << ',' << edges.top << ','
          << edges.right - edges.left + 1 << ',' << edges.bottom - edges.top + 1 << ')';
-    qelRaise(3, text.str());
+    qelRaise(QelErrorCode::misuse, text.str());
 }

@@ -7,7 +7,8 @@
 
 // What the iterators over images have in common.
 
-// The image's organisation; raises 150 with `refusal` unless it is a QelSimpleDataOrg.
+// The image's organisation; raises simpleDataOrgNeeded (150) with `refusal` unless it is a
+// QelSimpleDataOrg.
 MoxConstSmartPtr<QelSimpleDataOrg> qelSimpleOrgOf(Qel2DImage const & image, char const * refusal);
 
 // `tile` with memory that is addressed as `org` says, which is not so for one that somebody
@@ -26,8 +27,8 @@ std::uint8_t * qelDataOf(QelTile & tile);
 // Do the elements of all bands follow each other, pixel by pixel, without a gap?
 bool qelPixelsAreDense(QelSimpleDataOrg const & org);
 
-// Raises 3: tile (x, y) cannot be had, for an iterator over the rectangle of these inclusive
-// edges.
+// Raises misuse (3): tile (x, y) cannot be had, for an iterator over the rectangle of these
+// inclusive edges.
 struct QelIterEdges {
     std::int64_t left, top, right, bottom;
 };

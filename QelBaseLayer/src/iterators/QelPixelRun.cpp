@@ -7,6 +7,6 @@
 
 void qelRequireElementType(QelDataOrg const & org, QelDataType type) {
     if (org.precision() == type) return;
-    qelRaise(119, std::string("An iterator over ") + type.name() + " cannot visit pixels of " +
-                      org.precision().name());
+    qelRaise(QelErrorCode::outputRejected, std::string("An iterator over ") + type.name() +
+                                               " cannot visit pixels of " + org.precision().name());
 }

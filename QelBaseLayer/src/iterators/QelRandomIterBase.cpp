@@ -123,7 +123,7 @@ bool QelRandomIterBase::isAsPlanned(QelTile const * tile, std::int32_t tileX,
 }
 
 void QelRandomIterBase::raiseOutside(char const * axis) {
-    qelRaise(151, std::string(axis) + " value out of bounds");
+    qelRaise(QelErrorCode::outOfBounds, std::string(axis) + " value out of bounds");
 }
 
 void QelRandomIterBase::raiseNoTile(std::int32_t x, std::int32_t y) const {

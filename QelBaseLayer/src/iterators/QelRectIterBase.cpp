@@ -71,8 +71,8 @@ QelRectIterBase::~QelRectIterBase() = default;
 QelRectIterBase::QelRectIterBase(QelRectIterBase const &) = default;
 
 void QelRectIterBase::moveTo(std::int32_t x, std::int32_t y, std::int32_t band) {
-    if (!lies(x, left_, right_)) qelRaise(151, "X value out of bounds");
-    if (!lies(y, top_, bottom_)) qelRaise(151, "Y value out of bounds");
+    if (!lies(x, left_, right_)) qelRaise(QelErrorCode::outOfBounds, "X value out of bounds");
+    if (!lies(y, top_, bottom_)) qelRaise(QelErrorCode::outOfBounds, "Y value out of bounds");
     setBand(band);
     goTo(x, y);
 }

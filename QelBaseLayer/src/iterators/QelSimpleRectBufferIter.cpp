@@ -51,7 +51,7 @@ void QelSimpleRectBufferIter::initializeThis(bool noAddress) {
     QelRect const rect = wanted_.intersect(buffer_->rect());
     if (org == nullptr || rect.isEmpty() || org->numBands() < 1) return;
     if (!org->uniformBandOffsets()) {
-        qelRaise(152,
+        qelRaise(QelErrorCode::unevenBandOffsets,
                  "QelSimpleRectBufferIter cannot be used with RectBuffers that have non-uniform "
                  "band offsets");
     }
@@ -87,7 +87,8 @@ void QelSimpleRectBufferIter::makeEmpty() {
 
 // The smallest distance goes innermost. With a single band, whose distance is 0, pixels do.
 void QelSimpleRectBufferIter::chooseOrder() {
-    if (wantedOrder_ < 0 || wantedOrder_ > automatic) qelRaise(153, "Invalid loop order");
+    if (wantedOrder_ < 0 || wantedOrder_ > automatic)
+        qelRaise(QelErrorCode::invalidDataOrg, "Invalid loop order");
     if (wantedOrder_ != automatic) return;
     std::int64_t const pixel = absolute(pixelStep_);
     std::int64_t const band = absolute(bandStep_);
@@ -97,7 +98,7 @@ void QelSimpleRectBufferIter::chooseOrder() {
     } else if (band < pixel && line > band) {
         loopOrder_ = bandPixelLine;
     } else {
-        qelRaise(153, "Invalid data organization");
+        qelRaise(QelErrorCode::invalidDataOrg, "Invalid data organization");
     }
 }
 

@@ -17,7 +17,9 @@
 namespace {
 
 std::int64_t checkedSize(std::int64_t size) {
-    if (size < 0) qelRaise(13, "A data buffer of " + std::to_string(size) + " bytes is impossible");
+    if (size < 0)
+        qelRaise(QelErrorCode::invalidValue,
+                 "A data buffer of " + std::to_string(size) + " bytes is impossible");
     return size;
 }
 
@@ -159,7 +161,7 @@ void QelDataBuffer::free() {
 }
 
 void QelDataBuffer::copyFrom(QelDataBuffer const & source) {
-    if (size_ > source.size_) qelRaise(3, "Source buffer is too small");
+    if (size_ > source.size_) qelRaise(QelErrorCode::misuse, "Source buffer is too small");
     allocate();
     if (source.data_ == nullptr) return;
     // Two buffers may wrap the same memory.

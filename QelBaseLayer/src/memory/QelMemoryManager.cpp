@@ -16,7 +16,8 @@ QelMemoryManager::~QelMemoryManager() noexcept(false) {
     if (outstanding_ == 0 || std::uncaught_exceptions() > 0) return;
     // Clients know the number as a character, not in digits.
     std::string const number(1, static_cast<char>(outstanding_ & 0xff));
-    qelRaise(11, number + " buffers still remaining that were allocated with this manager");
+    qelRaise(QelErrorCode::memoryLeak,
+             number + " buffers still remaining that were allocated with this manager");
 }
 
 void QelMemoryManager::setDefaultManager(QelMemoryManager * manager) {

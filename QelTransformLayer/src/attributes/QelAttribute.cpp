@@ -52,7 +52,8 @@ void QelAttribute::changed() {
 }
 
 void QelAttribute::addCallback(std::unique_ptr<QelAttributeChangedCallback> callback) {
-    if (!callback) qelRaise(4, "QelAttribute::addCallback requires a callback");
+    if (!callback)
+        qelRaise(QelErrorCode::nullPointer, "QelAttribute::addCallback requires a callback");
     callbacks_.push_back({std::move(callback)});
 }
 
@@ -100,7 +101,7 @@ void QelAttribute::takeCallbacks(QelAttribute const & from, QelAttributeBased co
 }
 
 void QelAttribute::checkLock(ZanSourceLocation const & here) const {
-    if (locked_) qelRaise(21, name_, here);
+    if (locked_) qelRaise(QelErrorCode::attributeLocked, name_, here);
 }
 
 void QelAttribute::checkChange(ZanSourceLocation const & here) const {
@@ -110,5 +111,6 @@ void QelAttribute::checkChange(ZanSourceLocation const & here) const {
 
 void QelAttribute::checkNesting(ZanSourceLocation const & here) const {
     if (nesting_ <= maxNesting) return;
-    qelRaise(23, "Attribute " + name_ + " is changed by its own callbacks without end", here);
+    qelRaise(QelErrorCode::endlessChange,
+             "Attribute " + name_ + " is changed by its own callbacks without end", here);
 }

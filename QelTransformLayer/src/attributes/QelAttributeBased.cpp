@@ -42,7 +42,7 @@ bool QelAttributeBased::addAttribute(MoxSmartPtr<QelAttribute> attribute, std::s
     checkCollections();
     if (!attribute) return false;
     if (!isLegalName(attribute->name())) {
-        qelRaise(24, "Illegal attribute name " + attribute->name());
+        qelRaise(QelErrorCode::illegalAttributeName, "Illegal attribute name " + attribute->name());
     }
     if (attributeMap_.contains(name)) return false;
     // What can fail is done before the collections differ.
@@ -81,12 +81,12 @@ QelAttributeBased::Map::const_iterator QelAttributeBased::find(
 
 std::string QelAttributeBased::getAttributeName(QelAttribute const * attribute) const {
     auto const held = find(attribute);
-    if (held == attributeMap_.end()) qelRaise(3, "Could not find attribute");
+    if (held == attributeMap_.end()) qelRaise(QelErrorCode::misuse, "Could not find attribute");
     return held->first;
 }
 
 std::string QelAttributeBased::getAttributeName(int index) const {
-    if (!isIndex(index)) qelRaise(3, "Could not find attribute");
+    if (!isIndex(index)) qelRaise(QelErrorCode::misuse, "Could not find attribute");
     return attributeList_[static_cast<std::size_t>(index)]->first;
 }
 
@@ -136,11 +136,11 @@ bool QelAttributeBased::rename(Map::const_iterator held, std::string newName) {
 }
 
 std::uint32_t QelAttributeBased::getLatestTimestamp(std::vector<std::string> const & names) const {
-    if (names.empty()) qelRaise(6, "getLatestTimestamp");
+    if (names.empty()) qelRaise(QelErrorCode::nothingNamed, "getLatestTimestamp");
     std::uint32_t latest = 0;
     for (std::string const & name : names) {
         auto const held = attributeMap_.find(name);
-        if (held == attributeMap_.end()) qelRaise(20, name);
+        if (held == attributeMap_.end()) qelRaise(QelErrorCode::noSuchAttribute, name);
         latest = std::max(latest, held->second.attribute->timestamp());
     }
     return latest;
@@ -162,5 +162,5 @@ void QelAttributeBased::copyAttributes(QelAttributeBased const & source) {
 
 void QelAttributeBased::checkCollections() const {
     if (attributeMap_.size() == attributeList_.size()) return;
-    qelRaise(22, "Attribute collections are inconsistent");
+    qelRaise(QelErrorCode::attributesInconsistent, "Attribute collections are inconsistent");
 }

@@ -22,7 +22,7 @@ bool hasBands(QelColorSpace const & space, std::size_t count) {
 
 QelColorSpace const & checked(MoxSmartPtr<QelColorSpace> const & space) {
     if (!space) {
-        qelRaise(4,
+        qelRaise(QelErrorCode::nullPointer,
                  "QelColor cannot be constructed from pointer to color space, if pointer value is "
                  "NULL");
     }
@@ -34,7 +34,7 @@ QelColorSpace const & checked(MoxSmartPtr<QelColorSpace> const & space) {
     QelTextStream text;
     text << before << code << between << space.name() << " with min and max values of "
          << space.minValue() << " and " << space.maxValue();
-    qelRaise(13, text.str());
+    qelRaise(QelErrorCode::invalidValue, text.str());
 }
 
 double checkedCode(QelColorSpace const & space, double code) {
@@ -45,7 +45,8 @@ double checkedCode(QelColorSpace const & space, double code) {
 
 std::size_t checkedCount(int count) {
     if (count < 0) {
-        qelRaise(13, "A color cannot have " + std::to_string(count) + " code values");
+        qelRaise(QelErrorCode::invalidValue,
+                 "A color cannot have " + std::to_string(count) + " code values");
     }
     return static_cast<std::size_t>(count);
 }
@@ -62,7 +63,7 @@ std::vector<double> leastOf(QelColorSpace const & space) {
 std::vector<double> codesOf(QelColorSpace const & space, double a, double b, double c) {
     if (space.numBands() < 3) {
         qelRaise(
-            400,
+            QelErrorCode::countsDiffer,
             "Cannot use this QelColor constructor for color spaces with less than three bands");
     }
     std::vector<double> codes = leastOf(space);
@@ -78,7 +79,7 @@ std::vector<double> const & checkedCodes(QelColorSpace const & space,
         QelTextStream text;
         text << "Cannot construct QelColor from color space " << space.name() << " ("
              << space.numBands() << " bands) and vector with " << codes.size() << " code values";
-        qelRaise(400, text.str());
+        qelRaise(QelErrorCode::countsDiffer, text.str());
     }
     for (double const code : codes)
         checkedCode(space, code);
@@ -110,7 +111,7 @@ void QelColor::checkIndex(int index) const {
     QelTextStream text;
     text << "Illegal index " << index << " into QelColor with " << numChannels()
          << " channels (color space = " << (colorSpace_ ? colorSpace_->name() : "unknown") << ')';
-    qelRaise(7, text.str());
+    qelRaise(QelErrorCode::outOfRange, text.str());
 }
 
 double QelColor::code(int index) const {
@@ -131,7 +132,7 @@ void QelColor::checkBands(QelColorSpace const & space) const {
     QelTextStream text;
     text << "Cannot set color space " << space.name() << '(' << space.numBands()
          << " bands) into QelColor with " << numChannels() << " bands";
-    qelRaise(400, text.str());
+    qelRaise(QelErrorCode::countsDiffer, text.str());
 }
 
 void QelColor::setColorSpace(MoxSmartPtr<QelColorSpace> space) {
@@ -143,7 +144,7 @@ void QelColor::setColorSpace(MoxSmartPtr<QelColorSpace> space) {
             text << "Cannot set color space " << space->name()
                  << "(value range = " << space->minValue() << " to " << space->maxValue()
                  << ") into QelColor which contains " << code << " as a code value";
-            qelRaise(13, text.str());
+            qelRaise(QelErrorCode::invalidValue, text.str());
         }
     }
     colorSpace_ = std::move(space);
@@ -171,7 +172,7 @@ double limited(QelColorSpace const & space, double code) {
 
 // What no range holds is what came of numbers too large to scale, or a range that is empty.
 double checkedScaled(QelColorSpace const & to, double scaled) {
-    if (!isLegal(to, scaled)) qelRaise(153, "Scaled value is out of range");
+    if (!isLegal(to, scaled)) qelRaise(QelErrorCode::cannotRescale, "Scaled value is out of range");
     return scaled;
 }
 
@@ -180,7 +181,9 @@ double checkedScaled(QelColorSpace const & to, double scaled) {
 // From one range to the other: what leaves the new one does so by rounding alone.
 void QelColor::rescale(QelColorSpace const & to) {
     double const width = colorSpace_->maxValue() - colorSpace_->minValue();
-    if (width == 0.0) qelRaise(153, "Cannot rescale a color space which has equal max and min");
+    if (width == 0.0)
+        qelRaise(QelErrorCode::cannotRescale,
+                 "Cannot rescale a color space which has equal max and min");
     double const factor = (to.maxValue() - to.minValue()) / width;
     for (double & code : codeValues_) {
         double const scaled = (code - colorSpace_->minValue()) * factor + to.minValue();
@@ -192,7 +195,8 @@ void QelColor::rescaleFromZero(QelColorSpace const & to, bool clamp) {
     double const min = colorSpace_->minValue();
     double const max = colorSpace_->maxValue();
     if (min == 0.0 && max == 0.0) {
-        qelRaise(153, "Cannot rescale a color space which has a max and min value of 0");
+        qelRaise(QelErrorCode::cannotRescale,
+                 "Cannot rescale a color space which has a max and min value of 0");
     }
     double const factor = max != 0.0 ? to.maxValue() / max : to.minValue() / min;
     for (double & code : codeValues_) {
@@ -220,7 +224,7 @@ QelColor convert(QelColor const & color, bool clamp, MoxSmartPtr<QelColorSpace> 
     QelColorSpace const * const from = color.colorSpace();
     bool const foreign = from != nullptr && space && !isGeneric(*from) && !isGeneric(*space) &&
                          !from->isSameType(*space);
-    if (foreign) qelRaise(3, "Conversions between color spaces not implemented");
+    if (foreign) qelRaise(QelErrorCode::misuse, "Conversions between color spaces not implemented");
     QelColor result(color);
     result.setColorSpace(std::move(space), clamp, false);
     return result;
@@ -245,7 +249,7 @@ constexpr char const * invalid = "Invalid QelColor value";
 
 [[noreturn]] void raiseInvalid(std::istream & in) {
     in.setstate(std::ios_base::failbit);
-    qelRaise(13, invalid);
+    qelRaise(QelErrorCode::invalidValue, invalid);
 }
 
 // Behind "<", up to and with ">".

@@ -81,7 +81,8 @@ constexpr char const * invalid = "Invalid QelColorSpace value";
 
 double readBehind(std::istream & in, char before) {
     double number = 0.0;
-    if (!qelSkipPast(in, before) || !qelReadNumber(in, number)) qelRaise(13, invalid);
+    if (!qelSkipPast(in, before) || !qelReadNumber(in, number))
+        qelRaise(QelErrorCode::invalidValue, invalid);
     return number;
 }
 
@@ -93,11 +94,11 @@ void QelColorSpace::read(std::istream & in) {
     bool const good = qelSkipPast(in, '[') && qelSkip(in, 2) && qelReadNumber(in, bands);
     if (!good || bands > most) {
         in.setstate(std::ios_base::failbit);
-        qelRaise(13, invalid);
+        qelRaise(QelErrorCode::invalidValue, invalid);
     }
     double const min = readBehind(in, '=');
     double const max = readBehind(in, '=');
-    if (!qelSkip(in, 1)) qelRaise(13, invalid);
+    if (!qelSkip(in, 1)) qelRaise(QelErrorCode::invalidValue, invalid);
     setFields(static_cast<int>(bands), min, max);
 }
 

@@ -140,8 +140,9 @@ MoxSmartPtr<QelColorSpace> partnerOf(QelColorSpace const & space, bool keepRange
     MoxConstSmartPtr<QelColorSpace> const found =
         partner != nullptr ? qelFindColorSpaceName(partner) : nullptr;
     if (!found) {
-        qelRaise(13, std::string("Class ") + space.name() + " has no corresponding color space " +
-                         what + " alpha.");
+        qelRaise(QelErrorCode::invalidValue, std::string("Class ") + space.name() +
+                                                 " has no corresponding color space " + what +
+                                                 " alpha.");
     }
     // A copy first: a space may be its own copy where the range stays, and a prototype is nobody's.
     MoxSmartPtr<QelColorSpace> const partnerSpace = found->clone();
@@ -154,7 +155,8 @@ MoxSmartPtr<QelColorSpace> partnerOf(QelColorSpace const & space, bool keepRange
 QelColorSpaceRegistryEntry::QelColorSpaceRegistryEntry(MoxSmartPtr<QelColorSpace> prototype,
                                                        std::string name)
     : prototype_(std::move(prototype)), name_(std::move(name)) {
-    if (!prototype_) qelRaise(4, "Null pointer passed to QelColorSpaceRegistryEntry");
+    if (!prototype_)
+        qelRaise(QelErrorCode::nullPointer, "Null pointer passed to QelColorSpaceRegistryEntry");
     registry().add(this);
 }
 
@@ -182,20 +184,22 @@ std::vector<MoxConstSmartPtr<QelColorSpace>> qelColorSpaces() {
 MoxSmartPtr<QelColorSpace> qelNewColorSpace(std::string const & className) {
     MoxConstSmartPtr<QelColorSpace> const prototype = qelFindColorSpaceClass(className);
     if (prototype) return prototype->clone();
-    qelRaise(13, "Class " + className + " is not registered as an QelColorSpace.");
+    qelRaise(QelErrorCode::invalidValue,
+             "Class " + className + " is not registered as an QelColorSpace.");
 }
 
 MoxSmartPtr<QelColorSpace> newAddAlpha(QelColorSpace const & space, bool keepRange) {
     if (space.hasAlpha()) {
-        qelRaise(13, std::string("Class ") + space.name() + " already has alpha in newAddAlpha().");
+        qelRaise(QelErrorCode::invalidValue,
+                 std::string("Class ") + space.name() + " already has alpha in newAddAlpha().");
     }
     return partnerOf(space, keepRange, "with");
 }
 
 MoxSmartPtr<QelColorSpace> newRemoveAlpha(QelColorSpace const & space, bool keepRange) {
     if (!space.hasAlpha()) {
-        qelRaise(
-            13, std::string("Class ") + space.name() + " does not have alpha in newRemoveAlpha().");
+        qelRaise(QelErrorCode::invalidValue, std::string("Class ") + space.name() +
+                                                 " does not have alpha in newRemoveAlpha().");
     }
     return partnerOf(space, keepRange, "without");
 }

@@ -42,7 +42,7 @@ QelCoordSpace::QelCoordSpace(std::vector<OwnedDimension> dimensions) : body_(new
     bool bad = dimensions.empty();
     for (OwnedDimension const & each : dimensions)
         bad = bad || each == nullptr;
-    if (bad) qelRaise(4, "Null pointer passed to QelCoordSpace ctr");
+    if (bad) qelRaise(QelErrorCode::nullPointer, "Null pointer passed to QelCoordSpace ctr");
     body_->dimensions = std::move(dimensions);
 }
 
@@ -89,7 +89,7 @@ void QelCoordSpace::checkIndex(unsigned index) const {
     QelTextStream text;
     text << "index value " << index << " into coord space with " << numDimensions()
          << " dimensions";
-    qelRaise(7, text.str());
+    qelRaise(QelErrorCode::outOfRange, text.str());
 }
 
 QelDimension const & QelCoordSpace::dimension(unsigned index) const {
@@ -101,7 +101,8 @@ unsigned QelCoordSpace::indexOf(std::string const & name) const {
     for (unsigned i = 0; i < numDimensions(); ++i) {
         if (body_->dimensions[i]->name() == name) return i;
     }
-    qelRaise(404, "Could not locate dimension named \"" + name + "\" in coordinate space");
+    qelRaise(QelErrorCode::noSuchDimension,
+             "Could not locate dimension named \"" + name + "\" in coordinate space");
 }
 
 void QelCoordSpace::setDimensionUnit(unsigned index, int unit) {
@@ -149,7 +150,7 @@ void QelCoordSpace::setExtentsBox(QelBox const & box) {
         QelTextStream text;
         text << box.dimensions() << "-dimensional box passed to setExtentsBox( ) on "
              << numDimensions() << "-dimensional coord space";
-        qelRaise(400, text.str());
+        qelRaise(QelErrorCode::countsDiffer, text.str());
     }
     edit([&box](DimensionSet & set) {
         for (unsigned i = 0; i < box.dimensions(); ++i)
@@ -163,7 +164,9 @@ void QelCoordSpace::addDimension(OwnedDimension dimension) {
 }
 
 void QelCoordSpace::insertDimension(OwnedDimension dimension, unsigned index) {
-    if (dimension == nullptr) qelRaise(4, "Null pointer passed to QelCoordSpace::insertDimension");
+    if (dimension == nullptr)
+        qelRaise(QelErrorCode::nullPointer,
+                 "Null pointer passed to QelCoordSpace::insertDimension");
     if (index != numDimensions()) checkIndex(index);
     checkFree(index, "insertDimension");
     errno = 0;
@@ -185,7 +188,7 @@ void QelCoordSpace::removeDimension(unsigned index) {
     checkIndex(index);
     checkFree(index, "removeDimension");
     if (numDimensions() == 1) {
-        qelRaise(9, "Cannot remove the only dimension of a coord space");
+        qelRaise(QelErrorCode::unsupported, "Cannot remove the only dimension of a coord space");
     }
     std::vector<OwnedDimension> & all = uniqueBody().dimensions;
     all.erase(all.begin() + static_cast<std::ptrdiff_t>(index));

@@ -13,7 +13,7 @@ bool isAboveZero(QelValue const & width) {
 }
 
 void checkWidth(QelValue const & width, std::string const & refusal) {
-    if (!isAboveZero(width)) qelRaise(309, refusal);
+    if (!isAboveZero(width)) qelRaise(QelErrorCode::illegalWidth, refusal);
 }
 
 QelValueRange closedRange(QelValue const & origin, QelValue const & width, int discrete) {
@@ -29,14 +29,15 @@ QelValue const & checked(QelValue const & width) {
     if (!isRelativeUnit(width.unit())) {
         checkWidth(width, badWidth);
     } else if (width.value() != 0.0 && width.value() != 1.0) {
-        qelRaise(411, badRelativeWidth);
+        qelRaise(QelErrorCode::illegalExtent, badRelativeWidth);
     }
     return width;
 }
 
 QelValue checkedPixels(unsigned count) {
     if (count == 0) {
-        qelRaise(309, "pixel based dimension object constructed with width equal to zero pixels");
+        qelRaise(QelErrorCode::illegalWidth,
+                 "pixel based dimension object constructed with width equal to zero pixels");
     }
     return {static_cast<double>(count), QEL_UNIT_PIXEL};
 }
@@ -85,22 +86,26 @@ bool QelDimension::isRelative() const {
 
 void QelDimension::checkPixelBased() const {
     if (range_.discrete() != 1) {
-        qelRaise(411, "pixel based dimension object must use discrete coordinates");
+        qelRaise(QelErrorCode::illegalExtent,
+                 "pixel based dimension object must use discrete coordinates");
     }
     if (origin().value() != 0.0) {
-        qelRaise(411, "pixel based dimension object must have origin at zero");
+        qelRaise(QelErrorCode::illegalExtent,
+                 "pixel based dimension object must have origin at zero");
     }
 }
 
 void QelDimension::checkRelative() const {
     if (range_.discrete() != 0) {
-        qelRaise(411,
+        qelRaise(QelErrorCode::illegalExtent,
                  "dimension based on relative unit of measure must use continuous coordinates");
     }
     if (origin().value() != 0.0) {
-        qelRaise(411, "dimension based on relative unit of measure must have origin at zero");
+        qelRaise(QelErrorCode::illegalExtent,
+                 "dimension based on relative unit of measure must have origin at zero");
     }
-    if (width().value() != 0.0 && width().value() != 1.0) qelRaise(411, badRelativeWidth);
+    if (width().value() != 0.0 && width().value() != 1.0)
+        qelRaise(QelErrorCode::illegalExtent, badRelativeWidth);
 }
 
 void QelDimension::setUnit(int unit) {
@@ -113,8 +118,9 @@ void QelDimension::setUnit(int unit) {
 QelValueRange QelDimension::rangeIn(int wanted) const {
     bool const fixed = isPixelUnit(wanted) || isRelativeUnit(wanted);
     if (fixed && unit() != QEL_UNIT_ARBITRARY) {
-        qelRaise(306, "Cannot convert dimension object from unit " + quoted(unit()) + " to unit " +
-                          quoted(wanted));
+        qelRaise(QelErrorCode::cannotConvertUnit, "Cannot convert dimension object from unit " +
+                                                      quoted(unit()) + " to unit " +
+                                                      quoted(wanted));
     }
     QelValue const zero(0.0, wanted);
     if (isPixelUnit(wanted)) return closedRange(zero, width(), 1);
@@ -125,7 +131,8 @@ QelValueRange QelDimension::rangeIn(int wanted) const {
 }
 
 void QelDimension::refuse(char const * action) const {
-    qelRaise(312, action + ('"' + QelValue::getUnitInfo(unit()).pluralName) + '"');
+    qelRaise(QelErrorCode::unsuitableUnit,
+             action + ('"' + QelValue::getUnitInfo(unit()).pluralName) + '"');
 }
 
 void QelDimension::checkMovable(char const * action) const {

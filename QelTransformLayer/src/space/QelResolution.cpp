@@ -20,7 +20,7 @@ QelResolution::QelResolution(double dotsPerUnit, int ofUnit) : dpu(dotsPerUnit),
     if (!(dotsPerUnit >= 0.0)) {
         QelTextStream text;
         text << "Cannot construct resolution object with dots-per-unit = " << dotsPerUnit;
-        qelRaise(303, text.str());
+        qelRaise(QelErrorCode::illegalDotsPerUnit, text.str());
     }
     if (dotsPerUnit == 0.0) unit = QEL_UNIT_ARBITRARY;
 }
@@ -32,8 +32,11 @@ QelResolution QelResolution::ofPixels(std::uint32_t count) {
 }
 
 double QelResolution::getDpu(int inUnit) const {
-    if (isPixelsOnly()) qelRaise(402, "cannot convert resolution object with no dpu info");
-    if (isArbitrary()) qelRaise(403, "cannot do unit conversion on arbitrary res object");
+    if (isPixelsOnly())
+        qelRaise(QelErrorCode::noDotsPerUnit, "cannot convert resolution object with no dpu info");
+    if (isArbitrary())
+        qelRaise(QelErrorCode::arbitraryResolution,
+                 "cannot do unit conversion on arbitrary res object");
     return inUnit == unit ? dpu : converted(dpu, unit, inUnit);
 }
 

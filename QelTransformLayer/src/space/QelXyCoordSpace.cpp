@@ -21,12 +21,14 @@ Owned newAxis(char const * name, unsigned pixels) {
 }
 
 unsigned checkedWidth(unsigned width) {
-    if (width == 0) qelRaise(407, "Cannot construct zero pixel-wide coordinate space");
+    if (width == 0)
+        qelRaise(QelErrorCode::zeroPixelsWide, "Cannot construct zero pixel-wide coordinate space");
     return width;
 }
 
 unsigned checkedHeight(unsigned height) {
-    if (height == 0) qelRaise(408, "Cannot construct zero pixel-high coordinate space");
+    if (height == 0)
+        qelRaise(QelErrorCode::zeroPixelsHigh, "Cannot construct zero pixel-high coordinate space");
     return height;
 }
 
@@ -38,13 +40,15 @@ unsigned checkedHeight(unsigned height) {
 
 void checkSize(QelValue const & width, QelValue const & height) {
     if (!(width.value() > 0.0)) {
-        raiseBadSize(412, "Cannot create coordinate space with world-width = ", width);
+        raiseBadSize(QelErrorCode::illegalWorldWidth,
+                     "Cannot create coordinate space with world-width = ", width);
     }
     if (!(height.value() > 0.0)) {
-        raiseBadSize(413, "Cannot create coordinate space with world-height = ", height);
+        raiseBadSize(QelErrorCode::illegalWorldHeight,
+                     "Cannot create coordinate space with world-height = ", height);
     }
     if (isRelativeUnit(width.unit())) {
-        qelRaise(312,
+        qelRaise(QelErrorCode::unsuitableUnit,
                  "Cannot create coordinate space with relative unit of measure AND size "
                  "information");
     }
@@ -77,21 +81,26 @@ Owned yAxisOf(QelValue const & width, QelValue const & height) {
 
 void checkResolution(QelResolution const & horz, QelResolution const & vert) {
     if (isPixelUnit(horz.unit) && (horz.dpu != 1.0 || vert.dpu != 1.0)) {
-        qelRaise(402,
+        qelRaise(QelErrorCode::noDotsPerUnit,
                  "Cannot create pixel-based coordinate space with resolution other than 1.0 dots "
                  "per unit");
     }
     if (isRelativeUnit(horz.unit)) {
-        qelRaise(402,
+        qelRaise(QelErrorCode::noDotsPerUnit,
                  "Cannot create coordinate space with relative unit of measure AND resolution "
                  "information.");
     }
     if (!(horz.dpu > 0.0)) {
-        raiseBadResolution(303, "with horizontal dots-per-unit = ", horz.dpu);
+        raiseBadResolution(QelErrorCode::illegalDotsPerUnit,
+                           "with horizontal dots-per-unit = ", horz.dpu);
     }
-    if (!(vert.dpu > 0.0)) raiseBadResolution(303, "with vertical dots-per-unit = ", vert.dpu);
-    if (horz.pixels == 0) raiseBadResolution(407, "with width-in-pixels = ", horz.pixels);
-    if (vert.pixels == 0) raiseBadResolution(408, "with height-in-pixels = ", vert.pixels);
+    if (!(vert.dpu > 0.0))
+        raiseBadResolution(QelErrorCode::illegalDotsPerUnit,
+                           "with vertical dots-per-unit = ", vert.dpu);
+    if (horz.pixels == 0)
+        raiseBadResolution(QelErrorCode::zeroPixelsWide, "with width-in-pixels = ", horz.pixels);
+    if (vert.pixels == 0)
+        raiseBadResolution(QelErrorCode::zeroPixelsHigh, "with height-in-pixels = ", vert.pixels);
 }
 
 // The axis that holds the pixels of one half of a resolution, in `unit`.
@@ -111,7 +120,7 @@ Owned xAxisOf(QelXyCoordSpace::Resolution const & resolution) {
 [[noreturn]] void raiseNotAnAxis(unsigned index) {
     QelTextStream text;
     text << "index value " << index << " into coord space with 2 dimensions of an image";
-    qelRaise(7, text.str());
+    qelRaise(QelErrorCode::outOfRange, text.str());
 }
 
 void checkAxis(unsigned index) {
@@ -121,7 +130,7 @@ void checkAxis(unsigned index) {
 [[noreturn]] void raiseBadFactor(char const * what, double factor) {
     QelTextStream text;
     text << "Cannot scale coord space " << what << factor;
-    qelRaise(310, text.str());
+    qelRaise(QelErrorCode::illegalFactor, text.str());
 }
 
 }  // namespace
@@ -233,7 +242,7 @@ void QelXyCoordSpace::setXyUnit(int wanted) {
 
 void QelXyCoordSpace::becomePixelBased() {
     if (!hasSelectedResolution()) {
-        qelRaise(410,
+        qelRaise(QelErrorCode::noSelectedResolution,
                  "Cannot convert QelXyCoordSpace unit to QEL_UNIT_PIXEL, unless there is a "
                  "selected resolution.");
     }
@@ -266,9 +275,10 @@ void QelXyCoordSpace::setDimensionUnit(unsigned index, int wanted) {
         return;
     }
     if (isPixelUnit(wanted) || isRelativeUnit(wanted)) {
-        qelRaise(311, "Cannot convert dimension \"" + dimension(index).name() +
-                          "\" to unit of measure \"" + QelValue::getUnitInfo(wanted).singularName +
-                          "\". QelXyCoordSpace reserves that unit for the x and y dimensions only");
+        qelRaise(QelErrorCode::cannotConvertDimension,
+                 "Cannot convert dimension \"" + dimension(index).name() +
+                     "\" to unit of measure \"" + QelValue::getUnitInfo(wanted).singularName +
+                     "\". QelXyCoordSpace reserves that unit for the x and y dimensions only");
     }
     QelCoordSpace::setDimensionUnit(index, wanted);
 }
@@ -285,8 +295,9 @@ void QelXyCoordSpace::setUnit(int wanted) {
 
 void QelXyCoordSpace::checkFree(unsigned index, char const * operation) const {
     if (index > 1) return;
-    qelRaise(9, std::string("Cannot override ") + (index == 0 ? "x" : "y") +
-                    "-dimension of QelXyCoordSpace by calling " + operation + "( )");
+    qelRaise(QelErrorCode::unsupported, std::string("Cannot override ") + (index == 0 ? "x" : "y") +
+                                            "-dimension of QelXyCoordSpace by calling " +
+                                            operation + "( )");
 }
 
 void QelXyCoordSpace::extentsChanged() {
@@ -312,7 +323,7 @@ QelValue QelXyCoordSpace::resolveSpan(unsigned index, QelValue const & value) co
     if (isPixelBased()) return value;
     double const dpu = selectedOn(index).dpu;
     if (dpu == 0.0) {
-        qelRaise(312,
+        qelRaise(QelErrorCode::unsuitableUnit,
                  "cannot pass values to coord space in units of pixels, if coord space has no "
                  "selected resolution");
     }
@@ -330,7 +341,8 @@ void QelXyCoordSpace::setOrigin(unsigned index, QelValue const & origin) {
     checkAxis(index);
     if (isPixelBased()) return;
     if (isRelative()) {
-        qelRaise(312, "Cannot change origin of coordinate space based on relative unit of measure");
+        qelRaise(QelErrorCode::unsuitableUnit,
+                 "Cannot change origin of coordinate space based on relative unit of measure");
     }
     QelValue const resolved = resolvePosition(index, origin);
     uniqueAxis(index).setOrigin(resolved);
@@ -349,7 +361,7 @@ void QelXyCoordSpace::setWidth(unsigned index, QelValue const & width, bool keep
     checkAxis(index);
     if (isRelative()) {
         qelRaise(
-            312,
+            QelErrorCode::unsuitableUnit,
             "Cannot change width/height of coordinate space based on relative unit of measure");
     }
     QelValue resolved = resolveSpan(index, width);
@@ -362,7 +374,7 @@ void QelXyCoordSpace::setWidth(unsigned index, QelValue const & width, bool keep
                  << "of pixel based coordinate space to " << width.value()
                  << "(unit id = " << width.unit() << ") "
                  << "resulted in an illegal dimension length of " << resolved.value();
-            qelRaise(411, text.str());
+            qelRaise(QelErrorCode::illegalExtent, text.str());
         }
     }
     edit([&](QelXyCoordSpace & copy) {
@@ -468,7 +480,7 @@ MoxSmartPtr<QelXyCoordSpace> QelXyCoordSpace::newSpace(QelValue const & width,
                 "QEL_UNIT_PIXEL coord space that has a different number of pixels: ("
              << wide << ',' << high << ") vs. (" << numPixelsWide() << ',' << numPixelsHigh()
              << ')';
-        qelRaise(128, text.str());
+        qelRaise(QelErrorCode::pixelCountsDiffer, text.str());
     }
     // Parts of the old extents, both of them.
     QelValue const wide = resolveSpan(0, width);

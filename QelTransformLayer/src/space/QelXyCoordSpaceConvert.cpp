@@ -99,9 +99,10 @@ class QelXyCoordSpace::Converter {
         if (!bad) return;
         // This one case speaks of a position whatever is converted; clients know the text.
         bool const known = index_ == 0 && std::string(thing_) == "span" && isCross(target);
-        qelRaise(306, std::string("Cannot convert ") + axisName() + ' ' +
-                          (known ? "position" : thing_) + " to unit " + quoted(target) +
-                          " when the underlying coord space is in unit " + quoted(unit_));
+        qelRaise(QelErrorCode::cannotConvertUnit,
+                 std::string("Cannot convert ") + axisName() + ' ' + (known ? "position" : thing_) +
+                     " to unit " + quoted(target) + " when the underlying coord space is in unit " +
+                     quoted(unit_));
     }
 
     // Dots per unit of the selected resolution, or of the only one. `direction` completes the
@@ -112,15 +113,17 @@ class QelXyCoordSpace::Converter {
         std::string const sentence =
             std::string("QelXyCoordSpace cannot convert ") + axisName() + ' ' + thing_ + direction;
         if (axis_.numResolutions() != 1) {
-            qelRaise(410, sentence +
-                              "when there is no selected resolution and the coord space is not "
-                              "single-res");
+            qelRaise(QelErrorCode::noSelectedResolution,
+                     sentence +
+                         "when there is no selected resolution and the coord space is not "
+                         "single-res");
         }
         double const only = axis_.resolution(0).dpu;
         if (only == 0.0) {
-            qelRaise(403, sentence +
-                              "when there is no selected resolution and coord space supports "
-                              "only arbitrary res");
+            qelRaise(QelErrorCode::arbitraryResolution,
+                     sentence +
+                         "when there is no selected resolution and coord space supports "
+                         "only arbitrary res");
         }
         return only;
     }

@@ -46,7 +46,7 @@ QelXyCoordSpace::Resolution QelXyCoordSpace::getResolution(unsigned index) const
 
 void QelXyCoordSpace::checkResolutionsChangeable() const {
     if (!isRelative()) return;
-    qelRaise(312,
+    qelRaise(QelErrorCode::unsuitableUnit,
              "Cannot modify resolution information for coordinate space whose unit of measure is "
              "\"" +
                  QelValue::getUnitInfo(unit()).singularName + '"');
@@ -58,7 +58,7 @@ void QelXyCoordSpace::checkRowIndex(unsigned index) const {
     text << "resolution index value " << index
          << " passed to QelXyCoordSpace::removeResolution(), but object has only "
          << numResolutions() << " resolution entries";
-    qelRaise(7, text.str());
+    qelRaise(QelErrorCode::outOfRange, text.str());
 }
 
 QelXyCoordSpace::Resolution QelXyCoordSpace::specified(Resolution const & resolution) const {
@@ -95,7 +95,8 @@ void QelXyCoordSpace::addResolution(Resolution const & resolution) {
     if (resolution.horz.pixels != 0) row.horz.pixels = resolution.horz.pixels;
     if (resolution.vert.pixels != 0) row.vert.pixels = resolution.vert.pixels;
     if (!saysPixels(resolution.horz) || !saysPixels(resolution.vert)) {
-        qelRaise(312, "Cannot add resolution to dimension object defined in units of \"pixels\"");
+        qelRaise(QelErrorCode::unsuitableUnit,
+                 "Cannot add resolution to dimension object defined in units of \"pixels\"");
     }
     setPixelSize(row.horz.pixels, row.vert.pixels);
 }
@@ -103,11 +104,11 @@ void QelXyCoordSpace::addResolution(Resolution const & resolution) {
 void QelXyCoordSpace::addResolution(std::uint32_t widthPixels, std::uint32_t heightPixels) {
     checkResolutionsChangeable();
     if (widthPixels == 0) {
-        qelRaise(407,
+        qelRaise(QelErrorCode::zeroPixelsWide,
                  "Cannot add resolution to coordinate space and specify a width in pixels of zero");
     }
     if (heightPixels == 0) {
-        qelRaise(408,
+        qelRaise(QelErrorCode::zeroPixelsHigh,
                  "Cannot add resolution to coordinate space and specify a height in pixels of "
                  "zero");
     }
@@ -156,10 +157,12 @@ bool QelXyCoordSpace::supportsResolution(Resolution const & resolution) const {
 
 void QelXyCoordSpace::selectResolution(std::uint32_t widthPixels, std::uint32_t heightPixels) {
     if (widthPixels == 0) {
-        qelRaise(407, "request to select zero pixel-wide resolution of coordinate space");
+        qelRaise(QelErrorCode::zeroPixelsWide,
+                 "request to select zero pixel-wide resolution of coordinate space");
     }
     if (heightPixels == 0) {
-        qelRaise(407, "request to select zero pixel-high resolution of coordinate space");
+        qelRaise(QelErrorCode::zeroPixelsWide,
+                 "request to select zero pixel-high resolution of coordinate space");
     }
     for (unsigned i = 0; i < numResolutions(); ++i) {
         Resolution row = getResolution(i);
@@ -181,7 +184,7 @@ void QelXyCoordSpace::selectResolution(std::uint32_t widthPixels, std::uint32_t 
         text << '(' << row.horz.pixels << ',' << row.vert.pixels << ')';
     }
     text << ']';
-    qelRaise(409, text.str());
+    qelRaise(QelErrorCode::noSuchResolution, text.str());
 }
 
 void QelXyCoordSpace::selectResolution(Resolution const & resolution) {
@@ -214,22 +217,24 @@ QelResolution QelXyCoordSpace::findPartner(unsigned givenAxis, QelResolution con
 
 QelResolution QelXyCoordSpace::findHorzResolution(QelResolution const & y) const {
     if (y.isArbitrary()) {
-        qelRaise(403, "Cannot find matching horizontal resolution for \"arbitrary\" y-resolution");
+        qelRaise(QelErrorCode::arbitraryResolution,
+                 "Cannot find matching horizontal resolution for \"arbitrary\" y-resolution");
     }
     QelResolution const found = findPartner(1, y);
     if (isFull(found)) return found;
-    qelRaise(409,
+    qelRaise(QelErrorCode::noSuchResolution,
              "the y-resolution specified to findHorzResolution() is not supported by the "
              "coordinate space");
 }
 
 QelResolution QelXyCoordSpace::findVertResolution(QelResolution const & x) const {
     if (x.isArbitrary()) {
-        qelRaise(403, "Cannot find matching vertical resolution for \"arbitrary\" x-resolution");
+        qelRaise(QelErrorCode::arbitraryResolution,
+                 "Cannot find matching vertical resolution for \"arbitrary\" x-resolution");
     }
     QelResolution const found = findPartner(0, x);
     if (isFull(found)) return found;
-    qelRaise(409,
+    qelRaise(QelErrorCode::noSuchResolution,
              "the x-resolution specified to findVertResolution() is not supported by the "
              "coordinate space");
 }
@@ -331,7 +336,9 @@ bool QelXyCoordSpace::findClosestResolution(Resolution & found, Resolution const
 }
 
 void QelXyCoordSpace::getMaxResolution(std::uint32_t & width, std::uint32_t & height) const {
-    if (numResolutions() == 0) qelRaise(410, "Coordinate space contains no resolution info");
+    if (numResolutions() == 0)
+        qelRaise(QelErrorCode::noSelectedResolution,
+                 "Coordinate space contains no resolution info");
     std::uint32_t widthOnly = 0;
     std::uint32_t heightOnly = 0;
     Resolution largest;
@@ -399,7 +406,7 @@ void QelXyCoordSpace::intersectResolutions(QelXyCoordSpace const * other) {
     if (isPixelBased()) {
         bool const stays =
             other != nullptr && other->hasPixelResolution(numPixelsWide(), numPixelsHigh());
-        if (!stays) qelRaise(600, "No remaining resolutions");
+        if (!stays) qelRaise(QelErrorCode::noCommonResolution, "No remaining resolutions");
         return;
     }
     Rows const mine(*this);
@@ -524,7 +531,7 @@ void QelXyCoordSpace::reselect(std::uint32_t width, std::uint32_t height, bool k
         clearSelection();
     } else if (hasSelectedResolution()) {
         if (!hasPixelResolution(width, height)) {
-            qelRaise(402,
+            qelRaise(QelErrorCode::noDotsPerUnit,
                      "Could not reselect resolution after scaling coordinate space resolution "
                      "information");
         }

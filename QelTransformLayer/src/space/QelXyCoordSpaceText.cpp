@@ -23,7 +23,7 @@ void write(std::ostream & out, Resolution const & row) {
 
 [[noreturn]] void raiseBadText(std::istream & in, char const * text) {
     in.setstate(std::ios_base::failbit);
-    qelRaise(13, text);
+    qelRaise(QelErrorCode::invalidValue, text);
 }
 
 constexpr char const * badSpace = "Invalid QelXyCoordSpace value";

@@ -29,13 +29,13 @@ std::string const & singular(int unit) {
          << singular(dimension.unit()) << "\nInput res=" << given.dpu << "Dots Per "
          << singular(given.unit) << "\nConverted Res=" << dpu << "Dots Per "
          << singular(dimension.unit()) << "\nComputed Samples=" << std::setprecision(0) << count;
-    qelRaise(405, text.str());
+    qelRaise(QelErrorCode::noSamples, text.str());
 }
 
 // `factor` is a number, or two with words between them.
 [[noreturn]] void raiseScaledToNothing(std::uint32_t count, std::string const & factor) {
-    qelRaise(405, "scaling pixel value " + std::to_string(count) + " by scale factor " + factor +
-                      " results in zero pixels");
+    qelRaise(QelErrorCode::noSamples, "scaling pixel value " + std::to_string(count) +
+                                          " by scale factor " + factor + " results in zero pixels");
 }
 
 std::string shown(double factor) {
@@ -49,12 +49,14 @@ std::string shown(int denominator, int numerator) {
 }
 
 void checkFactor(double factor) {
-    if (!(factor > 0.0)) qelRaise(310, "Cannot scale number of pixels by " + shown(factor));
+    if (!(factor > 0.0))
+        qelRaise(QelErrorCode::illegalFactor, "Cannot scale number of pixels by " + shown(factor));
 }
 
 void checkRatio(int denominator, int numerator) {
-    if (numerator == 0) qelRaise(310, "Cannot scale resolution information by zero");
-    if (denominator == 0) qelRaise(310, "Denominator of ratio is zero");
+    if (numerator == 0)
+        qelRaise(QelErrorCode::illegalFactor, "Cannot scale resolution information by zero");
+    if (denominator == 0) qelRaise(QelErrorCode::illegalFactor, "Denominator of ratio is zero");
 }
 
 std::uint32_t scaled(std::uint32_t count, double factor) {
@@ -89,7 +91,7 @@ QelXyDimension::QelXyDimension(std::string name, QelValue const & origin, QelVal
                                QelResolution const & resolution, int discrete)
     : QelDimension(std::move(name), origin, width, discrete) {
     if (isRelative()) {
-        qelRaise(312,
+        qelRaise(QelErrorCode::unsuitableUnit,
                  "Cannot construct QelXyDimension based on relative unit of measure AND define "
                  "resolution information");
     }
@@ -105,13 +107,14 @@ QelXyDimension::QelXyDimension(std::string name, QelValue const & origin, QelVal
                                std::vector<QelResolution> const & resolutions, int discrete)
     : QelDimension(std::move(name), origin, width, discrete) {
     if (isRelative() && !resolutions.empty()) {
-        qelRaise(312,
+        qelRaise(QelErrorCode::unsuitableUnit,
                  "Cannot construct QelXyDimension based on relative unit of measure AND define "
                  "resolution information");
     }
     if (isPixelBased()) {
         if (resolutions.size() > 1) {
-            qelRaise(312, "Cannot construct pixel based QelXyDimension with multiple resolutions");
+            qelRaise(QelErrorCode::unsuitableUnit,
+                     "Cannot construct pixel based QelXyDimension with multiple resolutions");
         }
         if (!resolutions.empty()) checkPixelBased(resolutions.front());
         addOwnResolution();
@@ -136,7 +139,7 @@ void QelXyDimension::checkPixelBased(QelResolution const & resolution) const {
     bool const good =
         resolution.pixels != 0 ? resolution.pixels == width().value() : resolution.dpu == 1.0;
     if (good) return;
-    qelRaise(312,
+    qelRaise(QelErrorCode::unsuitableUnit,
              "Cannot construct QelXyDimension with pixel based coords and resolution != 1.0 dpu");
 }
 
@@ -208,8 +211,9 @@ void QelXyDimension::scale(double factor, bool keepDpu) {
 QelResolution QelXyDimension::specify(QelResolution const & resolution) const {
     double const extent = width().value();
     if (extent == 0.0) {
-        qelRaise(312, "Cannot call QelXyDimension::specify( ) for dimension " + name() +
-                          " where unit of measure is \"" + singular(unit()) + '"');
+        qelRaise(QelErrorCode::unsuitableUnit,
+                 "Cannot call QelXyDimension::specify( ) for dimension " + name() +
+                     " where unit of measure is \"" + singular(unit()) + '"');
     }
     if (resolution.isArbitrary()) return resolution;
     QelResolution full = resolution;
@@ -245,7 +249,7 @@ void QelXyDimension::checkIndex(unsigned index, char const * operation) const {
     QelTextStream text;
     text << "index value " << index << " passed to QelXyDimension::" << operation
          << "(), but object has only " << numResolutions() << " resolution entries";
-    qelRaise(7, text.str());
+    qelRaise(QelErrorCode::outOfRange, text.str());
 }
 
 void QelXyDimension::checkListChange(char const * action) const {
@@ -298,9 +302,10 @@ void QelXyDimension::scalePixels(unsigned index, double factor) {
     if (entry.isArbitrary()) return;
     std::uint32_t const count = scaled(entry.pixels, factor);
     if (count == 0) {
-        qelRaise(405, "Cannot scale resolution number " + std::to_string(index) +
-                          " by scale factor " + shown(factor) + " because pixel width " +
-                          std::to_string(entry.pixels) + " ends up being set to zero");
+        qelRaise(QelErrorCode::noSamples,
+                 "Cannot scale resolution number " + std::to_string(index) + " by scale factor " +
+                     shown(factor) + " because pixel width " + std::to_string(entry.pixels) +
+                     " ends up being set to zero");
     }
     setSamples(entry, count);
 }

@@ -30,7 +30,9 @@ QelValueRange closed(QelValue const & min, QelValue const & width) {
 }
 
 QelXyCoordSpace const & checked(QelXyCoordSpace const * space) {
-    if (space == nullptr) qelRaise(4, "Cannot construct QelXyRegion with NULL coord space pointer");
+    if (space == nullptr)
+        qelRaise(QelErrorCode::nullPointer,
+                 "Cannot construct QelXyRegion with NULL coord space pointer");
     return *space;
 }
 
@@ -165,7 +167,7 @@ class QelXyRegion::Clipper {
 
     Interval legalPixels() const {
         if (pixels_ == 0) {
-            qelRaise(410,
+            qelRaise(QelErrorCode::noSelectedResolution,
                      "Cannot specify region's bounding box in units of pixels, because there's no "
                      "selected resolution in the underlying coordinate space object");
         }
@@ -175,7 +177,7 @@ class QelXyRegion::Clipper {
     Interval legalCrossRelative() const {
         if (unit_ == crossRelative_) return {0.0, noLimit};
         if (isRelativeUnit(unit_)) {
-            qelRaise(306,
+            qelRaise(QelErrorCode::cannotConvertUnit,
                      "Cannot specify region's bounding box in a relative unit of measure, if the "
                      "coordinate space is defined using a different relative unit");
         }
@@ -245,7 +247,7 @@ void QelXyRegion::reset(MoxSmartPtr<QelXyCoordSpace> space, QelXyBox const & box
 // ---- Space and box
 
 QelXyCoordSpace const & QelXyRegion::space() const {
-    if (!body_->space) qelRaise(4, "QelXyRegion has no coord space");
+    if (!body_->space) qelRaise(QelErrorCode::nullPointer, "QelXyRegion has no coord space");
     return *body_->space;
 }
 
@@ -273,10 +275,11 @@ void QelXyRegion::setPixelBounds(QelRect const & bounds) {
 namespace {
 
 [[noreturn]] void raiseCannotMap(int from, int to) {
-    qelRaise(306, "Region cannot setCoordSpace a new coord space based on unit \"" +
-                      QelValue::getUnitInfo(to).singularName +
-                      "\" when current coord space is based on unit \"" +
-                      QelValue::getUnitInfo(from).singularName + '"');
+    qelRaise(QelErrorCode::cannotConvertUnit,
+             "Region cannot setCoordSpace a new coord space based on unit \"" +
+                 QelValue::getUnitInfo(to).singularName +
+                 "\" when current coord space is based on unit \"" +
+                 QelValue::getUnitInfo(from).singularName + '"');
 }
 
 bool areDifferentParts(int a, int b) {
@@ -298,10 +301,12 @@ QelValueRange mapped(QelValueRange const & range, QelXyDimension const & from,
 }  // namespace
 
 void QelXyRegion::setCoordSpace(QelCoordSpace const * space) {
-    if (space == nullptr) qelRaise(4, "null coordinate space pointer passed to function");
+    if (space == nullptr)
+        qelRaise(QelErrorCode::nullPointer, "null coordinate space pointer passed to function");
     auto const * const next = dynamic_cast<QelXyCoordSpace const *>(space);
     if (next == nullptr) {
-        qelRaise(2, "coord space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace");
+        qelRaise(QelErrorCode::wrongKind,
+                 "coord space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace");
     }
     QelXyCoordSpace const & old = this->space();
     int const unit = old.unit();
@@ -421,7 +426,7 @@ bool QelXyRegion::sameArea(QelXyRegion const & other) const {
 // ---- Iterator
 
 QelXyRegion::Iterator::Iterator(std::unique_ptr<Iterator> walker) : walker_(std::move(walker)) {
-    if (walker_ == nullptr) qelRaise(4, "Null region provided to Iterator");
+    if (walker_ == nullptr) qelRaise(QelErrorCode::nullPointer, "Null region provided to Iterator");
 }
 
 QelXyRegion::Iterator::~Iterator() = default;

@@ -52,5 +52,6 @@ QelXyRegionRegistryEntry::~QelXyRegionRegistryEntry() {
 MoxSmartPtr<QelXyRegion> qelNewRegion(std::string const & className) {
     QelXyRegionRegistryEntry const * const entry = registry().find(className);
     if (entry != nullptr) return entry->newRegion();
-    qelRaise(13, "Class " + className + " is not registered as an QelXyRegion.");
+    qelRaise(QelErrorCode::invalidValue,
+             "Class " + className + " is not registered as an QelXyRegion.");
 }

@@ -15,7 +15,8 @@ QelXySimpleRegionRegistryEntry const simpleRegions;
 
 QelXySimpleRegion const & checked(QelXySimpleRegion const * region) {
     if (region == nullptr) {
-        qelRaise(4, "NULL region pointer passed to QelXySimplRegion::Iterator ctr");
+        qelRaise(QelErrorCode::nullPointer,
+                 "NULL region pointer passed to QelXySimplRegion::Iterator ctr");
     }
     return *region;
 }
@@ -50,7 +51,7 @@ MoxSmartPtr<QelRegion> QelXySimpleRegion::clone() const {
 
 void QelXySimpleRegion::read(std::istream & in) {
     constexpr char const * invalid = "Invalid QelXySimpleRegion value";
-    if (!qelSkipPast(in, '[')) qelRaise(13, invalid);
+    if (!qelSkipPast(in, '[')) qelRaise(QelErrorCode::invalidValue, invalid);
     MoxSmartPtr<QelXyCoordSpace> space;
     in >> space;
     qelExpect(in, ",", invalid);

@@ -8,7 +8,8 @@
 namespace {
 
 unsigned checkedDimensions(unsigned dimensions) {
-    if (dimensions == 0) qelRaise(401, "Cannot define a box in zero dimensions");
+    if (dimensions == 0)
+        qelRaise(QelErrorCode::noDimensions, "Cannot define a box in zero dimensions");
     return dimensions;
 }
 
@@ -36,7 +37,7 @@ void QelBox::checkIndex(unsigned index) const {
     if (index < dimensions()) return;
     QelTextStream text;
     text << "index value " << index << " into box with " << dimensions() << " dimensions";
-    qelRaise(7, text.str());
+    qelRaise(QelErrorCode::outOfRange, text.str());
 }
 
 QelValueRange const & QelBox::range(unsigned index) const {
@@ -54,7 +55,7 @@ void QelBox::setRanges(std::vector<QelValueRange> const & ranges) {
         QelTextStream text;
         text << "cannot update " << dimensions() << "-dimensional box with range set containing "
              << ranges.size() << " entries";
-        qelRaise(400, text.str());
+        qelRaise(QelErrorCode::countsDiffer, text.str());
     }
     for (std::size_t i = 0; i < ranges.size(); ++i)
         ranges_[i].replaceWith(ranges[i]);

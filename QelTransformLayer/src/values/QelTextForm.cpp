@@ -99,7 +99,7 @@ void qelExpect(std::istream & in, char const * text, char const * refusal,
     for (; *text != '\0'; ++text) {
         if (qelTake(in, *text)) continue;
         in.setstate(std::ios_base::failbit);
-        qelRaise(13, refusal, here);
+        qelRaise(QelErrorCode::invalidValue, refusal, here);
     }
 }
 

@@ -37,8 +37,8 @@ bool qelTake(std::istream & in, char wanted);
 // The next character, which stays; a negative number at the end or on a stream that failed.
 int qelPeek(std::istream & in);
 
-// Takes white space and then exactly the characters of `text`. Raises 13 with `refusal`, and sets
-// failbit, where something else stands; `here` is the reader that asks.
+// Takes white space and then exactly the characters of `text`. Raises invalidValue (13) with
+// `refusal`, and sets failbit, where something else stands; `here` is the reader that asks.
 void qelExpect(std::istream & in, char const * text, char const * refusal,
                ZanSourceLocation const & here = ZanSourceLocation::current());
 

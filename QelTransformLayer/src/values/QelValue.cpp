@@ -91,13 +91,13 @@ bool isAboveLast(int id) {
 [[noreturn]] void raiseOutOfRange(int id) {
     QelTextStream text;
     text << "Unit identifier " << id << " is not in the range 0 through " << lastId;
-    qelRaise(300, text.str());
+    qelRaise(QelErrorCode::noSuchUnit, text.str());
 }
 
 [[noreturn]] void raiseNotRegistered(int id) {
     QelTextStream text;
     text << "Unit identifier " << id << " has not been registered";
-    qelRaise(301, text.str());
+    qelRaise(QelErrorCode::unitNotRegistered, text.str());
 }
 
 // Stands in every conversion and comparison: the messages are put together elsewhere.
@@ -112,11 +112,12 @@ QelUnitInfo & registered(int id) {
     QelTextStream text;
     text << "Cannot convert from unit " << from.pluralName << " (id = " << from.id << ") to unit "
          << to.pluralName << " (id = " << to.id << ')';
-    qelRaise(306, text.str());
+    qelRaise(QelErrorCode::cannotConvertUnit, text.str());
 }
 
 void checkTolerance(double tolerance) {
-    if (!(tolerance >= 0)) qelRaise(13, "Negative tolerance value is illegal");
+    if (!(tolerance >= 0))
+        qelRaise(QelErrorCode::invalidValue, "Negative tolerance value is illegal");
 }
 
 // `Unit "NAME" (id = ID` and the rest of the sentence.
@@ -129,11 +130,11 @@ void checkTolerance(double tolerance) {
 
 void checkFree(std::string const & singular, int id) {
     if (!isAboveLast(id) && id < firstClientId) {
-        raiseCannotRegister(302, "Unit ", singular, id,
+        raiseCannotRegister(QelErrorCode::unitReserved, "Unit ", singular, id,
                             ") cannot be registered -- id is reserved for use by QEL");
     }
     if (isAboveLast(id)) {
-        raiseCannotRegister(300, "Unit ", singular, id,
+        raiseCannotRegister(QelErrorCode::noSuchUnit, "Unit ", singular, id,
                             " ) cannot be registered -- id is not in the range 128 through 255");
     }
     QelUnitInfo const & row = registry().row(id);
@@ -141,24 +142,25 @@ void checkFree(std::string const & singular, int id) {
     QelTextStream text;
     text << "Unit identifier " << id << " has already been registered as unit \""
          << row.singularName << '"';
-    qelRaise(303, text.str());
+    qelRaise(QelErrorCode::unitTaken, text.str());
 }
 
 void checkMultiplier(std::string const & singular, int id, int standardId, double multiplier) {
     if (id == standardId) {
         if (multiplier == 1.0) return;
-        raiseCannotRegister(304, "Cannot register unit ", singular, id,
-                            ") with multiplier value not equal to 1.0");
+        raiseCannotRegister(QelErrorCode::illegalUnitMultiplier, "Cannot register unit ", singular,
+                            id, ") with multiplier value not equal to 1.0");
     }
     QelUnitInfo const & standard = registered(standardId);
     if (standard.multiplier != 1.0) {
-        raiseCannotRegister(305, "Cannot register new unit ", singular, id,
-                            ") with unit \"" + standard.singularName + "\" (id = " +
-                                std::to_string(standardId) + ") as the standard unit of measure");
+        raiseCannotRegister(
+            QelErrorCode::notAStandardUnit, "Cannot register new unit ", singular, id,
+            ") with unit \"" + standard.singularName + "\" (id = " + std::to_string(standardId) +
+                ") as the standard unit of measure");
     }
     if (!(multiplier > 0.0)) {
-        raiseCannotRegister(304, "Cannot register new unit ", singular, id,
-                            ") with negative scalew factor");
+        raiseCannotRegister(QelErrorCode::illegalUnitMultiplier, "Cannot register new unit ",
+                            singular, id, ") with negative scalew factor");
     }
 }
 
@@ -178,7 +180,7 @@ QelUnitInfo const * findNamed(std::string const & name, std::string QelUnitInfo:
 
 [[noreturn]] void raiseBadUnit(std::istream & in) {
     in.setstate(std::ios_base::badbit);
-    qelRaise(13, "Bad unit for QelValue");
+    qelRaise(QelErrorCode::invalidValue, "Bad unit for QelValue");
 }
 
 enum class Match { yes, no, never };
@@ -325,7 +327,8 @@ QelUnitInfo const & QelValue::getUnitInfo(std::string const & name) {
     QelUnitInfo const * found = findNamed(wanted, &QelUnitInfo::singularName);
     if (found == nullptr) found = findNamed(wanted, &QelUnitInfo::pluralName);
     if (found != nullptr) return *found;
-    qelRaise(300, "The name \"" + name + "\" is not associated with a registered unit of measure");
+    qelRaise(QelErrorCode::noSuchUnit,
+             "The name \"" + name + "\" is not associated with a registered unit of measure");
 }
 
 void QelValue::registerUnit(std::string const & singular, std::string const & plural, int id,
@@ -357,9 +360,10 @@ void QelValue::setTolerance(int id, double tolerance) {
 void QelValue::setStandardTolerance(int id, double tolerance) {
     QelUnitInfo & standard = registered(id);
     if (!standard.isStandard) {
-        qelRaise(305, "Cannot call setStandardTolerance( ) against unit " + standard.singularName +
-                          " -- try the corresponding standard unit: " +
-                          registered(standard.standardId).singularName);
+        qelRaise(QelErrorCode::notAStandardUnit,
+                 "Cannot call setStandardTolerance( ) against unit " + standard.singularName +
+                     " -- try the corresponding standard unit: " +
+                     registered(standard.standardId).singularName);
     }
     checkTolerance(tolerance);
     if (standard.multiplier == 0.0) {

@@ -9,7 +9,7 @@
 namespace {
 
 void checkWidth(QelValue const & width) {
-    if (!(width.value() >= 0.0)) qelRaise(309, "Negative width value");
+    if (!(width.value() >= 0.0)) qelRaise(QelErrorCode::illegalWidth, "Negative width value");
 }
 
 }  // namespace
@@ -168,7 +168,7 @@ void QelValueRange::checkOrder() const {
     QelTextStream text;
     text << "Range with min value of " << min_.value() << " and max value of " << max_.value()
          << " (unit identifier = " << unit() << ')';
-    qelRaise(308, text.str());
+    qelRaise(QelErrorCode::invertedRange, text.str());
 }
 
 void QelValueRange::setMinKeepMax(QelValue const & min) {

@@ -6,7 +6,8 @@
 namespace {
 
 unsigned checkedSize(unsigned size) {
-    if (size == 0) qelRaise(13, "Value vector size must be greater than zero");
+    if (size == 0)
+        qelRaise(QelErrorCode::invalidValue, "Value vector size must be greater than zero");
     return size;
 }
 
@@ -46,7 +47,7 @@ void QelValueVector::setElements(unsigned low, unsigned high, QelValue const & v
         QelTextStream text;
         text << "low index value " << low << " is greater than high index value " << high
              << " of range of vector elements";
-        qelRaise(7, text.str());
+        qelRaise(QelErrorCode::outOfRange, text.str());
     }
     checkIndex(low);
     checkIndex(high);
@@ -72,7 +73,7 @@ void QelValueVector::checkIndex(unsigned index) const {
     if (index < size()) return;
     QelTextStream text;
     text << "index value " << index << " into vector containing " << size() << " elements";
-    qelRaise(7, text.str());
+    qelRaise(QelErrorCode::outOfRange, text.str());
 }
 
 void QelValueVector::checkSize(QelValueVector const & other, char const * before,
@@ -80,7 +81,7 @@ void QelValueVector::checkSize(QelValueVector const & other, char const * before
     if (other.size() == size()) return;
     QelTextStream text;
     text << before << size() << between << other.size() << " elements";
-    qelRaise(307, text.str());
+    qelRaise(QelErrorCode::lengthsDiffer, text.str());
 }
 
 // The other's elements in the units of this one's.

@@ -206,7 +206,7 @@ TEST(QelCoreMiscTest, MinMaxValuesRaise118ForAnyOtherType) {
         SCOPED_TRACE(c.name);
         double min = -1;
         double max = -2;
-        expectRaises(118,
+        expectRaises(QelErrorCode::unsupportedDataType,
                      "The data type " + c.name +
                          " is not a supported data type in QelCoreMisc::getDataTypeMinMaxValues",
                      [&] { QelCoreMisc::getDataTypeMinMaxValues(c.type, min, max); });
@@ -219,7 +219,7 @@ TEST(QelCoreMiscTest, RaiseUnsupportedDataType) {
     auto const error = errorOf(
         [] { QelCoreMisc::raiseUnsupportedDataType(QelDataType::UShort, "MyOp", "MyOp.cpp", 12); });
     ASSERT_TRUE(error);
-    expectQelError(*error, 118,
+    expectQelError(*error, QelErrorCode::unsupportedDataType,
                    "The data type unsigned short is not a supported data type in MyOp");
     EXPECT_STREQ("MyOp.cpp", error->getFile());
     EXPECT_EQ(12, error->getLine());

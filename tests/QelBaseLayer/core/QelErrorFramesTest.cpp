@@ -33,7 +33,7 @@ void renderFailsWith(Thrown thrown) {
 // The system frame has no base text in front.
 void expectSystemFrame(ZanError const & error, std::string const & text) {
     EXPECT_STREQ("QEL", error.getComponent());
-    EXPECT_EQ(10, error.getErrcode());
+    EXPECT_EQ(QelErrorCode::unexpectedException, error.getErrcode());
     EXPECT_EQ(text, error.getMsg());
 }
 
@@ -66,7 +66,7 @@ TEST(QelErrorFramesTest, LastErrorFrame) {
         "\nUnknown exception during compute\nagainst Tile 7\nWindows function GetLastError() "
         "returned error code value " +
         std::to_string(EACCES);
-    expectRaises(10, text, [] {
+    expectRaises(QelErrorCode::unexpectedException, text, [] {
         errno = EACCES;
         qelRaiseLastErrorFrame("compute", "Tile 7");
     });
@@ -81,7 +81,7 @@ TEST(QelErrorFramesTest, RethrowFrameExtendsTheText) {
     QelError error(7, "text", "f.cpp", 1);
     ZanSourceLocation const here = ZanSourceLocation::current();
     qelAddRethrowFrame(error, here);
-    expectQelError(error, 7,
+    expectQelError(error, QelErrorCode::outOfRange,
                    "text\n[exception caught and rethrown near line " + std::to_string(here.line()) +
                        " in file " + here.file_name() + "]");
 }
@@ -91,7 +91,7 @@ TEST(QelErrorFramesTest, RethrowFramesAddUp) {
     QelError error(7, "text", "f.cpp", 1);
     qelAddRethrowFrame(error);
     qelAddRethrowFrame(error);
-    expectQelError(error, 7,
+    expectQelError(error, QelErrorCode::outOfRange,
                    "text\n[exception caught and rethrown near line XXX in file FFF]"
                    "\n[exception caught and rethrown near line XXX in file FFF]");
 }
@@ -106,11 +106,11 @@ TEST(QelErrorFramesTest, RethrowFrameWithoutLinesEndsInXxxInFileFff) {
 }
 
 TEST(QelErrorFramesTest, ForeignFrameTellsTheClassOfAStandardException) {
-    expectRaises(203,
+    expectRaises(QelErrorCode::renderFailed,
                  "C++ Exception during preRender/doRender in sink Printer with label left"
                  "\nException Class = runtime_error\nMessage String = no ink",
                  [] { renderFailsWith(std::runtime_error("no ink")); });
-    expectRaises(203,
+    expectRaises(QelErrorCode::renderFailed,
                  "C++ Exception during preRender/doRender in sink Printer with label left"
                  "\nException Class = (anonymous namespace)::ClientFailure"
                  "\nMessage String = out of paper",
@@ -122,26 +122,28 @@ TEST(QelErrorFramesTest, ForeignFrameTellsTheTextOfACharacterPointer) {
         "(char *) Exception during preRender/doRender in sink Printer with label left"
         "\nMessage String = jam";
     char mutableText[] = "jam";
-    expectRaises(203, text, [] { renderFailsWith(static_cast<char const *>("jam")); });
-    expectRaises(203, text, [&] { renderFailsWith(static_cast<char *>(mutableText)); });
+    expectRaises(QelErrorCode::renderFailed, text,
+                 [] { renderFailsWith(static_cast<char const *>("jam")); });
+    expectRaises(QelErrorCode::renderFailed, text,
+                 [&] { renderFailsWith(static_cast<char *>(mutableText)); });
 }
 
 TEST(QelErrorFramesTest, ForeignFrameTakesANullCharacterPointerAsEmpty) {
-    expectRaises(203,
+    expectRaises(QelErrorCode::renderFailed,
                  "(char *) Exception during preRender/doRender in sink Printer with label left"
                  "\nMessage String = ",
                  [] { renderFailsWith(static_cast<char const *>(nullptr)); });
 }
 
 TEST(QelErrorFramesTest, ForeignFrameTellsTheValueOfALong) {
-    expectRaises(203,
+    expectRaises(QelErrorCode::renderFailed,
                  "(long) Exception during preRender/doRender in sink Printer with label left"
                  "\nInteger Value = -42",
                  [] { renderFailsWith(-42L); });
 }
 
 TEST(QelErrorFramesTest, ForeignFrameTellsTheLastErrorForAnythingElse) {
-    expectRaises(203,
+    expectRaises(QelErrorCode::renderFailed,
                  "Unknown exception during preRender/doRender in sink Printer with label left"
                  "\nWindows function GetLastError() returned error code value " +
                      std::to_string(ENOSPC),
@@ -149,7 +151,7 @@ TEST(QelErrorFramesTest, ForeignFrameTellsTheLastErrorForAnythingElse) {
 }
 
 TEST(QelErrorFramesTest, ForeignFrameLetsAZanErrorPass) {
-    expectRaises(204, "Render cancelled in progress",
+    expectRaises(QelErrorCode::cancelled, "Render cancelled in progress",
                  [] { renderFailsWith(QelError(204, "Render cancelled in progress", "f", 1)); });
     try {
         renderFailsWith(ZanError("Zan", 5, "f", 1));

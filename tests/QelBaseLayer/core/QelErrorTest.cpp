@@ -31,7 +31,7 @@ TEST(QelErrorTest, EmptyStringLeavesTheBaseText) {
 TEST(QelErrorTest, RecordsComponentCodeFileAndLine) {
     QelError const error(118, "text", "QelTile.cpp", 41);
     EXPECT_STREQ("QEL", error.getComponent());
-    EXPECT_EQ(118, error.getErrcode());
+    EXPECT_EQ(QelErrorCode::unsupportedDataType, error.getErrcode());
     EXPECT_STREQ("QelTile.cpp", error.getFile());
     EXPECT_EQ(41, error.getLine());
 }
@@ -58,7 +58,7 @@ TEST(QelErrorTest, AssignmentKeepsTheText) {
     ZanError stored;
     stored = QelError(3, "text", "f", 1);
     EXPECT_STREQ("QEL error 3\ntext", stored.getMsg());
-    EXPECT_EQ(3, stored.getErrcode());
+    EXPECT_EQ(QelErrorCode::misuse, stored.getErrcode());
 }
 
 TEST(QelErrorTest, RaiseThrowsByValueFromTheCallersPosition) {

@@ -98,33 +98,39 @@ TEST(QelDIBDataOrgTest, WithoutPixelsAllOffsetsAreZero) {
 TEST(QelDIBDataOrgTest, RefusesOtherBandCounts) {
     for (int const bands : {0, 2, 4, -1}) {
         SCOPED_TRACE(bands);
-        expectRaises(13, "QelDIBDataOrg must have 1 or 3 bands",
+        expectRaises(QelErrorCode::invalidValue, "QelDIBDataOrg must have 1 or 3 bands",
                      [&] { dib(10, 10, bands, true, false); });
     }
 }
 
 TEST(QelDIBDataOrgTest, RefusesWidthWithoutHeightAndTheReverse) {
-    expectRaises(13, "QelDIBDataOrg cannot have zero width & non-zero height",
+    expectRaises(QelErrorCode::invalidValue,
+                 "QelDIBDataOrg cannot have zero width & non-zero height",
                  [] { dib(0, 10, 3, true, false); });
-    expectRaises(13, "QelDIBDataOrg cannot have zero height & non-zero width",
+    expectRaises(QelErrorCode::invalidValue,
+                 "QelDIBDataOrg cannot have zero height & non-zero width",
                  [] { dib(10, 0, 3, true, false); });
     // The first check that fails decides.
-    expectRaises(13, "QelDIBDataOrg must have 1 or 3 bands", [] { dib(10, 0, 2, true, false); });
+    expectRaises(QelErrorCode::invalidValue, "QelDIBDataOrg must have 1 or 3 bands",
+                 [] { dib(10, 0, 2, true, false); });
 }
 
 TEST(QelDIBDataOrgTest, RefusesNegativeSizes) {
-    expectRaises(13, "A tile of -1 by 10 pixels is impossible",
+    expectRaises(QelErrorCode::invalidValue, "A tile of -1 by 10 pixels is impossible",
                  [] { dib(-1, 10, 3, true, false); });
-    expectRaises(13, "A tile of -2 by -1 pixels is impossible",
+    expectRaises(QelErrorCode::invalidValue, "A tile of -2 by -1 pixels is impossible",
                  [] { dib(-2, -1, 1, false, false); });
 }
 
 TEST(QelDIBDataOrgTest, RefusesSizesThatDoNotFit) {
-    expectRaises(13, "A bitmap of 1 lines of 2147483648 bytes does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue,
+                 "A bitmap of 1 lines of 2147483648 bytes does not fit in 32 bits",
                  [] { dib(most, 1, 1, false, false); });
-    expectRaises(13, "A bitmap of 65537 lines of 32768 bytes does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue,
+                 "A bitmap of 65537 lines of 32768 bytes does not fit in 32 bits",
                  [] { dib(32768, 65537, 1, true, false); });
-    expectRaises(13, "A bitmap of 2147483647 lines of 6442450944 bytes does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue,
+                 "A bitmap of 2147483647 lines of 6442450944 bytes does not fit in 32 bits",
                  [] { dib(most, most, 3, true, true); });
     EXPECT_EQ(65536, dib(32768, 65537, 1, false, false)->offset(0, 2));
 }
@@ -152,7 +158,8 @@ TEST(QelDIBDataOrgTest, OtherBandsAndSizesKeepTheFlagsAndTheOrigin) {
     EXPECT_TRUE(dynamic_cast<QelDIBDataOrg &>(*bitmap).hasHeader());
     EXPECT_EQ(org.get(), org->withBands(3).get());
     EXPECT_EQ(org.get(), org->withSize(10, 10).get());
-    expectRaises(13, "QelDIBDataOrg must have 1 or 3 bands", [&] { org->withBands(2); });
+    expectRaises(QelErrorCode::invalidValue, "QelDIBDataOrg must have 1 or 3 bands",
+                 [&] { org->withBands(2); });
 }
 
 TEST(QelDIBDataOrgTest, OtherTypesAndLayoutsArePlain) {
@@ -282,8 +289,10 @@ TEST(QelDIBDataOrgTest, ThreeBandsHaveNoPalette) {
 
 TEST(QelDIBDataOrgTest, NullHeadersRaise4) {
     Dib const org = dib(5, 3, 1, true, true);
-    expectRaises(4, "Argument is a NULL pointer", [&] { org->makeBitmapInfoHeader(nullptr); });
-    expectRaises(4, "Argument is a NULL pointer", [&] { org->makeBitmapInfo(nullptr); });
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                 [&] { org->makeBitmapInfoHeader(nullptr); });
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                 [&] { org->makeBitmapInfo(nullptr); });
 }
 
 }  // namespace

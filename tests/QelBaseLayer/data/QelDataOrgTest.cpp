@@ -127,17 +127,18 @@ TEST(QelDataOrgTest, TileIndexAtTheEndOfTheCoordinates) {
 
 TEST(QelDataOrgTest, TileIndexRaises13WhenItDoesNotFit) {
     auto const columns = grid(1, 1, most, least);
-    expectRaises(13, "The tile index -4294967295 does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue, "The tile index -4294967295 does not fit in 32 bits",
                  [&] { columns->tileIndexX(least); });
-    expectRaises(13, "The tile index 4294967295 does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue, "The tile index 4294967295 does not fit in 32 bits",
                  [&] { columns->tileIndexY(most); });
 
     auto const undecided = grid(0, 0, most, least);
     std::int32_t index = 8;
     std::int32_t remainder = 9;
-    expectRaises(13, "The position within a tile -4294967295 does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue,
+                 "The position within a tile -4294967295 does not fit in 32 bits",
                  [&] { undecided->tileIndexWithRemainderX(least, index, remainder); });
-    expectRaises(13, "The tile index 4294967295 does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue, "The tile index 4294967295 does not fit in 32 bits",
                  [&] { columns->tileIndexWithRemainderY(most, index, remainder); });
     EXPECT_EQ(8, index);
     EXPECT_EQ(9, remainder);
@@ -147,9 +148,11 @@ TEST(QelDataOrgTest, TileRect) {
     auto const org = grid(10, 20, 3, -7);
     EXPECT_EQ(QelRect(3, -7, 10, 20), org->tileRect(0, 0));
     EXPECT_EQ(QelRect(-17, 33, 10, 20), org->tileRect(-2, 2));
-    expectRaises(13, "The position of a tile 21474836473 does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue,
+                 "The position of a tile 21474836473 does not fit in 32 bits",
                  [&] { org->tileRect(most, 0); });
-    expectRaises(13, "The position of a tile -42949672967 does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue,
+                 "The position of a tile -42949672967 does not fit in 32 bits",
                  [&] { org->tileRect(0, least); });
 }
 

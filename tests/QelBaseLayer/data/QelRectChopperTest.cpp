@@ -66,9 +66,9 @@ TEST(QelRectChopperTest, NothingOverflowsAtTheEndOfTheCoordinates) {
 }
 
 TEST(QelRectChopperTest, Raises13ForAPieceBeyondTheCoordinates) {
-    expectRaises(13, "A piece at (2147483648,0) does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue, "A piece at (2147483648,0) does not fit in 32 bits",
                  [] { chop(QelRect(most - 1, 0, 3, 1), 2, 2, 1, 1); });
-    expectRaises(13, "A piece at (3,2147483648) does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue, "A piece at (3,2147483648) does not fit in 32 bits",
                  [] { chop(QelRect(3, most, 1, 2), 1, 1, 1, 1); });
 }
 

@@ -120,17 +120,20 @@ TEST(QelRectTest, FromCorners) {
 }
 
 TEST(QelRectTest, FromCornersRaises13WhenTheSizeDoesNotFit) {
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "A rectangle of 4294967296 by 1 pixels at (-2147483648,0) does not fit in 32 bits",
                  [] { QelRect::fromCorners(least, 0, most, 0); });
-    expectRaises(13, "A rectangle of 1 by 2147483648 pixels at (0,0) does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue,
+                 "A rectangle of 1 by 2147483648 pixels at (0,0) does not fit in 32 bits",
                  [] { QelRect::fromCorners(0, 0, 0, most); });
 }
 
 TEST(QelRectTest, BoundingUnionRaises13WhenTheSizeDoesNotFit) {
-    expectRaises(13, "A rectangle of 2147483652 by 1 pixels at (-5,0) does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue,
+                 "A rectangle of 2147483652 by 1 pixels at (-5,0) does not fit in 32 bits",
                  [] { (void)QelRect(-5, 0, 1, 1).boundingUnion(QelRect(most - 1, 0, 1, 1)); });
-    expectRaises(13, "A rectangle of 1 by 2147483648 pixels at (0,0) does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue,
+                 "A rectangle of 1 by 2147483648 pixels at (0,0) does not fit in 32 bits",
                  [] { (void)QelRect(0, 0, 1, 1).boundingUnion(QelRect(0, most, 1, 1)); });
 }
 
@@ -158,10 +161,12 @@ TEST(QelRectTest, SubtractRaises13ForAPieceBeyondTheCoordinates) {
     QelRect first(1, 2, 3, 4);
     QelRect second(5, 6, 7, 8);
     expectRaises(
-        13, "A rectangle of 2 by 2 pixels at (2147483647,2147483648) does not fit in 32 bits",
+        QelErrorCode::invalidValue,
+        "A rectangle of 2 by 2 pixels at (2147483647,2147483648) does not fit in 32 bits",
         [&] { QelRect(most, most, 2, 3).subtract(QelRect(most, most, 1, 1), first, second); });
     expectRaises(
-        13, "A rectangle of 1 by 3 pixels at (2147483648,2147483647) does not fit in 32 bits",
+        QelErrorCode::invalidValue,
+        "A rectangle of 1 by 3 pixels at (2147483648,2147483647) does not fit in 32 bits",
         [&] { QelRect(most, most, 2, 3).subtract(QelRect(most, most, 1, 3), first, second); });
 }
 

@@ -66,7 +66,7 @@ TEST(QelSimpleDataOrgChangeTest, BandSelectionKeepsStridesAndOrigin) {
 TEST(QelSimpleDataOrgChangeTest, BandSelectionRaises13ForANegativeCount) {
     Org const org = standard(10, 4, QelDataType::Short, 4, PIXEL_INTERLEAVED);
     int const band = 0;
-    expectRaises(13, "A data organization of -1 bands is impossible",
+    expectRaises(QelErrorCode::invalidValue, "A data organization of -1 bands is impossible",
                  [&] { org->selectBands(-1, &band); });
 }
 
@@ -119,7 +119,8 @@ TEST(QelSimpleDataOrgChangeTest, ResizeToNothingClearsTheOffsets) {
 TEST(QelSimpleDataOrgChangeTest, ResizeOfSpelledOutRaises9WhenItIsToRecompute) {
     Org const org = standard(10, 4, QelDataType::Short, 3, SPELLED_OUT);
     expectRaises(
-        9, "This QelSimpleDataOrg resize constructor does not support this SPELLED_OUT option",
+        QelErrorCode::unsupported,
+        "This QelSimpleDataOrg resize constructor does not support this SPELLED_OUT option",
         [&] { resized(org, 3, 2, true); });
     EXPECT_EQ(1, org->refCount()) << "the argument is released";
 }
@@ -127,17 +128,18 @@ TEST(QelSimpleDataOrgChangeTest, ResizeOfSpelledOutRaises9WhenItIsToRecompute) {
 TEST(QelSimpleDataOrgChangeTest, ResizeRaises13ForASizeThatIsImpossibleOrDoesNotFit) {
     Org const pixels = standard(10, 4, QelDataType::Short, 3, PIXEL_INTERLEAVED);
     Org const planes = standard(10, 4, QelDataType::Short, 3, BAND_INTERLEAVED);
-    expectRaises(13, "A tile of -3 by 2 pixels is impossible",
+    expectRaises(QelErrorCode::invalidValue, "A tile of -3 by 2 pixels is impossible",
                  [&] { resized(pixels, -3, 2, false); });
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "The line stride for 400000000 by 1 pixels with 3 bands of 2 bytes does not fit "
                  "in 32 bits",
                  [&] { resized(pixels, 400000000, 1, true); });
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "The band offset for 65536 by 8192 pixels with 3 bands of 2 bytes does not fit in "
                  "32 bits",
                  [&] { resized(planes, 65536, 8192, true); });
-    expectRaises(4, "Argument is a NULL pointer", [] { resized(nullptr, 1, 1, false); });
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                 [] { resized(nullptr, 1, 1, false); });
 }
 
 TEST(QelSimpleDataOrgChangeTest, ResizeReleasesItsArgument) {
@@ -183,9 +185,12 @@ TEST(QelSimpleDataOrgChangeTest, AChangedSpelledOutHasTheStridesOfPixelInterleav
 
 TEST(QelSimpleDataOrgChangeTest, AChangeRaisesWhatTheConstructorRaises) {
     Org const org = standard(10, 4, QelDataType::Short, 3, LINE_INTERLEAVED);
-    expectRaises(13, "A data organization of -1 bands is impossible", [&] { org->withBands(-1); });
-    expectRaises(13, "A tile of -1 by 4 pixels is impossible", [&] { org->withSize(-1, 4); });
-    expectRaises(9, "This QelSimpleDataOrg constructor is called with an unknown QelLayout option",
+    expectRaises(QelErrorCode::invalidValue, "A data organization of -1 bands is impossible",
+                 [&] { org->withBands(-1); });
+    expectRaises(QelErrorCode::invalidValue, "A tile of -1 by 4 pixels is impossible",
+                 [&] { org->withSize(-1, 4); });
+    expectRaises(QelErrorCode::unsupported,
+                 "This QelSimpleDataOrg constructor is called with an unknown QelLayout option",
                  [&] { org->withLayout(QelLayout(7)); });
 }
 

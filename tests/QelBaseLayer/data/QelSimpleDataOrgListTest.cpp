@@ -26,10 +26,11 @@ TEST(QelSimpleDataOrgListTest, SpelledOut) {
 }
 
 TEST(QelSimpleDataOrgListTest, SpelledOutWithTooFewOffsetsRaises13) {
-    expectRaises(13, "A data organization of 3 bands is given 2 band offsets", [] {
-        MoxSmartPtr<QelSimpleDataOrg>(
-            new QelSimpleDataOrg(1, 1, QelDataType::UChar, 3, Offsets{0, 1}, 3, 3));
-    });
+    expectRaises(QelErrorCode::invalidValue,
+                 "A data organization of 3 bands is given 2 band offsets", [] {
+                     MoxSmartPtr<QelSimpleDataOrg>(
+                         new QelSimpleDataOrg(1, 1, QelDataType::UChar, 3, Offsets{0, 1}, 3, 3));
+                 });
     // More are not looked at.
     Org const org(new QelSimpleDataOrg(1, 1, QelDataType::UChar, 1, Offsets{4, 5}, 3, 3));
     EXPECT_EQ(Offsets{4}, org->bandOffsets());
@@ -37,12 +38,13 @@ TEST(QelSimpleDataOrgListTest, SpelledOutWithTooFewOffsetsRaises13) {
 
 TEST(QelSimpleDataOrgListTest, NullListsRaise4) {
     std::int32_t const * const none = nullptr;
-    expectRaises(4, "Argument is a NULL pointer", [&] {
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer", [&] {
         MoxSmartPtr<QelSimpleDataOrg>(
             new QelSimpleDataOrg(1, 1, QelDataType::UChar, 1, none, 1, 1));
     });
     Org const org(new QelSimpleDataOrg(1, 1, QelDataType::UChar, 1, PIXEL_INTERLEAVED));
-    expectRaises(4, "Argument is a NULL pointer", [&] { org->selectBands(1, nullptr); });
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                 [&] { org->selectBands(1, nullptr); });
     EXPECT_EQ(0, org->selectBands(0, nullptr)->numBands());
 }
 
@@ -64,13 +66,13 @@ TEST(QelSimpleDataOrgListTest, BracesAreAListAndNeverANullPointer) {
 
 // A null pointer would raise 4.
 TEST(QelSimpleDataOrgListTest, BracesWithTooFewOffsetsRaise13) {
-    expectRaises(13, "A data organization of 2 bands is given 1 band offsets", [] {
-        Org const org(new QelSimpleDataOrg(1, 1, QelDataType::UChar, 2, {0}, 1, 1));
-    });
-    expectRaises(13, "A data organization of 1 bands is given 0 band offsets", [] {
-        Org const org(new QelSimpleDataOrg(1, 1, QelDataType::UChar, 1, {}, 1, 1));
-    });
-    expectRaises(13, "A data organization of -1 bands is impossible", [] {
+    expectRaises(
+        QelErrorCode::invalidValue, "A data organization of 2 bands is given 1 band offsets",
+        [] { Org const org(new QelSimpleDataOrg(1, 1, QelDataType::UChar, 2, {0}, 1, 1)); });
+    expectRaises(
+        QelErrorCode::invalidValue, "A data organization of 1 bands is given 0 band offsets",
+        [] { Org const org(new QelSimpleDataOrg(1, 1, QelDataType::UChar, 1, {}, 1, 1)); });
+    expectRaises(QelErrorCode::invalidValue, "A data organization of -1 bands is impossible", [] {
         Org const org(new QelSimpleDataOrg(1, 1, QelDataType::UChar, -1, {0}, 1, 1));
     });
 }

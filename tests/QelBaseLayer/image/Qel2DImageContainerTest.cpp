@@ -255,7 +255,8 @@ TEST_F(Qel2DImageNoticeTest, PopulatingTwiceIsAnErrorOnlyInStrictMode) {
     tile.release();
     ScopedSetting<std::uint32_t> const strict(QelSystemConfig::traceFlags,
                                               QelSystemConfig::strictTiles);
-    expectRaises(3, "insertTile(1,0)for GradientOp " + std::string(populatedTwice),
+    expectRaises(QelErrorCode::misuse,
+                 "insertTile(1,0)for GradientOp " + std::string(populatedTwice),
                  [this] { image->getTile(1, 0); });
     EXPECT_EQ(5U, image->tileFlags(1, 0));
     // A position that waited for its dependencies again may be populated again.
@@ -272,7 +273,7 @@ TEST_F(Qel2DImageNoticeTest, PopulatingTwiceWithoutAnOpNamesNone) {
                                               QelSystemConfig::strictTiles);
     tile->setState(QelRenderedItem::pending, true);
     tile->setComplete(true);
-    expectRaises(3, "insertTile(2,1)for " + std::string(populatedTwice),
+    expectRaises(QelErrorCode::misuse, "insertTile(2,1)for " + std::string(populatedTwice),
                  [&tile] { tile->setComplete(true); });
     EXPECT_EQ(5U, bare->tileFlags(2, 1));
     EXPECT_EQ("", output_.text());

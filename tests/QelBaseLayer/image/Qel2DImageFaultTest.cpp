@@ -122,7 +122,7 @@ class Qel2DImageFault : public testing::TestWithParam<Row> {
             system.failAllocation(n);
             auto const error = errorOf([&] { GetParam().render(*chain.image); });
             ASSERT_TRUE(error);
-            EXPECT_EQ(10, error->getErrcode());
+            EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
             EXPECT_EQ("Failed to allocate a memory buffer of size " +
                           std::to_string(system.refused()) +
                           " bytesSystem error code = 12\n"
@@ -175,7 +175,7 @@ TEST_P(Qel2DImageFault, AMemoryThatIsUsedUpIsAnErrorEachTime) {
     for (int attempt = 0; attempt < 3; ++attempt) {
         auto const error = errorOf([&] { GetParam().render(*chain.image); });
         ASSERT_TRUE(error);
-        EXPECT_EQ(10, error->getErrcode());
+        EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
         EXPECT_FALSE(chain.image->computing());
     }
     EXPECT_EQ(0U, system.liveAllocations());

@@ -25,10 +25,10 @@ class Qel2DImageFillErrorTest : public testing::Test {
     template <class Action>
     void expectFramed(std::string const & text, Qel2DImage const & image, Action const & action) {
         raise_ = failInSomeWay;
-        expectRaises(10, foreignText(text, image, ENOSPC), action);
+        expectRaises(QelErrorCode::unexpectedException, foreignText(text, image, ENOSPC), action);
         EXPECT_FALSE(image.computing());
         raise_ = [] { qelRaise(204, "cancelled by a test"); };
-        expectRaises(204, "cancelled by a test", action);
+        expectRaises(QelErrorCode::cancelled, "cancelled by a test", action);
         EXPECT_FALSE(image.computing());
         raise_ = nullptr;
     }
@@ -190,8 +190,9 @@ TEST_F(Qel2DImageFillErrorTest, WithNothingToComputeWithAViewAndASharedTileRaise
     std::string const text =
         "An Qel2DImage has no tile or rectbuffer with allocated data, nor does it have an "
         "QelImageOp or containing connection point with which to generate a tile (getTile)";
-    expectRaises(602, text, [&] { image->getData(QelRect(0, 0, 30, 40), true); });
-    expectRaises(602, text, [&] {
+    expectRaises(QelErrorCode::nothingToComputeWith, text,
+                 [&] { image->getData(QelRect(0, 0, 30, 40), true); });
+    expectRaises(QelErrorCode::nothingToComputeWith, text, [&] {
         QelRect const rect(0, 0, 30, 40);
         image->shareBuffer(emptyBuffer(image->dataOrg(), rect), rect, true);
     });

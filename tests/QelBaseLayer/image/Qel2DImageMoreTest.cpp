@@ -97,9 +97,9 @@ TEST(Qel2DImageMore, AWrappedImageDoesNotTakeWhatAFailedOpLeftForPixels) {
             throw QelError(7, "half-way", __FILE__, __LINE__);
         });
     image->setOp(op);
-    expectRaises(7, "half-way", [&image] { image->getTile(0, 0); });
+    expectRaises(QelErrorCode::outOfRange, "half-way", [&image] { image->getTile(0, 0); });
     image->setOp(nullptr);
-    expectRaises(602,
+    expectRaises(QelErrorCode::nothingToComputeWith,
                  "An Qel2DImage has no tile or rectbuffer with allocated data, nor does it have an "
                  "QelImageOp or containing connection point with which to generate a tile "
                  "(getTile)",

@@ -109,7 +109,7 @@ TEST_P(Qel2DImageSetOp, AFailureKeepsTheOpTheGridAndTheTiles) {
     MoxSmartPtr<QelImageOp> const op = image->op();
     MoxSmartPtr<QelTile> const tile = image->getTile(1, 1);
     bool gone = false;
-    expectRaises(3,
+    expectRaises(QelErrorCode::misuse,
                  "The Op ((anonymous namespace)::MortalBadOp) for this operation returns a bad "
                  "status from outputInfo(): " +
                      std::string(ZanError().getMsg()),
@@ -127,7 +127,8 @@ TEST_P(Qel2DImageSetOp, ASizeThatIsNotTheIdsKeepsTheOp) {
     MoxSmartPtr<QelImageOp> const op = new GradientOp(report);
     Qel2DImage image(QelTileId(0, 0, 300, 200), op, nullptr);
     image.setCacheTiles(GetParam());
-    expectRaises(3, "Qel2DImage error: its size (30,20) does not match its resolution (300,200)",
+    expectRaises(QelErrorCode::misuse,
+                 "Qel2DImage error: its size (30,20) does not match its resolution (300,200)",
                  [&image] { image.setOp(new GradientOp({.width = 30, .height = 20})); });
     EXPECT_EQ(op.get(), image.op().get());
     EXPECT_EQ(QelRect(0, 0, 300, 200), image.imageRect());

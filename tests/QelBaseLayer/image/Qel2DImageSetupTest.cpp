@@ -68,7 +68,8 @@ TEST(Qel2DImageSetup, AnImageWithoutOpDoesNotKnowItsSize) {
 
     QelImageInfo info;
     EXPECT_FALSE(image.outputInfo(info));
-    expectQelError(info.status(), 3, "Qel2DImage is unable to determine its own size");
+    expectQelError(info.status(), QelErrorCode::misuse,
+                   "Qel2DImage is unable to determine its own size");
     EXPECT_EQ(nullptr, image.getData(QelRect(0, 0, 1, 1), true).get());
     EXPECT_FALSE(
         image.fillRWBuffer(paintedBuffer(TestImage().dataOrg(), QelRect(0, 0, 1, 1)), true));
@@ -209,15 +210,15 @@ TEST(Qel2DImageSetup, AnOrganisationThatCannotChangeItsSizeStays) {
 TEST(Qel2DImageSetup, ABadReportRaises3WithItsText) {
     std::string const start =
         "The Op (BadOp) for this operation returns a bad status from outputInfo(): ";
-    expectRaises(3, start + "QEL error 7\nno such source",
+    expectRaises(QelErrorCode::misuse, start + "QEL error 7\nno such source",
                  [] { imageOf(new BadOp(QelError(7, "no such source", __FILE__, __LINE__))); });
-    expectRaises(3, start + ZanError().getMsg(), [] { imageOf(new BadOp); });
+    expectRaises(QelErrorCode::misuse, start + ZanError().getMsg(), [] { imageOf(new BadOp); });
 }
 
 TEST(Qel2DImageSetup, ASizeThatIsNotTheIdsRaises3) {
     for (auto const & [width, height] : {std::tuple{301, 200}, std::tuple{300, 199}}) {
         QelTileId const id(0, 0, width, height);
-        expectRaises(3,
+        expectRaises(QelErrorCode::misuse,
                      "Qel2DImage error: its size (300,200) does not match its resolution (" +
                          std::to_string(width) + "," + std::to_string(height) + ")",
                      [&id] {
@@ -284,7 +285,8 @@ TEST(Qel2DImageSetup, AnImageWithoutOpAndWithoutTileSizeIsOneTile) {
 
 TEST(Qel2DImageSetup, AGridTooLargeToCountRaises13) {
     TestImage const report{.width = most, .height = most, .tileWidth = 1, .tileHeight = 1};
-    expectRaises(13, "A grid of 2147483647 by 2147483647 tiles is too large",
+    expectRaises(QelErrorCode::invalidValue,
+                 "A grid of 2147483647 by 2147483647 tiles is too large",
                  [&report] { imageWithoutOp(report); });
 }
 
@@ -316,7 +318,7 @@ TEST(Qel2DImageSetup, OutputInfoTellsWhatTheImageIs) {
 TEST(Qel2DImageSetup, OutputInfoOfNoImageIsABadStatus) {
     QelImageInfo info;
     EXPECT_FALSE(imageOutputInfo(nullptr, info));
-    expectQelError(info.status(), 3, "The op does not refer to any Qel2DImage");
+    expectQelError(info.status(), QelErrorCode::misuse, "The op does not refer to any Qel2DImage");
 
     MoxSmartPtr<Qel2DImage> const image = imageOf(new GradientOp({.width = 300, .height = 200}));
     QelImageInfo good;

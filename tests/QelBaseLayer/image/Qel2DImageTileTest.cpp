@@ -159,7 +159,8 @@ TEST_F(Qel2DImageTileTest, TilesOutliveTheImage) {
         EXPECT_EQ(nullptr, unfinished->container());
         EXPECT_EQ(1, tile->refCount());
         EXPECT_TRUE(showsPixels(*tile, tile->rect(), gradientAt));
-        expectRaises(4, "An QelTile is not owned by an Qel2DImage in QelTile::computeTile",
+        expectRaises(QelErrorCode::nullPointer,
+                     "An QelTile is not owned by an Qel2DImage in QelTile::computeTile",
                      [&unfinished] { unfinished->compute(); });
     }
 }
@@ -231,12 +232,14 @@ TEST_F(Qel2DImageTileTest, ATileThatOnlyItsImageHoldsCanMove) {
 TEST_F(Qel2DImageTileTest, NothingToComputeWithRaises602AndKeepsTheTile) {
     MoxSmartPtr<Qel2DImage> const bare = imageWithoutOp(report);
     bare->setCacheTiles(true);
-    expectRaises(602, nothingToComputeWith, [&bare] { bare->getTile(1, 1); });
+    expectRaises(QelErrorCode::nothingToComputeWith, nothingToComputeWith,
+                 [&bare] { bare->getTile(1, 1); });
     ASSERT_TRUE(bare->findTile(1, 1));
     EXPECT_FALSE(bare->findTile(1, 1)->isState(QelRenderedItem::complete));
     EXPECT_EQ(2, bare->findTile(1, 1)->refCount());
     MoxSmartPtr<QelTile> const other = bare->createTile(0, 0);
-    expectRaises(602, nothingToComputeWith, [&other] { other->compute(); });
+    expectRaises(QelErrorCode::nothingToComputeWith, nothingToComputeWith,
+                 [&other] { other->compute(); });
 }
 
 TEST_F(Qel2DImageTileTest, AForeignExceptionOfTheOpRaises10) {
@@ -248,7 +251,7 @@ TEST_F(Qel2DImageTileTest, AForeignExceptionOfTheOpRaises10) {
                 throw 42;
             }));
         failing->setOpContext(77);
-        expectRaises(10,
+        expectRaises(QelErrorCode::unexpectedException,
                      foreignText("getTile(1,0) calling _op->getTile(t,77)", *failing,
                                  isStandard ? ENOENT : 0),
                      [&failing] { failing->getTile(1, 0); });
@@ -264,7 +267,8 @@ TEST_F(Qel2DImageTileTest, AForeignExceptionOfTheContainerRaises10) {
         throw std::runtime_error("broken");
     };
     MoxSmartPtr<Qel2DImage> const failing = imageWithoutOp(report, &container);
-    expectRaises(10, foreignText("getTile(1,0) calling _container->computeTile(t)", *failing, EIO),
+    expectRaises(QelErrorCode::unexpectedException,
+                 foreignText("getTile(1,0) calling _container->computeTile(t)", *failing, EIO),
                  [&failing] { failing->getTile(1, 0); });
     EXPECT_FALSE(failing->computing());
 }
@@ -272,7 +276,8 @@ TEST_F(Qel2DImageTileTest, AForeignExceptionOfTheContainerRaises10) {
 TEST_F(Qel2DImageTileTest, AnErrorOfTheLibraryPassesUnchanged) {
     auto const cancel = [](QelRectBuffer *) { qelRaise(204, "cancelled by a test"); };
     MoxSmartPtr<Qel2DImage> const failing = imageOf(new HookedOp(report, cancel));
-    expectRaises(204, "cancelled by a test", [&failing] { failing->getTile(1, 0); });
+    expectRaises(QelErrorCode::cancelled, "cancelled by a test",
+                 [&failing] { failing->getTile(1, 0); });
 
     MockContainer container;
     container.onComputeTile = [](QelTile *) { throw ZanError("Other", 204, __FILE__, __LINE__); };
@@ -280,7 +285,7 @@ TEST_F(Qel2DImageTileTest, AnErrorOfTheLibraryPassesUnchanged) {
     auto const error = errorOf([&contained] { contained->getTile(1, 0); });
     ASSERT_TRUE(error);
     EXPECT_STREQ("Other error 204", error->getMsg());
-    EXPECT_EQ(204, error->getErrcode());
+    EXPECT_EQ(QelErrorCode::cancelled, error->getErrcode());
 }
 
 TEST_F(Qel2DImageTileTest, ATileWhoseComputeFailedIsComputedWhenItIsAskedForAgain) {

@@ -217,11 +217,12 @@ TEST(Qel2DImageWrap, ABufferThatIsTooFarAwayRaises13) {
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(most, 0, 10, 10), 1, PIXEL_INTERLEAVED, QelDataType::UChar);
-    expectRaises(13, "An image of 2147483657 by 10 pixels is too large",
+    expectRaises(QelErrorCode::invalidValue, "An image of 2147483657 by 10 pixels is too large",
                  [&buffer] { wrapped(buffer); });
 }
 
 TEST(Qel2DImageWrap, ABufferWithoutOrganisationRaises4) {
     MoxSmartPtr<QelRectBuffer> const buffer = new QelRectBuffer(nullptr, QelRect(0, 0, 9, 9));
-    expectRaises(4, "QelRectBuffer has no data organization", [&buffer] { wrapped(buffer); });
+    expectRaises(QelErrorCode::nullPointer, "QelRectBuffer has no data organization",
+                 [&buffer] { wrapped(buffer); });
 }

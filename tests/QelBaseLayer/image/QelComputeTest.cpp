@@ -32,7 +32,7 @@ ZanError statusOfFailure(QelImageOp & op, QelRectBuffer * buffer) {
 
 // What the status starts as and success leaves: code 1, with nothing to say.
 void expectUnsetStatus(ZanError const & status) {
-    EXPECT_EQ(1, status.getErrcode());
+    EXPECT_EQ(QelErrorCode::noReason, status.getErrcode());
     EXPECT_STREQ("QEL error 1\n", status.getMsg());
 }
 
@@ -141,14 +141,15 @@ TEST(QelCompute, ThrowsTheStatusAsAPlainZanError) {
     } catch (QelError const &) {
         FAIL() << "a status is thrown as the ZanError it is";
     } catch (ZanError const & error) {
-        EXPECT_EQ(203, error.getErrcode());
+        EXPECT_EQ(QelErrorCode::renderFailed, error.getErrcode());
     }
 }
 
 TEST(QelCompute, RefusesANegativeSizeAheadOfAnyAllocation) {
     GradientOp op({.width = 10, .height = -3});
     std::int64_t const before = QelSystemConfig::allocationCount;
-    expectRaises(13, "An op reports an image of illegal size: width 10, height -3",
+    expectRaises(QelErrorCode::invalidValue,
+                 "An op reports an image of illegal size: width 10, height -3",
                  [&] { qelCompute(&op); });
     EXPECT_EQ(before, QelSystemConfig::allocationCount);
 }
@@ -156,7 +157,8 @@ TEST(QelCompute, RefusesANegativeSizeAheadOfAnyAllocation) {
 TEST(QelCompute, RefusesAnOrganisationThatCannotBeEnlarged) {
     MoxSmartPtr<QelDataOrg> const rigid(new RigidDataOrg(16, 16, {QelDataType::UChar}));
     GradientOp op({.width = 16, .height = 17, .org = rigid});
-    expectRaises(9, "The data organization RigidDataOrg cannot take another tile size",
+    expectRaises(QelErrorCode::unsupported,
+                 "The data organization RigidDataOrg cannot take another tile size",
                  [&] { qelCompute(&op); });
 }
 

@@ -84,7 +84,7 @@ TEST(QelImageInfo, KeepsTheStatusItIsGiven) {
     QelImageInfo info;
     info.setStatus(QelError(7, "Bad index", "somewhere.cpp", 3));
 
-    expectQelError(info.status(), 7, "Bad index");
+    expectQelError(info.status(), QelErrorCode::outOfRange, "Bad index");
 }
 
 TEST(QelImageInfo, MakesTheDefaultOrganisationWhenAsked) {
@@ -157,7 +157,7 @@ TEST(QelImageInfo, AssignmentClonesTheOrganisationAndCopiesTheRest) {
     for (QelImageInfo const * target : {&copied, const_cast<QelImageInfo const *>(&assigned)}) {
         EXPECT_NE(source.dataOrg().get(), target->dataOrg().get());
         expectOrg(*target, QelRect(7, 8, 32, 16), 4, QelDataType::Short, LINE_INTERLEAVED);
-        expectQelError(target->status(), 7, "Bad index");
+        expectQelError(target->status(), QelErrorCode::outOfRange, "Bad index");
         EXPECT_TRUE(target->computed());
         EXPECT_EQ(640, target->width());
         EXPECT_EQ(480, target->height());
@@ -202,7 +202,8 @@ TEST(QelImageInfo, RefusesWhatTheOrganisationCannotBecome) {
         QelDataOrg const * const before = info.dataOrg();
 
         expectRaises(
-            9, std::string("The data organization RigidDataOrg cannot take another ") + row.what,
+            QelErrorCode::unsupported,
+            std::string("The data organization RigidDataOrg cannot take another ") + row.what,
             [&] { row.change(info); });
         EXPECT_EQ(before, info.dataOrg().get());
     }
@@ -212,7 +213,8 @@ TEST(QelImageInfo, RefusesALayoutForAnOrganisationOfAnotherClass) {
     QelImageInfo info = infoWith(rigidOrg());
     QelDataOrg const * const before = info.dataOrg();
 
-    expectRaises(153, "Invalid data organization: a layout can only be set on a QelSimpleDataOrg",
+    expectRaises(QelErrorCode::invalidDataOrg,
+                 "Invalid data organization: a layout can only be set on a QelSimpleDataOrg",
                  [&] { info.setLayout(BAND_INTERLEAVED); });
     EXPECT_EQ(before, info.dataOrg().get());
 }

@@ -112,9 +112,9 @@ TEST(QelImageOp, ABadReportIsKeptWithItsStatus) {
     QelImageInfo info;
     EXPECT_FALSE(op.outputInfo(info));
     EXPECT_FALSE(op.outputInfo(info));
-    expectQelError(info.status(), 7, "Bad index");
+    expectQelError(info.status(), QelErrorCode::outOfRange, "Bad index");
     EXPECT_FALSE(op.isGood(0));
-    expectQelError(op.status(0), 7, "Bad index");
+    expectQelError(op.status(0), QelErrorCode::outOfRange, "Bad index");
     EXPECT_EQ(1, op.reports);
 }
 
@@ -126,7 +126,7 @@ TEST(QelImageOp, AReportThatRaisesIsNotKept) {
         throw badIndex();
     };
     QelImageInfo info;
-    expectRaises(7, "Bad index", [&] { op.outputInfo(info); });
+    expectRaises(QelErrorCode::outOfRange, "Bad index", [&] { op.outputInfo(info); });
     EXPECT_FALSE(op.info().computed());
     EXPECT_EQ(0, op.info().width());
     EXPECT_EQ(-1, op.storedStatus().getErrcode());
@@ -283,7 +283,7 @@ TEST(QelImageOp, GetTileLeavesATileIncompleteWhenComputeRaises) {
     ThrowingOp op({.width = 4, .height = 4}, [] { throw badIndex(); });
     MoxSmartPtr<QelTile> const tile(new QelTile(TestImage().dataOrg(), QelTileId(0, 0)));
 
-    expectRaises(7, "Bad index", [&] { op.getTile(tile); });
+    expectRaises(QelErrorCode::outOfRange, "Bad index", [&] { op.getTile(tile); });
     EXPECT_FALSE(tile->isState(QelRenderedItem::complete));
 }
 

@@ -149,7 +149,8 @@ TEST(QelTileGeometry, ATileAtTheHighestCoordinateKeepsItsLastRow) {
 }
 
 TEST(QelTileGeometry, APositionThatDoesNotFitIsRefused) {
-    expectRaises(13, "The position of a tile 274877906816 does not fit in 32 bits",
+    expectRaises(QelErrorCode::invalidValue,
+                 "The position of a tile 274877906816 does not fit in 32 bits",
                  [] { tileOf(TestImage(), std::numeric_limits<std::int32_t>::max(), 0); });
 }
 

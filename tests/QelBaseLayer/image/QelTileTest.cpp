@@ -79,7 +79,7 @@ TEST(QelTile, SharesItsOrganisation) {
 }
 
 TEST(QelTile, ANullOrganisationIsRefused) {
-    expectRaises(4, "Argument is a NULL pointer",
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
                  [] { QelTile const tile(nullptr, QelTileId(0, 0)); });
 }
 
@@ -169,10 +169,10 @@ TEST(QelTile, ComputeNeedsAnImage) {
     std::string const text = "An QelTile is not owned by an Qel2DImage in QelTile::computeTile";
     TileOwner owner;
     MoxSmartPtr<QelTile> const tile = makeTile();
-    expectRaises(4, text, [&] { tile->compute(); });
+    expectRaises(QelErrorCode::nullPointer, text, [&] { tile->compute(); });
 
     tile->setContainer(&owner);
-    expectRaises(4, text, [&] { tile->compute(); });
+    expectRaises(QelErrorCode::nullPointer, text, [&] { tile->compute(); });
     EXPECT_FALSE(tile->isState(QelRenderedItem::complete));
 }
 

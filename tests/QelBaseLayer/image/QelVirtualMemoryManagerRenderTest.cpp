@@ -123,7 +123,7 @@ TEST_F(QelVirtualMemoryManagerRenderTest, WithoutMemoryABufferRaises10AndNoCount
         QelDataBuffer buffer(size);
         std::optional<ZanError> const error = errorOf([&] { buffer.allocate(); });
         ASSERT_TRUE(error);
-        EXPECT_EQ(10, error->getErrcode());
+        EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
         EXPECT_STREQ("QEL", error->getComponent());
         EXPECT_EQ(noMemory(noBuffer), error->getMsg());
         EXPECT_EQ(nullptr, buffer.data());
@@ -137,7 +137,7 @@ TEST_F(QelVirtualMemoryManagerRenderTest, WithoutMemoryARenderFailsAndWithItGoes
     exhaust();
     std::optional<ZanError> const error = errorOf([&] { image->getTile(1, 1); });
     ASSERT_TRUE(error);
-    EXPECT_EQ(10, error->getErrcode());
+    EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
     EXPECT_EQ(noMemory("Failed to allocate a memory buffer of size 49152 bytes"), error->getMsg());
     EXPECT_EQ(before, manager_->counters());
     system_.failMemory(FaultySystem::MAP, 0, 0);

@@ -89,11 +89,11 @@ TEST(QelCopyPlan, NothingOfWidthOrHeightZeroIsCopied) {
 }
 
 TEST(QelCopyPlan, NegativeSizesAreRefused) {
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "intersection of rect buffers passed to QelRectBuffer::copyFrom was (5,-6) w=-7 "
                  "h=8-- illegal width or height",
                  [] { qelCopyHasPixels(QelRect(5, -6, -7, 8)); });
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "intersection of rect buffers passed to QelRectBuffer::copyFrom was (1,2) w=3 "
                  "h=-4-- illegal width or height",
                  [] { qelCopyHasPixels(QelRect(1, 2, 3, -4)); });

@@ -279,7 +279,7 @@ TEST(QelRectBufferCopy, ElementsOfThreeBytesAreCopiedInBlocksAlone) {
     QelRectBuffer target(100, 1, 1, PIXEL_INTERLEAVED, type, moved.data(), false);
     target.copyFrom(source, source.rect());
     EXPECT_EQ(numbers, moved);
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "src and dest data orgs in copy had a precision type whose size is not supported",
                  [&] { target.copyFrom(source, QelRect(0, 0, 63, 1)); });
 }
@@ -294,8 +294,10 @@ TEST(QelRectBufferCopy, OrganisationsThatAreNotSimpleRaise150) {
     RigidBuffer rigid;
     QelRectBuffer bare(nullptr, QelRect(0, 0, 8, 8));
     for (QelRectBuffer * other : {static_cast<QelRectBuffer *>(&rigid), &bare}) {
-        expectRaises(150, text, [&] { simple.copyFrom(*other, simple.rect()); });
-        expectRaises(150, text, [&] { other->copyFrom(simple, simple.rect()); });
+        expectRaises(QelErrorCode::simpleDataOrgNeeded, text,
+                     [&] { simple.copyFrom(*other, simple.rect()); });
+        expectRaises(QelErrorCode::simpleDataOrgNeeded, text,
+                     [&] { other->copyFrom(simple, simple.rect()); });
         EXPECT_FALSE(other->isAllocated());
     }
     EXPECT_FALSE(simple.isAllocated());
@@ -304,8 +306,8 @@ TEST(QelRectBufferCopy, OrganisationsThatAreNotSimpleRaise150) {
 TEST(QelRectBufferCopy, TypesWithoutASizeAreRefused) {
     std::string const text =
         "src and dest data orgs in copy had a precision type whose size is not supported";
-    expectCopyRaises(13, text, QelDataType::Mixed, QelDataType::Mixed);
-    expectCopyRaises(13, text, QelDataType::Error, QelDataType::Error);
+    expectCopyRaises(QelErrorCode::invalidValue, text, QelDataType::Mixed, QelDataType::Mixed);
+    expectCopyRaises(QelErrorCode::invalidValue, text, QelDataType::Error, QelDataType::Error);
 }
 
 TEST(QelRectBufferCopy, SourcesOutsideTheTableAreRefused) {
@@ -316,12 +318,12 @@ TEST(QelRectBufferCopy, SourcesOutsideTheTableAreRefused) {
             "source data org in copy had a precision "
             "type which was not a recognized QelDataType: ";
         if (code != QelDataType::Mixed) {
-            expectCopyRaises(13, text + "QelDataType::MixedClass" + tail, QelDataType::Mixed,
-                             target);
+            expectCopyRaises(QelErrorCode::invalidValue, text + "QelDataType::MixedClass" + tail,
+                             QelDataType::Mixed, target);
         }
         if (code != QelDataType::Error) {
-            expectCopyRaises(13, text + "QelDataType::ErrorClass" + tail, QelDataType::Error,
-                             target);
+            expectCopyRaises(QelErrorCode::invalidValue, text + "QelDataType::ErrorClass" + tail,
+                             QelDataType::Error, target);
         }
     }
 }
@@ -329,9 +331,10 @@ TEST(QelRectBufferCopy, SourcesOutsideTheTableAreRefused) {
 TEST(QelRectBufferCopy, TargetsOutsideTheTableAreRefused) {
     for (int code = QelDataType::UChar; code <= QelDataType::ULong; ++code) {
         expectCopyRaises(
-            13, "destination data org in copy had precision type defined as QelDataType::Error",
+            QelErrorCode::invalidValue,
+            "destination data org in copy had precision type defined as QelDataType::Error",
             QelDataType(code), QelDataType::Error);
-        expectCopyRaises(13,
+        expectCopyRaises(QelErrorCode::invalidValue,
                          "destination data org in copy had a precision type which was not a "
                          "recognized QelDataType",
                          QelDataType(code), QelDataType::Mixed);
@@ -358,7 +361,7 @@ TEST(QelRectBufferCopy, ForeignExceptionsBecomeTheSystemFrame) {
                 if (turn == 1) bad.copyFrom(plain, plain.rect());
             });
             ASSERT_TRUE(error);
-            EXPECT_EQ(10, error->getErrcode());
+            EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
             EXPECT_EQ(text, error->getMsg());
         }
     }
@@ -368,7 +371,7 @@ TEST(QelRectBufferCopy, ErrorsOfTheLibraryPassUnchanged) {
     QelRectBuffer plain(8, 8, 1, PIXEL_INTERLEAVED, QelDataType::UChar);
     Unreadable bad;
     bad.raise = [] { qelRaise(204, "cancelled"); };
-    expectRaises(204, "cancelled", [&] { plain.copyFrom(bad, plain.rect()); });
+    expectRaises(QelErrorCode::cancelled, "cancelled", [&] { plain.copyFrom(bad, plain.rect()); });
 }
 
 TEST(QelRectBufferCopy, FailedAllocationsLeaveTheTargetAlone) {
@@ -379,7 +382,7 @@ TEST(QelRectBufferCopy, FailedAllocationsLeaveTheTargetAlone) {
     system.failAllocation(1);
     auto const error = errorOf([&] { target.copyFrom(source, source.rect()); });
     ASSERT_TRUE(error);
-    EXPECT_EQ(10, error->getErrcode());
+    EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
     EXPECT_EQ(
         0U,
         std::string(error->getMsg()).find("Failed to allocate a memory buffer of size 64 bytes"));

@@ -127,7 +127,7 @@ TEST_F(QelRectBufferMemoryTest, AFailedAllocationLeavesTheBufferAsItWas) {
             buffer.getData();
             FAIL() << "nothing raised";
         } catch (QelError const & error) {
-            EXPECT_EQ(10, error.getErrcode());
+            EXPECT_EQ(QelErrorCode::unexpectedException, error.getErrcode());
             EXPECT_STREQ("QEL", error.getComponent());
             std::string const message = error.getMsg();
             std::string const number = message.substr(std::min(text.size(), message.size()),
@@ -169,7 +169,7 @@ TEST_F(QelRectBufferMemoryTest, WhateverAnAllocationRaisesBecomesCode10) {
             buffer.allocate();
             FAIL() << "nothing raised";
         } catch (ZanError const & error) {
-            EXPECT_EQ(10, error.getErrcode());
+            EXPECT_EQ(QelErrorCode::unexpectedException, error.getErrcode());
             errno = 0;
             EXPECT_EQ(
                 "Failed to allocate a memory buffer of size 16 bytesSystem error code = 0"
@@ -187,7 +187,7 @@ TEST_F(QelRectBufferMemoryTest, ABufferWithoutOrganisationCannotAllocate) {
         buffer.getData();
         FAIL() << "nothing raised";
     } catch (ZanError const & error) {
-        EXPECT_EQ(10, error.getErrcode());
+        EXPECT_EQ(QelErrorCode::unexpectedException, error.getErrcode());
         errno = 0;
         EXPECT_EQ(
             "Failed to allocate a memory buffer of size 0 bytesSystem error code = 0"
@@ -226,7 +226,7 @@ TEST_F(QelRectBufferMemoryTest, AdoptRefusesNullAndKeepsTheMemory) {
         buffer.adopt(nullptr, true);
         FAIL() << "nothing raised";
     } catch (ZanError const & error) {
-        EXPECT_EQ(4, error.getErrcode());
+        EXPECT_EQ(QelErrorCode::nullPointer, error.getErrcode());
         EXPECT_STREQ("QEL error 4\nArgument is a NULL pointer", error.getMsg());
     }
     EXPECT_EQ(data, buffer.getData());

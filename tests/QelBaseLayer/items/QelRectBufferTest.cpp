@@ -103,22 +103,25 @@ TEST_F(QelRectBufferTest, MinimumBytesAndOffset) {
 }
 
 TEST_F(QelRectBufferTest, RefusesANegativeOffset) {
-    expectError(13, "QelRectBuffer cannot have a data offset of -1", [] {
+    expectError(QelErrorCode::invalidValue, "QelRectBuffer cannot have a data offset of -1", [] {
         QelRectBuffer const buffer(100, -1, QelRect(0, 0, 2, 2), 1, PIXEL_INTERLEAVED,
                                    QelDataType::UChar);
     });
 }
 
 TEST_F(QelRectBufferTest, RefusesAnOffsetThatPasses64Bits) {
-    expectError(13, "QelRectBuffer cannot have 9223372036854775807 + 4 bytes", [] {
-        QelRectBuffer const buffer(0, std::numeric_limits<std::int64_t>::max(), QelRect(0, 0, 2, 2),
-                                   1, PIXEL_INTERLEAVED, QelDataType::UChar);
-    });
+    expectError(QelErrorCode::invalidValue,
+                "QelRectBuffer cannot have 9223372036854775807 + 4 bytes", [] {
+                    QelRectBuffer const buffer(0, std::numeric_limits<std::int64_t>::max(),
+                                               QelRect(0, 0, 2, 2), 1, PIXEL_INTERLEAVED,
+                                               QelDataType::UChar);
+                });
 }
 
 TEST_F(QelRectBufferTest, RaisesWhatTheOrganisationRaises) {
     expectError(
-        9, "This QelSimpleDataOrg constructor is called with an unknown QelLayout option",
+        QelErrorCode::unsupported,
+        "This QelSimpleDataOrg constructor is called with an unknown QelLayout option",
         [] { QelRectBuffer const buffer(2, 2, 1, static_cast<QelLayout>(4), QelDataType::UChar); });
 }
 
@@ -147,7 +150,7 @@ TEST_F(QelRectBufferTest, AWidthOrHeightOfMinusOneIsTheTileSize) {
 
 TEST_F(QelRectBufferTest, ANullOrganisationWithoutARectangleIsRefused) {
     for (std::int32_t const size : {-1, 4}) {
-        expectError(4, "Argument is a NULL pointer", [&] {
+        expectError(QelErrorCode::nullPointer, "Argument is a NULL pointer", [&] {
             QelRectBuffer const buffer(nullptr, 1, 2, size, size, memory_.data(), false);
         });
     }
@@ -187,7 +190,7 @@ TEST_F(QelRectBufferTest, AnOrganisationThatCannotGrowIsRefused) {
         QelRectBuffer const buffer(org, QelRect(0, 0, 5, 4));
         FAIL() << "nothing raised";
     } catch (ZanError const & error) {
-        EXPECT_EQ(9, error.getErrcode());
+        EXPECT_EQ(QelErrorCode::unsupported, error.getErrcode());
         EXPECT_THAT(error.getMsg(),
                     testing::MatchesRegex("QEL error 9\nThe data organization .*DiagonalOrg cannot "
                                           "take another size"));
@@ -208,16 +211,16 @@ TEST_F(QelRectBufferTest, WithoutAnOrganisationEverythingThatNeedsOneRaises) {
     std::string const text = "QelRectBuffer has no data organization";
     std::int32_t a = 0, b = 0, c = 0;
     QelDataType type;
-    expectError(4, text, [&] { buffer.offsetOf(1, 2); });
-    expectError(4, text, [&] { buffer.addressOf(1, 2); });
-    expectError(4, text, [&] { buffer.pixelStride(); });
-    expectError(4, text, [&] { buffer.lineStride(); });
-    expectError(4, text, [&] { buffer.numBands(); });
-    expectError(4, text, [&] { buffer.precision(0); });
-    expectError(4, text, [&] { buffer.getStrides(a, b, c); });
-    expectError(4, text, [&] { buffer.getGeometry(a, b, c, type); });
-    expectError(4, text, [&] { buffer.adopt(memory_.data(), false); });
-    expectError(4, text, [&] { buffer.subBuffer(QelRect(1, 2, 1, 1)); });
+    expectError(QelErrorCode::nullPointer, text, [&] { buffer.offsetOf(1, 2); });
+    expectError(QelErrorCode::nullPointer, text, [&] { buffer.addressOf(1, 2); });
+    expectError(QelErrorCode::nullPointer, text, [&] { buffer.pixelStride(); });
+    expectError(QelErrorCode::nullPointer, text, [&] { buffer.lineStride(); });
+    expectError(QelErrorCode::nullPointer, text, [&] { buffer.numBands(); });
+    expectError(QelErrorCode::nullPointer, text, [&] { buffer.precision(0); });
+    expectError(QelErrorCode::nullPointer, text, [&] { buffer.getStrides(a, b, c); });
+    expectError(QelErrorCode::nullPointer, text, [&] { buffer.getGeometry(a, b, c, type); });
+    expectError(QelErrorCode::nullPointer, text, [&] { buffer.adopt(memory_.data(), false); });
+    expectError(QelErrorCode::nullPointer, text, [&] { buffer.subBuffer(QelRect(1, 2, 1, 1)); });
     EXPECT_FALSE(buffer.isAllocated());
     EXPECT_EQ(nullptr, buffer.translated(1, 1)->dataOrg());
     EXPECT_TRUE(buffer.subBuffer(QelRect(9, 9, 1, 1))->rect().isEmpty());
@@ -288,10 +291,10 @@ TEST_F(QelRectBufferTest, AllFieldsOfAnOpsResultAreTakenOver) {
 }
 
 TEST_F(QelRectBufferTest, AnOpThatCannotBeAskedIsRefused) {
-    expectError(4, "Argument is a NULL pointer",
+    expectError(QelErrorCode::nullPointer, "Argument is a NULL pointer",
                 [] { QelRectBuffer const buffer(static_cast<QelImageOp *>(nullptr)); });
     MoxSmartPtr<ResultOp> const nothing(new ResultOp(nullptr));
-    expectError(3, "QelImageOp::genResult returned no buffer",
+    expectError(QelErrorCode::misuse, "QelImageOp::genResult returned no buffer",
                 [&] { QelRectBuffer const buffer(nothing.get()); });
     MoxSmartPtr<QelImageOp> const bad(new BadOp(QelError(55, "bad op", "", 0)));
     expectError(55, "bad op", [&] { QelRectBuffer const buffer(bad.get()); });
@@ -319,7 +322,8 @@ TEST_F(QelRectBufferTest, ACopySharesTheMemory) {
 
 TEST_F(QelRectBufferTest, ComputeRaises) {
     QelRectBuffer buffer;
-    expectError(3, "May not call compute() on QelRectBuffer", [&] { buffer.compute(); });
+    expectError(QelErrorCode::misuse, "May not call compute() on QelRectBuffer",
+                [&] { buffer.compute(); });
 }
 
 TEST_F(QelRectBufferTest, SetCompleteKeepsTheMemory) {
@@ -403,7 +407,7 @@ TEST_F(QelRectBufferTest, ABandStrideBeyond32BitsIsRefused) {
         new QelSimpleDataOrg(1, 1, QelDataType::UChar, 2, {-2'000'000'000, 2'000'000'000}, 1, 1));
     QelRectBuffer const buffer(org, 0, 0, -1, -1);
     std::int32_t pixel = 77, line = 78, band = 79;
-    expectError(13, "A band stride of 4000000000 elements is too large",
+    expectError(QelErrorCode::invalidValue, "A band stride of 4000000000 elements is too large",
                 [&] { buffer.getStrides(pixel, line, band); });
     EXPECT_EQ(77, pixel);
 }

@@ -25,7 +25,7 @@ void expectError13(std::string const & text, Action const & action) {
         action();
         ADD_FAILURE() << "nothing raised, but expected: " << text;
     } catch (ZanError const & error) {
-        EXPECT_EQ(13, error.getErrcode());
+        EXPECT_EQ(QelErrorCode::invalidValue, error.getErrcode());
         EXPECT_EQ("QEL error 13\n" + text, error.getMsg());
     }
 }

@@ -87,7 +87,7 @@ TEST_F(QelSmartRenderedItemVectorTest, DiscardReferenceAlwaysRaises) {
             list_.discardReference(item);
             FAIL() << "nothing raised";
         } catch (ZanError const & error) {
-            EXPECT_EQ(3, error.getErrcode());
+            EXPECT_EQ(QelErrorCode::misuse, error.getErrcode());
             EXPECT_STREQ(
                 "QEL error 3\nYou (or someone) should not be calling discardReference on a "
                 "QelSmartRenderedItemVector",
@@ -103,7 +103,7 @@ TEST_F(QelSmartRenderedItemVectorTest, SetCacheTilesRaises) {
             list_.setCacheTiles(cache);
             FAIL() << "nothing raised";
         } catch (ZanError const & error) {
-            EXPECT_EQ(3, error.getErrcode());
+            EXPECT_EQ(QelErrorCode::misuse, error.getErrcode());
             EXPECT_STREQ("QEL error 3\nIllegal use of QelSmartRenderedItemVector", error.getMsg());
         }
     }

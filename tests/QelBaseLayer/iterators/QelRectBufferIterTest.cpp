@@ -200,7 +200,8 @@ TEST(QelRectBufferIter, AutomaticOrderFollowsItsRule) {
             ASSERT_EQ(*order, iter.loopOrder());
         } else {
             ++ties;
-            expectRaises(153, "Invalid data organization", [&] { iter.initialize(); });
+            expectRaises(QelErrorCode::invalidDataOrg, "Invalid data organization",
+                         [&] { iter.initialize(); });
         }
     }
     EXPECT_GT(ties, 100);
@@ -240,8 +241,8 @@ TEST(QelRectBufferIter, AnotherElementTypeRaises119) {
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(0, 0, 9, 9), 1, PIXEL_INTERLEAVED, QelDataType::Float);
     QelRectBufferConstIter<std::int16_t> iter(buffer);
-    expectRaises(119, "An iterator over short cannot visit pixels of float",
-                 [&] { iter.initialize(); });
+    expectRaises(QelErrorCode::outputRejected,
+                 "An iterator over short cannot visit pixels of float", [&] { iter.initialize(); });
     EXPECT_TRUE(iter.done());
     EXPECT_FALSE(buffer->isAllocated());
     QelRectBufferIter<std::int16_t> nowhere(buffer, QelRect());

@@ -79,12 +79,13 @@ TEST_F(QelRectIterBaseTest, AnEmptyRectangleIsDoneAtOnceAndRaisesNothing) {
         EXPECT_EQ(y, iter.y());
     }
     EXPECT_EQ(0, op->computes());
-    expectRaises(151, "X value out of bounds", [&] { iters[0].moveTo(5, 5); });
+    expectRaises(QelErrorCode::outOfBounds, "X value out of bounds",
+                 [&] { iters[0].moveTo(5, 5); });
 }
 
 TEST_F(QelRectIterBaseTest, AnImageWhoseOrganisationIsNotSimpleRaises150) {
     image = imageOf(new GradientOp({.width = 9, .height = 9, .org = new DiagonalOrg(9, 9)}));
-    expectRaises(150,
+    expectRaises(QelErrorCode::simpleDataOrgNeeded,
                  "The data organization of an image used in a QelRectConstIter is not a "
                  "QelSimpleDataOrg",
                  [&] { QelRectIterBase(image, 0, 0, 3, 3); });
@@ -92,7 +93,7 @@ TEST_F(QelRectIterBaseTest, AnImageWhoseOrganisationIsNotSimpleRaises150) {
 
 TEST_F(QelRectIterBaseTest, AnImageOfUnknownSizeRaises150) {
     image = new Qel2DImage(static_cast<QelImageOp *>(nullptr));
-    expectRaises(150,
+    expectRaises(QelErrorCode::simpleDataOrgNeeded,
                  "The data organization of an image used in a QelRectConstIter is not a "
                  "QelSimpleDataOrg",
                  [&] { QelRectIterBase(image, 0, 0, 3, 3); });
@@ -112,7 +113,7 @@ TEST_F(QelRectIterBaseTest, MoveToOutsideTheRectangleRaises151) {
           Row{3, 19, "Y value out of bounds"}, Row{21, 19, "X value out of bounds"},
           Row{INT32_MIN, 5, "X value out of bounds"}, Row{5, INT32_MAX, "Y value out of bounds"}}) {
         SCOPED_TRACE(testing::Message() << row.x << ',' << row.y);
-        expectRaises(151, row.text, [&] { iter.moveTo(row.x, row.y, 0); });
+        expectRaises(QelErrorCode::outOfBounds, row.text, [&] { iter.moveTo(row.x, row.y, 0); });
         EXPECT_EQ(5, iter.x());
         EXPECT_EQ(6, iter.y());
         EXPECT_EQ(gradientAt(5, 6, 1), at(iter));

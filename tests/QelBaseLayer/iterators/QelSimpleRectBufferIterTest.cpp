@@ -111,7 +111,8 @@ TEST(QelSimpleRectBufferIter, TiesInAutomaticOrderRaise153AndExplicitOrdersWork)
           Row{"one band, pixels in one place", spelledOut({0, 0, 3, 2}, {0}, 0, 1)}}) {
         SCOPED_TRACE(row.what);
         Iter iter(row.buffer, row.buffer->rect());
-        expectRaises(153, "Invalid data organization", [&] { iter.initialize(); });
+        expectRaises(QelErrorCode::invalidDataOrg, "Invalid data organization",
+                     [&] { iter.initialize(); });
         EXPECT_TRUE(iter.done());
         for (std::int32_t order = 0; order < 6; ++order) {
             Iter explicitly(row.buffer, row.buffer->rect(), order);
@@ -129,7 +130,8 @@ TEST(QelSimpleRectBufferIter, AnOrderThatIsNoneRaises153) {
                                      std::numeric_limits<std::int32_t>::min()}) {
         SCOPED_TRACE(order);
         Iter iter(buffer, buffer->rect(), order);
-        expectRaises(153, "Invalid loop order", [&] { iter.initialize(); });
+        expectRaises(QelErrorCode::invalidDataOrg, "Invalid loop order",
+                     [&] { iter.initialize(); });
         EXPECT_TRUE(iter.done());
     }
 }
@@ -138,7 +140,7 @@ TEST(QelSimpleRectBufferIter, BandsAtUnequalDistancesRaise152) {
     MoxSmartPtr<QelRectBuffer> const buffer = spelledOut({0, 0, 4, 4}, {0, 1, 3}, 4, 16);
     for (std::int32_t const order : {0, 6, 7}) {
         Iter iter(buffer, buffer->rect(), order);
-        expectRaises(152,
+        expectRaises(QelErrorCode::unevenBandOffsets,
                      "QelSimpleRectBufferIter cannot be used with RectBuffers that have "
                      "non-uniform band offsets",
                      [&] { iter.initialize(); });
@@ -257,7 +259,7 @@ TEST(QelSimpleRectBufferIter, MemoryThatCannotBeHadRaises10AndIsTriedAgain) {
     system.failAllocation(1);
     std::optional<ZanError> const error = errorOf([&] { iter.initialize(); });
     ASSERT_TRUE(error);
-    EXPECT_EQ(10, error->getErrcode());
+    EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
     EXPECT_TRUE(iter.done());
     iter.initialize();
     EXPECT_EQ(90U, addressesOf(iter).size());

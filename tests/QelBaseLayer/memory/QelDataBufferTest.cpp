@@ -36,7 +36,7 @@ template <class Action>
 void expectSystemFrame(std::string const & sentence, int systemError, Action && action) {
     auto const error = errorOf(action);
     if (!error) return;
-    EXPECT_EQ(10, error->getErrcode());
+    EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
     EXPECT_STREQ("QEL", error->getComponent());
     EXPECT_EQ(systemFrame(sentence, systemError), error->getMsg());
 }
@@ -99,10 +99,12 @@ TEST_F(QelDataBufferTest, ManagersOfTheConstructors) {
 TEST_F(QelDataBufferTest, NegativeSizesRaise13) {
     std::string const text = "A data buffer of -1 bytes is impossible";
     std::uint8_t memory[4] = {};
-    expectRaises(13, text, [] { QelDataBuffer buffer(-1); });
-    expectRaises(13, text, [&] { QelDataBuffer buffer(-1, false, memory); });
-    expectRaises(13, text, [&] { QelDataBuffer buffer(-1, false, memory, nullptr); });
-    expectRaises(13, text,
+    expectRaises(QelErrorCode::invalidValue, text, [] { QelDataBuffer buffer(-1); });
+    expectRaises(QelErrorCode::invalidValue, text,
+                 [&] { QelDataBuffer buffer(-1, false, memory); });
+    expectRaises(QelErrorCode::invalidValue, text,
+                 [&] { QelDataBuffer buffer(-1, false, memory, nullptr); });
+    expectRaises(QelErrorCode::invalidValue, text,
                  [] { QelDataBuffer buffer(-1, static_cast<QelMemoryManager *>(nullptr)); });
 }
 
@@ -267,7 +269,8 @@ TEST_F(QelDataBufferTest, AZanErrorInDeallocatePasses) {
     QelDataBuffer buffer(100, manager);
     buffer.allocate();
     manager->onFree = [] { qelRaise(204, "Render cancelled in progress"); };
-    expectRaises(204, "Render cancelled in progress", [&] { buffer.deallocate(); });
+    expectRaises(QelErrorCode::cancelled, "Render cancelled in progress",
+                 [&] { buffer.deallocate(); });
     EXPECT_EQ(nullptr, buffer.data());
     manager->pretendOutstanding(-1);
 }
@@ -324,7 +327,8 @@ TEST_F(QelDataBufferTest, CopyFromRefusesASourceThatIsSmaller) {
     QelDataBuffer target(5);
     QelDataBuffer source(4);
     source.allocate();
-    expectRaises(3, "Source buffer is too small", [&] { target.copyFrom(source); });
+    expectRaises(QelErrorCode::misuse, "Source buffer is too small",
+                 [&] { target.copyFrom(source); });
     EXPECT_EQ(nullptr, target.data()) << "refused ahead of the allocation";
 }
 

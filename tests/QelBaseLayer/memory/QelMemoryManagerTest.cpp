@@ -22,7 +22,7 @@ class QelMemoryManagerTest : public testing::Test {
         manager->pretendOutstanding(buffers);
         std::optional<ZanError> const error = errorOf([&] { manager.release(); });
         if (!error) return "";
-        EXPECT_EQ(11, error->getErrcode());
+        EXPECT_EQ(QelErrorCode::memoryLeak, error->getErrcode());
         EXPECT_STREQ("QEL", error->getComponent());
         return error->getMsg();
     }
@@ -90,7 +90,8 @@ TEST_F(QelMemoryManagerTest, TeardownWithBuffersLeftRaises11WithOneCharacter) {
 TEST_F(QelMemoryManagerTest, TeardownRaisesForARealBufferAndFreesItAllTheSame) {
     MoxSmartPtr<HeapManager> manager(new HeapManager);
     manager->allocate(8);
-    expectRaises(11, "\x01 buffers still remaining that were allocated with this manager",
+    expectRaises(QelErrorCode::memoryLeak,
+                 "\x01 buffers still remaining that were allocated with this manager",
                  [&] { manager.release(); });
     EXPECT_FALSE(manager) << "cleared ahead of the destructor";
 }

@@ -278,7 +278,7 @@ class QelVirtualMemoryManagerEndTest : public testing::Test {
         EXPECT_EQ(0U, system.liveMappings()) << "also blocks handed out are given back";
         EXPECT_EQ(0U, system.liveAllocations());
         if (!error) return "";
-        EXPECT_EQ(11, error->getErrcode());
+        EXPECT_EQ(QelErrorCode::memoryLeak, error->getErrcode());
         EXPECT_STREQ("QEL", error->getComponent());
         return error->getMsg();
     }

@@ -176,8 +176,10 @@ TEST_F(QelAttributeBasedTest, LegalAndIllegalNames) {
             continue;
         }
         std::string const refusal = std::string("Illegal attribute name ") + row.name;
-        expectRaises(24, refusal, [&] { object.addAttribute(attribute); });
-        expectRaises(24, refusal, [&] { object.addAttribute(attribute, "legal"); });
+        expectRaises(QelErrorCode::illegalAttributeName, refusal,
+                     [&] { object.addAttribute(attribute); });
+        expectRaises(QelErrorCode::illegalAttributeName, refusal,
+                     [&] { object.addAttribute(attribute, "legal"); });
         EXPECT_EQ(0, object.getNumAttributes());
         EXPECT_FALSE(object.getAttribute("legal"));
         EXPECT_EQ(1, attribute->refCount());
@@ -229,11 +231,11 @@ TEST_F(QelAttributeBasedTest, FindsTheKeyOfAnAttributeAndOfAnIndex) {
 TEST_F(QelAttributeBasedTest, RefusesToNameWhatIsNotThere) {
     std::string const refusal = "Could not find attribute";
     IntPtr const other = number("first");
-    expectRaises(3, refusal, [&] { object_.getAttributeName(other); });
-    expectRaises(3, refusal, [&] { object_.getAttributeName(nullptr); });
-    expectRaises(3, refusal, [&] { object_.getAttributeName(3); });
-    expectRaises(3, refusal, [&] { object_.getAttributeName(-1); });
-    expectRaises(3, refusal, [] { QelAttributeBased().getAttributeName(0); });
+    expectRaises(QelErrorCode::misuse, refusal, [&] { object_.getAttributeName(other); });
+    expectRaises(QelErrorCode::misuse, refusal, [&] { object_.getAttributeName(nullptr); });
+    expectRaises(QelErrorCode::misuse, refusal, [&] { object_.getAttributeName(3); });
+    expectRaises(QelErrorCode::misuse, refusal, [&] { object_.getAttributeName(-1); });
+    expectRaises(QelErrorCode::misuse, refusal, [] { QelAttributeBased().getAttributeName(0); });
 }
 
 // ---- Removing
@@ -438,9 +440,13 @@ TEST_F(QelAttributeBasedTest, TheLatestStampIsTheLargest) {
 }
 
 TEST_F(QelAttributeBasedTest, TheLatestStampRefusesNoNamesAndUnknownOnes) {
-    expectRaises(6, "getLatestTimestamp", [&] { object_.getLatestTimestamp({}); });
-    expectRaises(20, "fourth", [&] { object_.getLatestTimestamp({"first", "fourth", "fifth"}); });
-    expectRaises(20, "firs", [&] { object_.getLatestTimestamp({"firs"}); });
+    expectRaises(QelErrorCode::nothingNamed, "getLatestTimestamp",
+                 [&] { object_.getLatestTimestamp({}); });
+    expectRaises(QelErrorCode::noSuchAttribute, "fourth", [&] {
+        object_.getLatestTimestamp({"first", "fourth", "fifth"});
+    });
+    expectRaises(QelErrorCode::noSuchAttribute, "firs",
+                 [&] { object_.getLatestTimestamp({"firs"}); });
 }
 
 // ---- Collections that do not agree
@@ -469,7 +475,8 @@ TEST_F(QelAttributeBasedTest, EveryOperationThatNeedsBothCollectionsRefusesWhenT
         for (Row const & row : rows) {
             SCOPED_TRACE(std::string(row.name) + ", side " + std::to_string(side));
             Breaker const broken(object_, side);
-            expectRaises(22, "Attribute collections are inconsistent", row.act);
+            expectRaises(QelErrorCode::attributesInconsistent,
+                         "Attribute collections are inconsistent", row.act);
         }
         expectUnchanged();
         EXPECT_EQ(1, first_->getValue());

@@ -78,7 +78,7 @@ TEST_F(QelAttributeReentry, AnEndlessCallbackIsRefusedAndTheAttributeStaysUsable
         SCOPED_TRACE(round);
         endlessCalls_ = 0;
         std::uint32_t const before = attribute_->timestamp();
-        expectRaises(23, endless, [&] { attribute_->setValue(0); });
+        expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->setValue(0); });
         EXPECT_EQ(QelAttribute::maxNesting + 1, endlessCalls_);
         EXPECT_EQ(QelAttribute::maxNesting, attribute_->getValue());
         EXPECT_EQ(before + QelAttribute::maxNesting + 1, attribute_->timestamp());
@@ -97,7 +97,7 @@ TEST_F(QelAttributeReentry, MaxNestingChangesFromWithinAreAllowed) {
     });
     attribute_->setValue(0);
     EXPECT_EQ(100, attribute_->getValue());
-    expectRaises(23, endless, [&] { attribute_->setValue(-1); });
+    expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->setValue(-1); });
     EXPECT_EQ(99, attribute_->getValue());
 }
 
@@ -130,7 +130,7 @@ TEST_F(QelAttributeReentry, EveryWayOfChangingWithoutEndIsRefused) {
             ++calls;
             row.change();
         });
-        expectRaises(23, endless, row.change);
+        expectRaises(QelErrorCode::endlessChange, endless, row.change);
         EXPECT_EQ(QelAttribute::maxNesting + 1, calls);
         attribute_->removeCallback(callback);
         EXPECT_EQ("", change());
@@ -144,13 +144,13 @@ TEST_F(QelAttributeReentry, TheRefusedChangeReadsNothingAndStoresNothing) {
         try {
             attribute_->setValue(attribute_->getValue() + 1);
         } catch (QelError const & error) {
-            EXPECT_EQ(23, error.getErrcode());
+            EXPECT_EQ(QelErrorCode::endlessChange, error.getErrcode());
             if (refused) return;
             refused = true;
             std::uint32_t const stamp = attribute_->timestamp();
-            expectRaises(23, endless, [&] { attribute_->readValue(in); });
-            expectRaises(23, endless, [&] { attribute_->setValue(-3); });
-            expectRaises(23, endless, [&] { attribute_->changed(); });
+            expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->readValue(in); });
+            expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->setValue(-3); });
+            expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->changed(); });
             EXPECT_EQ(QelAttribute::maxNesting, attribute_->getValue());
             EXPECT_EQ(stamp, attribute_->timestamp());
         }
@@ -166,15 +166,16 @@ TEST_F(QelAttributeReentry, TheLockIsToldBeforeTheEnd) {
         if (attribute_->getValue() == QelAttribute::maxNesting) attribute_->lock();
         attribute_->setValue(attribute_->getValue() + 1);
     });
-    expectRaises(21, "size", [&] { attribute_->setValue(0); });
+    expectRaises(QelErrorCode::attributeLocked, "size", [&] { attribute_->setValue(0); });
 }
 
 TEST_F(QelAttributeReentry, TwoAttributesThatSetEachOtherWithoutEndAreRefused) {
     IntPtr const other(new IntAttribute("other"));
     add([&](AttributePtr const &) { other->setValue(1); });
     observe(*other, [&](AttributePtr const &) { attribute_->setValue(1); });
-    expectRaises(23, endless, [&] { attribute_->setValue(1); });
-    expectRaises(23, "Attribute other is changed by its own callbacks without end",
+    expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->setValue(1); });
+    expectRaises(QelErrorCode::endlessChange,
+                 "Attribute other is changed by its own callbacks without end",
                  [&] { other->setValue(1); });
     other->removeCallbacks(nullptr);
     attribute_->setValue(3);
@@ -376,7 +377,7 @@ TEST_F(QelAttributeReentry, WhatACallbackRaisesGoesToWhoChangedTheValue) {
     auto const * const raising = add([](AttributePtr const &) { qelRaise(13, "no such size"); });
     add("c");
     std::uint32_t const before = attribute_->timestamp();
-    expectRaises(13, "no such size", [&] { attribute_->setValue(9); });
+    expectRaises(QelErrorCode::invalidValue, "no such size", [&] { attribute_->setValue(9); });
     EXPECT_EQ("a", calls_);
     EXPECT_EQ(9, attribute_->getValue());
     EXPECT_EQ(before + 1, attribute_->timestamp());
@@ -401,7 +402,7 @@ TEST_F(QelAttributeReentry, ACallbackThatRemovesItselfAndRaisesIsDeleted) {
 TEST_F(QelAttributeReentry, ErrorsDoNotUseUpTheNesting) {
     auto const * const raising = add([](AttributePtr const &) { qelRaise(13, "no such size"); });
     for (int i = 0; i < 3 * QelAttribute::maxNesting; ++i)
-        expectRaises(13, "no such size", [&] { attribute_->setValue(i); });
+        expectRaises(QelErrorCode::invalidValue, "no such size", [&] { attribute_->setValue(i); });
     attribute_->removeCallback(raising);
     EXPECT_EQ("", change());
 }

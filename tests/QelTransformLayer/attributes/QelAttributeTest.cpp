@@ -123,7 +123,7 @@ TEST(QelAttribute, LockedChangesNeitherStampNorCallsCallbacks) {
     calls.add(*attribute, "a");
     std::uint32_t const before = attribute->timestamp();
     attribute->lock();
-    expectRaises(21, "size", [&] { attribute->setValue(4); });
+    expectRaises(QelErrorCode::attributeLocked, "size", [&] { attribute->setValue(4); });
     EXPECT_EQ(before, attribute->timestamp());
     EXPECT_EQ("", calls.take());
     attribute->unlock();
@@ -135,7 +135,7 @@ TEST(QelAttribute, ACallbackMayLock) {
     IntPtr const attribute = number();
     observe(*attribute, [](AttributePtr const & changed) { changed->lock(); });
     attribute->setValue(1);
-    expectRaises(21, "size", [&] { attribute->setValue(2); });
+    expectRaises(QelErrorCode::attributeLocked, "size", [&] { attribute->setValue(2); });
     EXPECT_EQ(1, attribute->getValue());
 }
 
@@ -182,7 +182,7 @@ TEST(QelAttribute, EveryChangeCallsCallbacks) {
 
 TEST(QelAttribute, AddCallbackRefusesNull) {
     IntPtr const attribute = number();
-    expectRaises(4, "QelAttribute::addCallback requires a callback",
+    expectRaises(QelErrorCode::nullPointer, "QelAttribute::addCallback requires a callback",
                  [&] { attribute->addCallback(nullptr); });
     EXPECT_EQ(0, attribute->numCallbacks());
 }

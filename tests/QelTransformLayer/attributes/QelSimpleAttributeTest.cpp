@@ -220,7 +220,7 @@ TEST_P(QelSimpleAttributeOf, LockedRefusesEveryChangeAndConsumesNothing) {
         SCOPED_TRACE(change.name);
         std::optional<ZanError> const error = errorOf(change.act);
         ASSERT_TRUE(error);
-        expectQelError(*error, 21, "name");
+        expectQelError(*error, QelErrorCode::attributeLocked, "name");
         EXPECT_NE(std::string::npos, std::string(error->getFile()).find("QelSimpleAttribute"));
         EXPECT_TRUE(kind().holds(*attribute_, Sample::one));
         EXPECT_EQ(before, attribute_->timestamp());
@@ -253,7 +253,7 @@ TEST(QelSimpleAttribute, TheTextOfTheLockIsTheAttributesOwnName) {
     IntPtr const attribute(new IntAttribute("own name"));
     owner.addAttribute(attribute, "key");
     attribute->lock();
-    expectRaises(21, "own name", [&] { attribute->setValue(1); });
+    expectRaises(QelErrorCode::attributeLocked, "own name", [&] { attribute->setValue(1); });
 }
 
 // ---- Values

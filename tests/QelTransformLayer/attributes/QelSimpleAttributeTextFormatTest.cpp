@@ -250,10 +250,12 @@ TEST(QelSimpleAttributeTextFormat, TheStreamsSettingsAreBackAfterAnErrorOfTheRea
     std::istringstream in("x");
     unusual(in);
     Settings const before(in);
-    expectRaises(13, "Bad unit for QelValue", [&] { attributeOf(inches(1.0))->readValue(in); });
+    expectRaises(QelErrorCode::invalidValue, "Bad unit for QelValue",
+                 [&] { attributeOf(inches(1.0))->readValue(in); });
     before.expectIn(in);
     in.clear();
-    expectRaises(13, "Invalid QelColor value", [&] { attributeOf(QelColor(1))->readValue(in); });
+    expectRaises(QelErrorCode::invalidValue, "Invalid QelColor value",
+                 [&] { attributeOf(QelColor(1))->readValue(in); });
     before.expectIn(in);
 }
 

@@ -301,7 +301,8 @@ TEST(QelSimpleAttributeText, AnErrorOfTheValuesOwnReaderPassesAndNothingChanges)
 TEST(QelSimpleAttributeText, AColourThatItsSpaceRefusesChangesNothing) {
     WatchedAttribute<QelColor> const attribute(QelColor(1));
     std::istringstream in("QelColor[QelRGBColorSpace[b=3, min=0, max=255]:<1,2>]");
-    expectRaises(400, "Cannot set color space RGB(3 bands) into QelColor with 2 bands",
+    expectRaises(QelErrorCode::countsDiffer,
+                 "Cannot set color space RGB(3 bands) into QelColor with 2 bands",
                  [&] { attribute->readValue(in); });
     EXPECT_EQ(QelColor(1), attribute.value());
     EXPECT_EQ(0, attribute.changes());
@@ -314,7 +315,7 @@ void expectLockedFirst(T const & value, std::string const & text) {
     WatchedAttribute<T> const attribute(value);
     attribute->lock();
     std::istringstream in(text);
-    expectRaises(21, "watched", [&] { attribute->readValue(in); });
+    expectRaises(QelErrorCode::attributeLocked, "watched", [&] { attribute->readValue(in); });
     EXPECT_TRUE(in.good());
     EXPECT_EQ(0, in.tellg());
     EXPECT_EQ(0, attribute.changes());
@@ -347,7 +348,7 @@ TEST(QelSimpleAttributeText, ALockedAttributeIsRefusedOnABadStreamToo) {
     attribute->lock();
     std::istringstream in("x");
     in.setstate(std::ios_base::failbit);
-    expectRaises(21, "watched", [&] { attribute->readValue(in); });
+    expectRaises(QelErrorCode::attributeLocked, "watched", [&] { attribute->readValue(in); });
     EXPECT_EQ(std::ios_base::failbit, in.rdstate());
 }
 

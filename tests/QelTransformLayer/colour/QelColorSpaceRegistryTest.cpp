@@ -73,7 +73,8 @@ TEST(QelColorSpaceRegistry, AClientsEntryIsThereWhileItLives) {
         EXPECT_TRUE(qelFindColorSpace(MoonColorSpace()));
         EXPECT_STREQ("QelRGBColorSpace", qelFindColorSpaceName("RGB")->className());
     }
-    expectRaises(13, "Class MoonColorSpace is not registered as an QelColorSpace.",
+    expectRaises(QelErrorCode::invalidValue,
+                 "Class MoonColorSpace is not registered as an QelColorSpace.",
                  [] { qelNewColorSpace("MoonColorSpace"); });
     EXPECT_FALSE(qelFindColorSpace(MoonColorSpace()));
 }
@@ -127,7 +128,7 @@ TEST(QelColorSpaceRegistry, ListsItsOwnInTheOrderOfTheTableAndClientsBehindThem)
 }
 
 TEST(QelColorSpaceRegistry, RefusesANullPrototype) {
-    expectRaises(4, "Null pointer passed to QelColorSpaceRegistryEntry",
+    expectRaises(QelErrorCode::nullPointer, "Null pointer passed to QelColorSpaceRegistryEntry",
                  [] { QelColorSpaceRegistryEntry(nullptr, "none"); });
 }
 
@@ -179,32 +180,37 @@ TEST(QelColorSpaceRegistry, RefusalsNameTheRegistryAsTheirSource) {
 }
 
 TEST(QelColorSpaceRegistry, RefusesAlphaWhereThereIsSomeAndNone) {
-    expectRaises(13, "Class RGBA already has alpha in newAddAlpha().",
+    expectRaises(QelErrorCode::invalidValue, "Class RGBA already has alpha in newAddAlpha().",
                  [] { newAddAlpha(QelRGBAColorSpace()); });
-    expectRaises(13, "Class CMY has no corresponding color space with alpha.",
+    expectRaises(QelErrorCode::invalidValue,
+                 "Class CMY has no corresponding color space with alpha.",
                  [] { newAddAlpha(QelCMYColorSpace()); });
-    expectRaises(13, "Class RGB does not have alpha in newRemoveAlpha().",
+    expectRaises(QelErrorCode::invalidValue, "Class RGB does not have alpha in newRemoveAlpha().",
                  [] { newRemoveAlpha(QelRGBColorSpace()); });
-    expectRaises(13, "Class CMYK has no corresponding color space with alpha.",
+    expectRaises(QelErrorCode::invalidValue,
+                 "Class CMYK has no corresponding color space with alpha.",
                  [] { newAddAlpha(QelCMYKColorSpace(), true); });
     // Classes of a client's whose partner nobody knows, or that have none.
     class Single : public QelRGBColorSpace {
       public:
         char const * alphaPartnerName() const override { return "Nothing"; }
     };
-    expectRaises(13, "Class RGB has no corresponding color space with alpha.",
+    expectRaises(QelErrorCode::invalidValue,
+                 "Class RGB has no corresponding color space with alpha.",
                  [] { newAddAlpha(Single()); });
     class Bare : public QelRGBAColorSpace {
       public:
         char const * alphaPartnerName() const override { return nullptr; }
     };
-    expectRaises(13, "Class RGBA has no corresponding color space without alpha.",
+    expectRaises(QelErrorCode::invalidValue,
+                 "Class RGBA has no corresponding color space without alpha.",
                  [] { newRemoveAlpha(Bare()); });
     class Lone : public QelRGBAColorSpace {
       public:
         char const * alphaPartnerName() const override { return "Nothing"; }
     };
-    expectRaises(13, "Class RGBA has no corresponding color space without alpha.",
+    expectRaises(QelErrorCode::invalidValue,
+                 "Class RGBA has no corresponding color space without alpha.",
                  [] { newRemoveAlpha(Lone()); });
 }
 
@@ -252,7 +258,8 @@ TEST(QelColorSpaceText, ARefusedTextLeavesASpaceThatReadsAsItWas) {
         SCOPED_TRACE(text);
         QelLumColorSpace space(2, 0.25, 0.5);
         std::istringstream in(text);
-        expectRaises(13, "Invalid QelColorSpace value", [&] { space.read(in); });
+        expectRaises(QelErrorCode::invalidValue, "Invalid QelColorSpace value",
+                     [&] { space.read(in); });
         EXPECT_TRUE(in.fail());
         EXPECT_TRUE(space.isEqual(QelLumColorSpace(2, 0.25, 0.5)));
     }
@@ -293,7 +300,7 @@ TEST(QelColorSpaceText, RefusesWhatDoesNotRead) {
         std::istringstream in(row.text);
         Space const before = new QelLumColorSpace();
         Space space = before;
-        expectRaises(13, row.refusal, [&] { in >> space; });
+        expectRaises(QelErrorCode::invalidValue, row.refusal, [&] { in >> space; });
         EXPECT_EQ(before.get(), space.get());
         EXPECT_TRUE(before->isEqual(QelLumColorSpace()));
     }
@@ -313,7 +320,7 @@ TEST(QelColorSpaceText, NoCutOrDamagedTextHangs) {
         try {
             in >> space;
         } catch (ZanError const & error) {
-            EXPECT_EQ(13, error.getErrcode());
+            EXPECT_EQ(QelErrorCode::invalidValue, error.getErrcode());
         }
     }
 }

@@ -40,8 +40,10 @@ TEST(QelColor, WithoutASpaceHoldsThreeZerosOrAsAsked) {
     EXPECT_EQ(0, QelColor(0).numChannels());
     double const codes[] = {1.0, -2.0};
     EXPECT_EQ((Codes{1.0, -2.0}), QelColor(codes, 2).codeValues());
-    expectRaises(13, "A color cannot have -1 code values", [] { QelColor(-1); });
-    expectRaises(13, "A color cannot have -2 code values", [&] { QelColor(codes, -2); });
+    expectRaises(QelErrorCode::invalidValue, "A color cannot have -1 code values",
+                 [] { QelColor(-1); });
+    expectRaises(QelErrorCode::invalidValue, "A color cannot have -2 code values",
+                 [&] { QelColor(codes, -2); });
 }
 
 TEST(QelColor, OfASpaceStartsAtTheMinimum) {
@@ -56,20 +58,20 @@ TEST(QelColor, OfASpaceStartsAtTheMinimum) {
 TEST(QelColor, NoConstructorTakesANullSpace) {
     std::string const refusal =
         "QelColor cannot be constructed from pointer to color space, if pointer value is NULL";
-    expectRaises(4, refusal, [] { QelColor{Space()}; });
-    expectRaises(4, refusal, [] { QelColor(Space(), 1.0); });
-    expectRaises(4, refusal, [] { QelColor(Space(), 1.0, 2.0, 3.0); });
-    expectRaises(4, refusal, [] { QelColor(Space(), Codes{1.0}); });
+    expectRaises(QelErrorCode::nullPointer, refusal, [] { QelColor{Space()}; });
+    expectRaises(QelErrorCode::nullPointer, refusal, [] { QelColor(Space(), 1.0); });
+    expectRaises(QelErrorCode::nullPointer, refusal, [] { QelColor(Space(), 1.0, 2.0, 3.0); });
+    expectRaises(QelErrorCode::nullPointer, refusal, [] { QelColor(Space(), Codes{1.0}); });
 }
 
 TEST(QelColor, BoundsAreInclusive) {
     EXPECT_EQ(255.0, QelColor(rgb(), 255.0).code(2));
     EXPECT_EQ(0.0, QelColor(rgb(), 0.0).code(0));
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "QelColor cannot be constructed with code value of 256 and color space RGB with "
                  "min and max values of 0 and 255",
                  [] { QelColor(rgb(), 256.0); });
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "QelColor cannot be constructed with code value of -0.5 and color space RGB with "
                  "min and max values of 0 and 255",
                  [] { QelColor(rgb(), 1.0, -0.5, 1.0); });
@@ -78,10 +80,11 @@ TEST(QelColor, BoundsAreInclusive) {
         std::string const refusal =
             "QelColor cannot be constructed with code value of 256 and color space RGB with min "
             "and max values of 0 and 255";
-        expectRaises(13, refusal, [&] { QelColor(rgb(), codes[0], codes[1], codes[2]); });
-        expectRaises(13, refusal, [&] { QelColor(rgb(), codes); });
+        expectRaises(QelErrorCode::invalidValue, refusal,
+                     [&] { QelColor(rgb(), codes[0], codes[1], codes[2]); });
+        expectRaises(QelErrorCode::invalidValue, refusal, [&] { QelColor(rgb(), codes); });
     }
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "QelColor cannot be constructed with code value of nan and color space RGB with "
                  "min and max values of 0 and 255",
                  [] {
@@ -90,43 +93,48 @@ TEST(QelColor, BoundsAreInclusive) {
 }
 
 TEST(QelColor, CountsMustFit) {
-    expectRaises(400,
+    expectRaises(QelErrorCode::countsDiffer,
                  "Cannot use this QelColor constructor for color spaces with less than three bands",
                  [] { QelColor(new QelLumAColorSpace(), 1.0, 2.0, 3.0); });
-    expectRaises(400,
+    expectRaises(QelErrorCode::countsDiffer,
                  "Cannot construct QelColor from color space RGB (3 bands) and vector with 2 code "
                  "values",
                  [] {
                      QelColor(rgb(), Codes{1.0, 2.0});
                  });
-    expectRaises(400, "Cannot set color space Lum(1 bands) into QelColor with 3 bands", [] {
-        QelColor color;
-        color.setColorSpace(new QelLumColorSpace());
-    });
-    expectRaises(400, "Cannot set color space Lum(1 bands) into QelColor with 3 bands", [] {
-        QelColor color(rgb());
-        color.setColorSpace(new QelLumColorSpace(), true, true);
-    });
+    expectRaises(QelErrorCode::countsDiffer,
+                 "Cannot set color space Lum(1 bands) into QelColor with 3 bands", [] {
+                     QelColor color;
+                     color.setColorSpace(new QelLumColorSpace());
+                 });
+    expectRaises(QelErrorCode::countsDiffer,
+                 "Cannot set color space Lum(1 bands) into QelColor with 3 bands", [] {
+                     QelColor color(rgb());
+                     color.setColorSpace(new QelLumColorSpace(), true, true);
+                 });
 }
 
 // A space without an end above its start holds no value, and one with a negative number of bands
 // no colour.
 TEST(QelColor, SomeSpacesHoldNoColour) {
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "QelColor cannot be constructed with code value of 5 and color space RGB with min "
                  "and max values of 5 and 1",
                  [] { QelColor{rgb(5.0, 1.0)}; });
     Space const negative = new QelRGBColorSpace(-1, 0.0, 1.0);
-    expectRaises(13, "A color cannot have -1 code values", [&] { QelColor{negative}; });
-    expectRaises(13, "A color cannot have -1 code values", [&] { QelColor(negative, 0.5); });
-    expectRaises(400,
+    expectRaises(QelErrorCode::invalidValue, "A color cannot have -1 code values",
+                 [&] { QelColor{negative}; });
+    expectRaises(QelErrorCode::invalidValue, "A color cannot have -1 code values",
+                 [&] { QelColor(negative, 0.5); });
+    expectRaises(QelErrorCode::countsDiffer,
                  "Cannot use this QelColor constructor for color spaces with less than three bands",
                  [&] { QelColor(negative, 0.5, 0.5, 0.5); });
-    expectRaises(400,
+    expectRaises(QelErrorCode::countsDiffer,
                  "Cannot construct QelColor from color space RGB (-1 bands) and vector with 0 code "
                  "values",
                  [&] { QelColor(negative, Codes()); });
-    expectRaises(400, "Cannot set color space RGB(-1 bands) into QelColor with 0 bands",
+    expectRaises(QelErrorCode::countsDiffer,
+                 "Cannot set color space RGB(-1 bands) into QelColor with 0 bands",
                  [&] { QelColor(0).setColorSpace(negative); });
 }
 
@@ -164,19 +172,24 @@ TEST(QelColor, CodesAreReadAndSetByIndex) {
     color.setCode(1, 255.0);
     EXPECT_EQ(255.0, color.code(1));
     expectRaises(
-        13, "Illegal code value 255.5 for color space RGB with min and max values of 0 and 255",
+        QelErrorCode::invalidValue,
+        "Illegal code value 255.5 for color space RGB with min and max values of 0 and 255",
         [&] { color.setCode(1, 255.5); });
     EXPECT_EQ(255.0, color.code(1));
-    expectRaises(7, "Illegal index -1 into QelColor with 3 channels (color space = RGB)",
+    expectRaises(QelErrorCode::outOfRange,
+                 "Illegal index -1 into QelColor with 3 channels (color space = RGB)",
                  [&] { color.code(-1); });
-    expectRaises(7, "Illegal index 3 into QelColor with 3 channels (color space = RGB)",
+    expectRaises(QelErrorCode::outOfRange,
+                 "Illegal index 3 into QelColor with 3 channels (color space = RGB)",
                  [&] { color.setCode(3, 1000.0); });
     QelColor free(2);
     free.setCode(0, 1e9);
     EXPECT_EQ(1e9, free.code(0));
-    expectRaises(7, "Illegal index -1 into QelColor with 2 channels (color space = unknown)",
+    expectRaises(QelErrorCode::outOfRange,
+                 "Illegal index -1 into QelColor with 2 channels (color space = unknown)",
                  [&] { free.code(-1); });
-    expectRaises(7, "Illegal index 2 into QelColor with 2 channels (color space = unknown)",
+    expectRaises(QelErrorCode::outOfRange,
+                 "Illegal index 2 into QelColor with 2 channels (color space = unknown)",
                  [&] { free.code(2); });
 }
 
@@ -185,7 +198,7 @@ TEST(QelColor, AnotherSpaceKeepsTheValues) {
     Space const ten = rgb(0.0, 1023.0);
     color.setColorSpace(ten);
     EXPECT_EQ(ten.get(), color.colorSpace().get());
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "Cannot set color space RGB(value range = 0 to 2.5) into QelColor which contains "
                  "3 as a code value",
                  [&] { color.setColorSpace(rgb(0.0, 2.5)); });
@@ -208,7 +221,7 @@ TEST(QelColor, RescalesFromRangeToRange) {
     EXPECT_EQ(0.0, free.code(0));
     double const codes[] = {1.0, 2.0, 3.0};
     QelColor wide(codes, 3);
-    expectRaises(13,
+    expectRaises(QelErrorCode::invalidValue,
                  "Cannot set color space RGB(value range = 0 to 2.5) into QelColor which contains "
                  "3 as a code value",
                  [&] { wide.setColorSpace(rgb(0.0, 2.5), true, false); });
@@ -227,10 +240,12 @@ TEST(QelColor, RescalesFromZero) {
 
 TEST(QelColor, RescalingNeedsARange) {
     QelColor point(rgb(5.0, 5.0), 5.0);
-    expectRaises(153, "Cannot rescale a color space which has equal max and min",
+    expectRaises(QelErrorCode::cannotRescale,
+                 "Cannot rescale a color space which has equal max and min",
                  [&] { point.setColorSpace(rgb(), true, false); });
     QelColor zero(rgb(0.0, 0.0));
-    expectRaises(153, "Cannot rescale a color space which has a max and min value of 0",
+    expectRaises(QelErrorCode::cannotRescale,
+                 "Cannot rescale a color space which has a max and min value of 0",
                  [&] { zero.setColorSpace(rgb(), true, true); });
     EXPECT_EQ(5.0, point.code(0));
 }
@@ -238,7 +253,7 @@ TEST(QelColor, RescalingNeedsARange) {
 TEST(QelColor, WhatLeavesTheRangeIsClampedOrRefused) {
     QelColor color(rgb(-1.0, 1.0), 0.5, -1.0, 1.0);
     Space const old = color.colorSpace();
-    expectRaises(153, "Scaled value is out of range",
+    expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
                  [&] { color.setColorSpace(rgb(-1.0, 2.0), false, true); });
     // The values before the one that failed are scaled, the space is the old one.
     EXPECT_EQ((Codes{1.0, -1.0, 1.0}), color.codeValues());
@@ -251,7 +266,7 @@ TEST(QelColor, WhatLeavesTheRangeIsClampedOrRefused) {
 // As above, with the end that the values leave on the other side.
 TEST(QelColor, WhatLeavesTheRangeAboveIsClampedOrRefused) {
     QelColor color(rgb(-1.0, 0.0), -0.5, 0.0, -1.0);
-    expectRaises(153, "Scaled value is out of range",
+    expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
                  [&] { color.setColorSpace(rgb(-2.0, -0.5), false, true); });
     EXPECT_EQ((Codes{-1.0, 0.0, -1.0}), color.codeValues());
     QelColor clamped(rgb(-1.0, 0.0), -0.5, 0.0, -1.0);
@@ -262,14 +277,14 @@ TEST(QelColor, WhatLeavesTheRangeAboveIsClampedOrRefused) {
 TEST(QelColor, ScalingThatGivesNoNumberIsRefused) {
     double const most = std::numeric_limits<double>::max();
     QelColor wide(rgb(-most, most), most);
-    expectRaises(153, "Scaled value is out of range",
+    expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
                  [&] { wide.setColorSpace(rgb(), true, false); });
     EXPECT_EQ(most, wide.code(0));
     QelColor tiny(rgb(0.0, std::numeric_limits<double>::denorm_min()), 0.0);
-    expectRaises(153, "Scaled value is out of range",
+    expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
                  [&] { tiny.setColorSpace(rgb(), true, true); });
     QelColor color(rgb(), 5.0);
-    expectRaises(153, "Scaled value is out of range",
+    expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
                  [&] { color.setColorSpace(rgb(1.0, 0.0), true, false); });
     EXPECT_EQ(0.0, color.colorSpace()->minValue());
     // A single value is a range: all values become it.
@@ -313,7 +328,7 @@ TEST(QelColor, RescalesFromZeroAsTheFormulaSays) {
             ASSERT_EQ((Codes(3, *expected)), color.codeValues());
         } else {
             ++refused;
-            expectRaises(153, "Scaled value is out of range",
+            expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
                          [&] { color.setColorSpace(rgb(to.min, to.max), clamp, true); });
             ASSERT_EQ(Codes(3, code), color.codeValues());
         }
@@ -371,10 +386,12 @@ TEST(QelColor, ConvertsBetweenAnySpaceAndAGenericOne) {
 
 TEST(QelColor, ConvertsNoColours) {
     std::string const refusal = "Conversions between color spaces not implemented";
-    expectRaises(3, refusal, [] { convert(QelColor(rgb()), true, new QelSRGBColorSpace()); });
-    expectRaises(3, refusal, [] { convert(QelColor(rgb()), true, new QelFpxRGBColorSpace()); });
+    expectRaises(QelErrorCode::misuse, refusal,
+                 [] { convert(QelColor(rgb()), true, new QelSRGBColorSpace()); });
+    expectRaises(QelErrorCode::misuse, refusal,
+                 [] { convert(QelColor(rgb()), true, new QelFpxRGBColorSpace()); });
     // Not a generic space, whatever its name.
-    expectRaises(3, refusal, [] {
+    expectRaises(QelErrorCode::misuse, refusal, [] {
         convert(QelColor(Space(new QelRGBAColorSpace())), true, new QelGenericAColorSpace());
     });
 }

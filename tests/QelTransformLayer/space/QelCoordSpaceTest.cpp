@@ -35,12 +35,14 @@ double widthOf(QelCoordSpace const & space, unsigned index) {
 
 TEST(QelCoordSpace, ConstructorsRefuseNull) {
     constexpr char const * refusal = "Null pointer passed to QelCoordSpace ctr";
-    expectRaises(4, refusal, [] { QelCoordSpace{Owned()}; });
-    expectRaises(4, refusal, [] { QelCoordSpace(Owned(), owned("y", inches(1))); });
-    expectRaises(4, refusal, [] { QelCoordSpace(owned("x", inches(1)), Owned()); });
-    expectRaises(4, refusal, [] { QelCoordSpace{std::vector<Owned>()}; });
+    expectRaises(QelErrorCode::nullPointer, refusal, [] { QelCoordSpace{Owned()}; });
+    expectRaises(QelErrorCode::nullPointer, refusal,
+                 [] { QelCoordSpace(Owned(), owned("y", inches(1))); });
+    expectRaises(QelErrorCode::nullPointer, refusal,
+                 [] { QelCoordSpace(owned("x", inches(1)), Owned()); });
+    expectRaises(QelErrorCode::nullPointer, refusal, [] { QelCoordSpace{std::vector<Owned>()}; });
     // The others of the list go as well: a leak would be reported.
-    expectRaises(4, refusal, [] {
+    expectRaises(QelErrorCode::nullPointer, refusal, [] {
         std::vector<Owned> list;
         list.push_back(owned("x", inches(1)));
         list.push_back(nullptr);

@@ -56,7 +56,8 @@ TEST(QelDimension, OfPixelsIsDiscreteFromZero) {
 
 // The edge cases: no pixel is an error, a relative width of 0.0 is none.
 TEST(QelDimension, OfZeroPixelsRaisesButARelativeWidthOfZeroIsLegal) {
-    expectRaises(309, "pixel based dimension object constructed with width equal to zero pixels",
+    expectRaises(QelErrorCode::illegalWidth,
+                 "pixel based dimension object constructed with width equal to zero pixels",
                  [] { QelDimension("x", 0U); });
     expectRange(QelDimension("x", normalized(0.0)), QEL_UNIT_NORMALIZED, 0, 0, 0, 0);
     expectRange(QelDimension("x", normalized(0.0), normalized(0.0), 0), QEL_UNIT_NORMALIZED, 0, 0,

@@ -72,13 +72,15 @@ TEST(QelResolution, ConstructorRefuses) {
 }
 
 TEST(QelResolution, GetDpuRefuses) {
-    expectRaises(402, "cannot convert resolution object with no dpu info",
+    expectRaises(QelErrorCode::noDotsPerUnit, "cannot convert resolution object with no dpu info",
                  [] { QelResolution::ofPixels(5).getDpu(QEL_UNIT_INCH); });
-    expectRaises(403, "cannot do unit conversion on arbitrary res object",
+    expectRaises(QelErrorCode::arbitraryResolution,
+                 "cannot do unit conversion on arbitrary res object",
                  [] { QelResolution().getDpu(0); });
-    expectRaises(306, "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)",
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)",
                  [] { QelResolution(1.0, QEL_UNIT_INCH).getDpu(QEL_UNIT_SECOND); });
-    expectRaises(301, "Unit identifier 99 has not been registered",
+    expectRaises(QelErrorCode::unitNotRegistered, "Unit identifier 99 has not been registered",
                  [] { QelResolution(1.0, QEL_UNIT_INCH).getDpu(99); });
 }
 

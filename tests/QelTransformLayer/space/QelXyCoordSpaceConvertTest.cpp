@@ -226,12 +226,12 @@ TEST(QelXyCoordSpaceConvert, RefusesPartsOfTheOtherExtent) {
                            names[each.unit] + '"';
                 };
                 SCOPED_TRACE(text("it"));
-                expectRaises(306, text("position"),
+                expectRaises(QelErrorCode::cannotConvertUnit, text("position"),
                              [&] { axis.position(space, value, each.target); });
                 bool const known = axis.index() == 0 && each.target == ofHeight;
-                expectRaises(306, text(known ? "position" : "span"),
+                expectRaises(QelErrorCode::cannotConvertUnit, text(known ? "position" : "span"),
                              [&] { axis.span(space, value, each.target); });
-                expectRaises(306, text("range"), [&] {
+                expectRaises(QelErrorCode::cannotConvertUnit, text("range"), [&] {
                     axis.range(space, {value, value, 0, true, true}, each.target);
                 });
             }
@@ -246,10 +246,12 @@ TEST(QelXyCoordSpaceConvert, RefusesUnitsThatDoNotConvert) {
         "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)";
     for (Axis const & axis : axes) {
         for (int const target : {pixel, ofWidth, ofHeight, ofOwn, inch}) {
-            expectRaises(306, text, [&] { axis.position(space, second, target); });
-            expectRaises(306, text, [&] { axis.span(space, second, target); });
+            expectRaises(QelErrorCode::cannotConvertUnit, text,
+                         [&] { axis.position(space, second, target); });
+            expectRaises(QelErrorCode::cannotConvertUnit, text,
+                         [&] { axis.span(space, second, target); });
         }
-        expectRaises(301, "Unit identifier 99 has not been registered",
+        expectRaises(QelErrorCode::unitNotRegistered, "Unit identifier 99 has not been registered",
                      [&] { axis.position(space, inches(1), 99); });
     }
 }
@@ -396,7 +398,8 @@ TEST(QelXyCoordSpaceConvert, InPixelsAPixelIsAPixel) {
         space.convertHorzRange({normalized(0), normalized(1), 0, true, true}, pixel, true);
     expectValue(0, pixel, all.min());
     expectValue(640, pixel, all.width());
-    expectRaises(306, "Cannot convert from unit pixels (id = 1) to unit inches (id = 43)",
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit pixels (id = 1) to unit inches (id = 43)",
                  [&] { space.convertHorzPosition(pixels(7), inch); });
 }
 
@@ -406,7 +409,7 @@ TEST(QelXyCoordSpaceConvert, InARelativeSpaceTheExtentsAreOne) {
         expectValue(0.25, ofOwn, axis.position(space, {0.25, axis.own()}, ofOwn));
         expectValue(0.25, axis.own(), axis.position(space, {0.25, axis.cross()}, axis.own()));
         expectValue(0.25, 0, axis.position(space, {0.25, axis.own()}, 0));
-        expectRaises(306,
+        expectRaises(QelErrorCode::cannotConvertUnit,
                      "Cannot convert from unit " + QelValue::getUnitInfo(axis.own()).pluralName +
                          " (id = " + std::to_string(axis.own()) + ") to unit inches (id = 43)",
                      [&] {

@@ -186,9 +186,10 @@ TEST(QelXyCoordSpaceFind, ClosestByDotsPerUnit) {
         EXPECT_EQ(each.expected, pair);
     }
     Resolution result;
-    expectRaises(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", [&] {
-        space.findClosestResolution(result, {{1, QEL_UNIT_SECOND}, {}}, 0);
-    });
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", [&] {
+                     space.findClosestResolution(result, {{1, QEL_UNIT_SECOND}, {}}, 0);
+                 });
 }
 
 // ---- Models
@@ -238,7 +239,7 @@ TEST(QelXyCoordSpaceFind, PartnersAgreeWithAModel) {
         try {
             result = space.findHorzResolution(QelResolution::ofPixels(y)).pixels;
         } catch (ZanError const & error) {
-            ASSERT_EQ(409, error.getErrcode());
+            ASSERT_EQ(QelErrorCode::noSuchResolution, error.getErrcode());
         }
         ASSERT_EQ(expected, result) << testing::PrintToString(rows) << y;
         // The mirror image.
@@ -248,7 +249,7 @@ TEST(QelXyCoordSpaceFind, PartnersAgreeWithAModel) {
         try {
             mirrored = turned.findVertResolution(QelResolution::ofPixels(y)).pixels;
         } catch (ZanError const & error) {
-            ASSERT_EQ(409, error.getErrcode());
+            ASSERT_EQ(QelErrorCode::noSuchResolution, error.getErrcode());
         }
         ASSERT_EQ(expected, mirrored);
     }
@@ -273,7 +274,7 @@ TEST(QelXyCoordSpaceFind, SelectionAgreesWithAModel) {
             ASSERT_DOUBLE_EQ(wanted.width / 10.0, space.selectedResolution().horz.dpu);
             ASSERT_DOUBLE_EQ(wanted.height / 20.0, space.selectedResolution().vert.dpu);
         } catch (ZanError const & error) {
-            ASSERT_EQ(409, error.getErrcode());
+            ASSERT_EQ(QelErrorCode::noSuchResolution, error.getErrcode());
             ASSERT_FALSE(expected);
             ASSERT_EQ(before, stateOf(space));
         }

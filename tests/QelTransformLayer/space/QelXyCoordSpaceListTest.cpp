@@ -146,9 +146,10 @@ TEST(QelXyCoordSpaceList, SupportsResolutionCountsTheSamples) {
     EXPECT_TRUE(space.supportsResolution({{10.04, QEL_UNIT_INCH}, {5, QEL_UNIT_INCH}}));
     EXPECT_FALSE(space.supportsResolution({{10.05, QEL_UNIT_INCH}, {5, QEL_UNIT_INCH}}));
     EXPECT_FALSE(space.supportsResolution({samples(100), {}}));
-    expectRaises(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", [&] {
-        space.supportsResolution({{1, QEL_UNIT_SECOND}, {}});
-    });
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", [&] {
+                     space.supportsResolution({{1, QEL_UNIT_SECOND}, {}});
+                 });
 }
 
 // The edge case: a row that is arbitrary in both halves takes the counts.
@@ -236,21 +237,24 @@ TEST(QelXyCoordSpaceList, FindsTheSameDotsPerUnitInAnArbitraryRow) {
 
 TEST(QelXyCoordSpaceList, FindingIsRefused) {
     QelXyCoordSpace const space = spaceWith({row(10, 20)});
-    expectRaises(403, "Cannot find matching horizontal resolution for \"arbitrary\" y-resolution",
+    expectRaises(QelErrorCode::arbitraryResolution,
+                 "Cannot find matching horizontal resolution for \"arbitrary\" y-resolution",
                  [&] { space.findHorzResolution({}); });
-    expectRaises(403, "Cannot find matching vertical resolution for \"arbitrary\" x-resolution",
+    expectRaises(QelErrorCode::arbitraryResolution,
+                 "Cannot find matching vertical resolution for \"arbitrary\" x-resolution",
                  [&] { space.findVertResolution({}); });
-    expectRaises(409,
+    expectRaises(QelErrorCode::noSuchResolution,
                  "the y-resolution specified to findHorzResolution() is not supported by the "
                  "coordinate space",
                  [&] { space.findHorzResolution(samples(10)); });
-    expectRaises(409,
+    expectRaises(QelErrorCode::noSuchResolution,
                  "the x-resolution specified to findVertResolution() is not supported by the "
                  "coordinate space",
                  [&] { space.findVertResolution(samples(20)); });
-    expectRaises(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", [&] {
-        space.findVertResolution({1, QEL_UNIT_SECOND});
-    });
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", [&] {
+                     space.findVertResolution({1, QEL_UNIT_SECOND});
+                 });
 }
 
 // ---- The largest
@@ -286,7 +290,7 @@ TEST(QelXyCoordSpaceList, GetMaxResolutionTable) {
     }
     std::uint32_t width = 0;
     std::uint32_t height = 0;
-    expectRaises(410, "Coordinate space contains no resolution info",
+    expectRaises(QelErrorCode::noSelectedResolution, "Coordinate space contains no resolution info",
                  [&] { spaceWith({}).getMaxResolution(width, height); });
 }
 

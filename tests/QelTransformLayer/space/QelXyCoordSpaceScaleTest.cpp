@@ -149,7 +149,7 @@ TEST(QelXyCoordSpaceScale, BothAxesOrNone) {
         std::string const before = stateOf(space);
         std::optional<ZanError> const error = errorOf([&] { scale(space, 0.1, true); });
         ASSERT_TRUE(error);
-        EXPECT_EQ(405, error->getErrcode());
+        EXPECT_EQ(QelErrorCode::noSamples, error->getErrcode());
         EXPECT_EQ(before, stateOf(space));
     }
 }

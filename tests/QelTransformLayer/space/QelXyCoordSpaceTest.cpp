@@ -121,10 +121,10 @@ TEST(QelXyCoordSpace, ConstructorsOfCountsAndValuesRefuse) {
     constexpr char const * noHeight = "Cannot construct zero pixel-high coordinate space";
     constexpr char const * relative =
         "Cannot create coordinate space with relative unit of measure AND size information";
-    expectRaises(407, noWidth, [] { QelXyCoordSpace(0U, 5U); });
-    expectRaises(408, noHeight, [] { QelXyCoordSpace(5U, 0U); });
-    expectRaises(407, noWidth, [] { QelXyCoordSpace(0U, 0U); });
-    expectRaises(300, "Unit identifier 256 is not in the range 0 through 255",
+    expectRaises(QelErrorCode::zeroPixelsWide, noWidth, [] { QelXyCoordSpace(0U, 5U); });
+    expectRaises(QelErrorCode::zeroPixelsHigh, noHeight, [] { QelXyCoordSpace(5U, 0U); });
+    expectRaises(QelErrorCode::zeroPixelsWide, noWidth, [] { QelXyCoordSpace(0U, 0U); });
+    expectRaises(QelErrorCode::noSuchUnit, "Unit identifier 256 is not in the range 0 through 255",
                  [] { QelXyCoordSpace(256); });
     struct Case {
         QelValue width;
@@ -217,7 +217,7 @@ TEST(QelXyCoordSpace, KnowsItsKind) {
 
 TEST(QelXyCoordSpace, GetResolutionRefusesABadIndex) {
     QelXyCoordSpace const space(5, 5);
-    expectRaises(7,
+    expectRaises(QelErrorCode::outOfRange,
                  "index value 1 passed to QelXyDimension::resolution(), but object has only 1 "
                  "resolution entries",
                  [&] { space.getResolution(1); });
@@ -287,13 +287,14 @@ TEST(QelXyCoordSpace, NewSpaceOfPixelsMustHaveTheSameSize) {
     std::string const prefix =
         "It is illegal to create a new QEL_UNIT_PIXEL coordinate space from an old QEL_UNIT_PIXEL "
         "coord space that has a different number of pixels: ";
-    expectRaises(128, prefix + "(1640,481) vs. (1640,480)",
+    expectRaises(QelErrorCode::pixelCountsDiffer, prefix + "(1640,481) vs. (1640,480)",
                  [&] { space.newSpace(pixels(1640), pixels(481)); });
-    expectRaises(128, prefix + "(0,4294967295) vs. (1640,480)",
+    expectRaises(QelErrorCode::pixelCountsDiffer, prefix + "(0,4294967295) vs. (1640,480)",
                  [&] { space.newSpace(pixels(-5), pixels(1e300)); });
-    expectRaises(128, prefix + "(0,0) vs. (1640,480)",
+    expectRaises(QelErrorCode::pixelCountsDiffer, prefix + "(0,0) vs. (1640,480)",
                  [&] { space.newSpace(pixels(nan), pixels(-1e300)); });
-    expectRaises(306, "Cannot convert from unit inches (id = 43) to unit pixels (id = 1)",
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit inches (id = 43) to unit pixels (id = 1)",
                  [&] { space.newSpace(inches(5), pixels(480)); });
 }
 
@@ -302,7 +303,8 @@ TEST(QelXyCoordSpace, IsNotAssignedToThroughItsBase) {
     QelCoordSpace & base = space;
     QelCoordSpace const other(std::make_unique<QelDimension>("length", inches(10)));
     std::string const before = stateOf(space);
-    expectRaises(9, "Cannot override x-dimension of QelXyCoordSpace by calling operator=( )",
+    expectRaises(QelErrorCode::unsupported,
+                 "Cannot override x-dimension of QelXyCoordSpace by calling operator=( )",
                  [&] { base = other; });
     EXPECT_EQ(before, stateOf(space));
     QelCoordSpace const & same = space;

@@ -173,7 +173,7 @@ TEST(QelXyCoordSpaceText, ReadsASelectionOfOneHalf) {
 
 // The rows of a space in mils have a unit that no text may end with.
 TEST(QelXyCoordSpaceText, RowsInMilsAreNotRead) {
-    expectRaises(13, badRow,
+    expectRaises(QelErrorCode::invalidValue, badRow,
                  [] { read("[w=10 mils,h=10 mils, " + row + "100,100:10,10/mil]: sel="); });
     EXPECT_NO_THROW(read("[w=10 mils,h=10 mils]"));
 }
@@ -263,7 +263,7 @@ TEST(QelXyCoordSpaceText, Refusals) {
     }
     Pointer pointer;
     std::istringstream in("NUL");
-    expectRaises(13, badSpace, [&] { in >> pointer; });
+    expectRaises(QelErrorCode::invalidValue, badSpace, [&] { in >> pointer; });
 }
 
 // The blank ahead of "h=" is too much for the reader.
@@ -271,7 +271,7 @@ TEST(QelXyCoordSpaceText, TheWritersOwnTextRaises) {
     for (QelXyCoordSpace const & space :
          {physical(), QelXyCoordSpace(5, 6), QelXyCoordSpace(inches(1), inches(1)),
           QelXyCoordSpace(QEL_UNIT_WIDTH_RELATIVE)}) {
-        expectRaises(13, badUnit, [&] { read(textOf(space)); });
+        expectRaises(QelErrorCode::invalidValue, badUnit, [&] { read(textOf(space)); });
     }
 }
 

@@ -168,10 +168,12 @@ TEST(QelXyDimensionList, ScalingRefuses) {
 
 TEST(QelXyDimensionList, EntriesBeforeTheFailingOneAreScaledAlready) {
     QelXyDimension dimension = tenInches({100, 5, 100});
-    expectRaises(405, "scaling pixel value 5 by scale factor 0.1 results in zero pixels",
+    expectRaises(QelErrorCode::noSamples,
+                 "scaling pixel value 5 by scale factor 0.1 results in zero pixels",
                  [&] { dimension.scalePixels(0.1); });
     EXPECT_EQ((Counts{10, 5, 100}), countsOf(dimension));
-    expectRaises(405, "scaling pixel value 5 by scale factor 1 over 10 results in zero pixels",
+    expectRaises(QelErrorCode::noSamples,
+                 "scaling pixel value 5 by scale factor 1 over 10 results in zero pixels",
                  [&] { dimension.scalePixels(10, 1); });
     EXPECT_EQ((Counts{1, 5, 100}), countsOf(dimension));
 }

@@ -105,24 +105,32 @@ TEST(QelXyDimension, ConstructorsRefuse) {
         QelXyDimension("x", QelValue(0, width.unit()), width, entries,
                        isPixelUnit(width.unit()) ? 1 : 0);
     };
-    expectRaises(312, otherThanOne, [&] { one({2.0, QEL_UNIT_PIXEL}); });
-    expectRaises(312, otherThanOne, [&] { one(samples(8)); });
-    expectRaises(312, otherThanOne, [&] { one(QelResolution()); });
-    expectRaises(312, otherThanOne, [&] { list(nine, {{2.0, QEL_UNIT_PIXEL}}); });
-    expectRaises(312, otherThanOne, [&] { list(nine, {QelResolution()}); });
-    expectRaises(312, several, [&] { list(nine, {samples(9), samples(9)}); });
-    expectRaises(312, relativeToo, [&] { list(normalized(1), {QelResolution()}); });
-    expectRaises(312, relativeToo,
+    expectRaises(QelErrorCode::unsuitableUnit, otherThanOne, [&] { one({2.0, QEL_UNIT_PIXEL}); });
+    expectRaises(QelErrorCode::unsuitableUnit, otherThanOne, [&] { one(samples(8)); });
+    expectRaises(QelErrorCode::unsuitableUnit, otherThanOne, [&] { one(QelResolution()); });
+    expectRaises(QelErrorCode::unsuitableUnit, otherThanOne, [&] {
+        list(nine, {{2.0, QEL_UNIT_PIXEL}});
+    });
+    expectRaises(QelErrorCode::unsuitableUnit, otherThanOne,
+                 [&] { list(nine, {QelResolution()}); });
+    expectRaises(QelErrorCode::unsuitableUnit, several, [&] {
+        list(nine, {samples(9), samples(9)});
+    });
+    expectRaises(QelErrorCode::unsuitableUnit, relativeToo,
+                 [&] { list(normalized(1), {QelResolution()}); });
+    expectRaises(QelErrorCode::unsuitableUnit, relativeToo,
                  [&] { QelXyDimension("x", normalized(0), normalized(1), QelResolution(), 0); });
     // The extent is looked at first.
-    expectRaises(411, "dimension based on relative unit of measure must have a width of 0.0 or 1.0",
+    expectRaises(QelErrorCode::illegalExtent,
+                 "dimension based on relative unit of measure must have a width of 0.0 or 1.0",
                  [&] { list(normalized(0.5), {samples(5)}); });
-    expectRaises(309, "Dimension object constructed with width <= 0.0", [&] {
+    expectRaises(QelErrorCode::illegalWidth, "Dimension object constructed with width <= 0.0", [&] {
         list(pixels(0), {samples(5), samples(5)});
     });
-    expectRaises(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", [&] {
-        list(inches(1), {{1.0, QEL_UNIT_SECOND}});
-    });
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", [&] {
+                     list(inches(1), {{1.0, QEL_UNIT_SECOND}});
+                 });
 }
 
 TEST(QelXyDimension, SpecifyCompletes) {
@@ -160,23 +168,24 @@ TEST(QelXyDimension, SpecifyRefuses) {
     constexpr char const * noWidth =
         "Cannot call QelXyDimension::specify( ) for dimension side where unit of measure is "
         "\"normalized unit\"";
-    expectRaises(312, noWidth, [&] { none.specify(QelResolution()); });
-    expectRaises(312, noWidth, [&] { none.specify(samples(5)); });
-    expectRaises(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", [] {
-        tenInches().specify({1.0, QEL_UNIT_SECOND});
-    });
+    expectRaises(QelErrorCode::unsuitableUnit, noWidth, [&] { none.specify(QelResolution()); });
+    expectRaises(QelErrorCode::unsuitableUnit, noWidth, [&] { none.specify(samples(5)); });
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", [] {
+                     tenInches().specify({1.0, QEL_UNIT_SECOND});
+                 });
 }
 
 // The edge case, and the whole text.
 TEST(QelXyDimension, SpecifyRefusesLessThanHalfASample) {
     GroupedLocale const grouped;
     QelXyDimension const narrow("x", inches(0.4));
-    expectRaises(405,
+    expectRaises(QelErrorCode::noSamples,
                  "Specified sampling rate is too low given image extent information -- no samples"
                  "\nDimension width =0.400000inch\nInput res=1.000000Dots Per inch"
                  "\nConverted Res=1.000000Dots Per inch\nComputed Samples=0",
                  [&] { narrow.specify(dpi(1)); });
-    expectRaises(405,
+    expectRaises(QelErrorCode::noSamples,
                  "Specified sampling rate is too low given image extent information -- no samples"
                  "\nDimension width =0.400000inch\nInput res=0.100000Dots Per centimeter"
                  "\nConverted Res=0.254000Dots Per inch\nComputed Samples=0",
@@ -186,7 +195,7 @@ TEST(QelXyDimension, SpecifyRefusesLessThanHalfASample) {
     QelResolution negative;
     negative.dpu = -123456789.0;
     negative.unit = QEL_UNIT_INCH;
-    expectRaises(405,
+    expectRaises(QelErrorCode::noSamples,
                  "Specified sampling rate is too low given image extent information -- no samples"
                  "\nDimension width =10.000000inch\nInput res=-123456789.000000Dots Per inch"
                  "\nConverted Res=-123456789.000000Dots Per inch\nComputed Samples=-1234567890",
@@ -194,7 +203,7 @@ TEST(QelXyDimension, SpecifyRefusesLessThanHalfASample) {
     negative.dpu = nan;
     std::optional<ZanError> const error = errorOf([&] { tenInches().specify(negative); });
     ASSERT_TRUE(error);
-    EXPECT_EQ(405, error->getErrcode());
+    EXPECT_EQ(QelErrorCode::noSamples, error->getErrcode());
 }
 
 // The edge case: 1000 pixels on 10 inches that become 20.
@@ -256,7 +265,7 @@ TEST(QelXyDimension, ChangesThatRaiseChangeNothing) {
     std::string const before = stateOf(dimension);
     std::optional<ZanError> error = errorOf([&] { dimension.setWidth(inches(1), true); });
     ASSERT_TRUE(error);
-    EXPECT_EQ(405, error->getErrcode());
+    EXPECT_EQ(QelErrorCode::noSamples, error->getErrcode());
     EXPECT_EQ(before, stateOf(dimension));
     error = errorOf([&] { dimension.scale(-0.1, true); });
     EXPECT_EQ(before, stateOf(dimension));

@@ -168,11 +168,12 @@ TEST(QelXyRegionIterator, KeepsTheRegion) {
 
 TEST(QelXyRegionIterator, Refusals) {
     MoxSmartPtr<QelDataOrg> const org = Tiling{5, 5}.org();
-    expectRaises(4, "NULL region pointer passed to QelXySimplRegion::Iterator ctr",
+    expectRaises(QelErrorCode::nullPointer,
+                 "NULL region pointer passed to QelXySimplRegion::Iterator ctr",
                  [&] { QelXySimpleRegion::Iterator give(nullptr, *org); });
-    expectRaises(4, "Null region provided to Iterator",
+    expectRaises(QelErrorCode::nullPointer, "Null region provided to Iterator",
                  [] { QelXyRegion::Iterator give(nullptr); });
-    expectRaises(410,
+    expectRaises(QelErrorCode::noSelectedResolution,
                  "QelXyCoordSpace cannot convert horizontal range to pixels, when there is no "
                  "selected resolution and the coord space is not single-res",
                  [&] { QelXySimpleRegion::Iterator give(regionOf(physicalSpace(1, 1)), *org); });

@@ -46,7 +46,8 @@ using clients::Spot;
 using clients::SpotEntry;
 
 void expectUnknown(std::string const & name) {
-    expectRaises(13, "Class " + name + " is not registered as an QelXyRegion.",
+    expectRaises(QelErrorCode::invalidValue,
+                 "Class " + name + " is not registered as an QelXyRegion.",
                  [&] { qelNewRegion(name); });
 }
 
@@ -70,7 +71,7 @@ TEST(QelXyRegionRegistryEntry, TheSimpleOneHasItsKeyAndBothFactories) {
     EXPECT_EQ(nullptr, entry.newRegion()->coordSpace().get());
     MoxSmartPtr<QelXyRegion> const region = entry.newRegion(pixelSpace(10, 20));
     EXPECT_EQ(QelRect(0, 0, 10, 20), region->pixelBounds());
-    expectRaises(4, nullSpaceRefusal, [&] { entry.newRegion(nullptr); });
+    expectRaises(QelErrorCode::nullPointer, nullSpaceRefusal, [&] { entry.newRegion(nullptr); });
 }
 
 TEST(QelXyRegionRegistryEntry, AnUnknownNameIsRefused) {
@@ -124,7 +125,7 @@ TEST(QelXyRegionRegistryEntryThread, ThreadsReadItWhileOthersEnterAndLeave) {
                     qelNewRegion("ThreadUnknown");
                     ADD_FAILURE() << "found";
                 } catch (ZanError const & error) {
-                    EXPECT_EQ(13, error.getErrcode());
+                    EXPECT_EQ(QelErrorCode::invalidValue, error.getErrcode());
                 }
             }
         });

@@ -170,7 +170,7 @@ TEST(QelXyRegionSpace, SetCoordSpaceMapsByTheRatioOfTheExtents) {
                      << "round " << round << ": " << *box << " from " << *from << " to " << *to);
         Watched const watched(region);
         if (areWidthAndHeight(from->unit(), to->unit())) {
-            expectRaises(306, cannotMap(from->unit(), to->unit()),
+            expectRaises(QelErrorCode::cannotConvertUnit, cannotMap(from->unit(), to->unit()),
                          [&] { region->setCoordSpace(to); });
             watched.expectUnchanged();
             continue;
@@ -243,14 +243,15 @@ TEST(QelXyRegionSpace, ABoxInAnotherUnitIsConvertedAheadOfMapping) {
 TEST(QelXyRegionSpace, SetCoordSpaceRefusesWhatIsNoImagesSpace) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(manySpace());
     Watched const watched(region);
-    expectRaises(4, "null coordinate space pointer passed to function",
+    expectRaises(QelErrorCode::nullPointer, "null coordinate space pointer passed to function",
                  [&] { region->setCoordSpace(nullptr); });
     QelCoordSpace const time(std::make_unique<QelDimension>("t", QelValue(1.0, QEL_UNIT_SECOND)));
-    expectRaises(2, "coord space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace",
+    expectRaises(QelErrorCode::wrongKind,
+                 "coord space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace",
                  [&] { region->setCoordSpace(&time); });
     watched.expectUnchanged();
     MoxSmartPtr<QelXySimpleRegion> const none(new QelXySimpleRegion);
-    expectRaises(4, "null coordinate space pointer passed to function",
+    expectRaises(QelErrorCode::nullPointer, "null coordinate space pointer passed to function",
                  [&] { none->setCoordSpace(nullptr); });
 }
 

@@ -159,12 +159,12 @@ TEST(QelXyRegion, ABoxWhollyToTheRightBecomesAZeroWidthRange) {
 }
 
 TEST(QelXyRegion, ABoxInPixelsOnAPhysicalSpaceWithoutSelectionRaises410) {
-    expectRaises(410, pixelRefusal,
+    expectRaises(QelErrorCode::noSelectedResolution, pixelRefusal,
                  [] { regionOf(physicalSpace(8.0, 10.0), pixelBoxAt(0, 0, 1, 1)); });
 }
 
 TEST(QelXyRegion, ABoxInHeightRelativeUnitsOnAWidthRelativeSpaceRaises306) {
-    expectRaises(306, relativeRefusal, [] {
+    expectRaises(QelErrorCode::cannotConvertUnit, relativeRefusal, [] {
         regionOf(relativeSpace(QEL_UNIT_WIDTH_RELATIVE),
                  boxIn(QEL_UNIT_HEIGHT_RELATIVE, 0.0, 0.0, 0.5, 0.5));
     });
@@ -203,7 +203,7 @@ TEST(QelXyRegion, PixelBoundsAreTheBoxInPixels) {
 
 TEST(QelXyRegion, PixelBoundsWithoutASelectionRaise410) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(physicalSpace(8.0, 4.0));
-    expectRaises(410,
+    expectRaises(QelErrorCode::noSelectedResolution,
                  "QelXyCoordSpace cannot convert horizontal range to pixels, when there is no "
                  "selected resolution and the coord space is not single-res",
                  [&] { region->pixelBounds(); });

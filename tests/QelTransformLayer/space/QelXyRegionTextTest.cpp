@@ -144,7 +144,7 @@ TEST(QelXyRegionText, WhatTheWriterGivesWithASpaceIsABadUnitToTheReader) {
           relativeSpace(QEL_UNIT_NORMALIZED)}) {
         std::string const text = written(regionOf(space).get());
         SCOPED_TRACE(text);
-        expectRaises(13, "Bad unit for QelValue", [&] { readFrom(text); });
+        expectRaises(QelErrorCode::invalidValue, "Bad unit for QelValue", [&] { readFrom(text); });
     }
 }
 
@@ -271,7 +271,8 @@ TEST(QelXyRegionText, AStreamThatFailedIsRefusedAtOnce) {
     std::istringstream in(wholeText);
     in.setstate(std::ios_base::failbit);
     Pointer region;
-    expectRaises(13, "Class  is not registered as an QelXyRegion.", [&] { in >> region; });
+    expectRaises(QelErrorCode::invalidValue, "Class  is not registered as an QelXyRegion.",
+                 [&] { in >> region; });
 }
 
 TEST(QelXyRegionText, ReadingKnowsNoLocale) {

@@ -34,7 +34,8 @@ TEST(QelBoxTest, StartsWithUnitRanges) {
 }
 
 TEST(QelBoxTest, ZeroDimensionsAreRefused) {
-    expectRaises(401, "Cannot define a box in zero dimensions", [] { QelBox box(0); });
+    expectRaises(QelErrorCode::noDimensions, "Cannot define a box in zero dimensions",
+                 [] { QelBox box(0); });
 }
 
 TEST(QelBoxTest, ARangeIsReplacedWithItsUnit) {
@@ -49,8 +50,8 @@ TEST(QelBoxTest, ARangeIsReplacedWithItsUnit) {
 TEST(QelBoxTest, BadIndicesAreRefused) {
     QelBox box(2);
     constexpr char const * text = "index value 2 into box with 2 dimensions";
-    expectRaises(7, text, [&] { box.range(2); });
-    expectRaises(7, text, [&] { box.setRange(2, samples(0, 1)); });
+    expectRaises(QelErrorCode::outOfRange, text, [&] { box.range(2); });
+    expectRaises(QelErrorCode::outOfRange, text, [&] { box.setRange(2, samples(0, 1)); });
 }
 
 TEST(QelBoxTest, AllRangesAreReplacedTogether) {
@@ -58,10 +59,12 @@ TEST(QelBoxTest, AllRangesAreReplacedTogether) {
     box.setRanges({samples(1, 2), samples(3, 4)});
     EXPECT_EQ(1.0, box.range(0).min().value());
     EXPECT_EQ(4.0, box.range(1).width().value());
-    expectRaises(400, "cannot update 2-dimensional box with range set containing 3 entries", [&] {
-        box.setRanges({samples(9, 9), samples(9, 9), samples(9, 9)});
-    });
-    expectRaises(400, "cannot update 2-dimensional box with range set containing 0 entries",
+    expectRaises(QelErrorCode::countsDiffer,
+                 "cannot update 2-dimensional box with range set containing 3 entries", [&] {
+                     box.setRanges({samples(9, 9), samples(9, 9), samples(9, 9)});
+                 });
+    expectRaises(QelErrorCode::countsDiffer,
+                 "cannot update 2-dimensional box with range set containing 0 entries",
                  [&] { box.setRanges({}); });
     EXPECT_EQ(1.0, box.range(0).min().value());
     EXPECT_EQ(4.0, box.range(1).width().value());

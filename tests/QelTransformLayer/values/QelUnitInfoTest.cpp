@@ -94,7 +94,8 @@ TEST(QelUnitInfoTest, AllOtherIdentifiersOfTheLibraryAreFree) {
     for (int id = 0; id < 128; ++id) {
         if (used.count(id) != 0) continue;
         SCOPED_TRACE(id);
-        expectRaises(301, "Unit identifier " + std::to_string(id) + " has not been registered",
+        expectRaises(QelErrorCode::unitNotRegistered,
+                     "Unit identifier " + std::to_string(id) + " has not been registered",
                      [&] { QelValue::getUnitInfo(id); });
     }
 }
@@ -103,7 +104,7 @@ TEST(QelUnitInfoTest, IdentifiersOutOfRangeAreRefused) {
     constexpr int largest = std::numeric_limits<int>::max();
     for (int id : {256, 257, largest, -1, -128, -largest - 1}) {
         SCOPED_TRACE(id);
-        expectRaises(300,
+        expectRaises(QelErrorCode::noSuchUnit,
                      "Unit identifier " + std::to_string(id) + " is not in the range 0 through 255",
                      [&] { QelValue::getUnitInfo(id); });
     }
@@ -111,7 +112,8 @@ TEST(QelUnitInfoTest, IdentifiersOutOfRangeAreRefused) {
 
 TEST(QelUnitInfoTest, NumbersInMessagesAreNotGrouped) {
     GroupedLocale const grouped;
-    expectRaises(300, "Unit identifier 123456 is not in the range 0 through 255",
+    expectRaises(QelErrorCode::noSuchUnit,
+                 "Unit identifier 123456 is not in the range 0 through 255",
                  [] { QelValue::getUnitInfo(123456); });
 }
 
@@ -136,7 +138,8 @@ TEST(QelUnitInfoTest, NamesThatNoUnitHasAreRefused) {
                                    "arbitrary", "\xe9", "milli\"meter"}) {
         SCOPED_TRACE(name);
         expectRaises(
-            300, "The name \"" + name + "\" is not associated with a registered unit of measure",
+            QelErrorCode::noSuchUnit,
+            "The name \"" + name + "\" is not associated with a registered unit of measure",
             [&] { QelValue::getUnitInfo(name); });
     }
 }

@@ -155,7 +155,7 @@ TEST(QelValueRangeRandomTest, SettersOfEndsRefuseExactlyTheWrongOrder) {
             ASSERT_FALSE(wrong) << min << ' ' << max;
             ASSERT_NO_FATAL_FAILURE(expectInvariants(range));
         } catch (ZanError const & error) {
-            ASSERT_EQ(308, error.getErrcode());
+            ASSERT_EQ(QelErrorCode::invertedRange, error.getErrcode());
             ASSERT_TRUE(wrong) << min << ' ' << max;
         }
     }

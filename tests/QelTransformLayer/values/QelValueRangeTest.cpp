@@ -68,34 +68,41 @@ TEST(QelValueRangeTest, WithoutWidthBothEndsAreAlike) {
 }
 
 TEST(QelValueRangeTest, ANegativeWidthIsRefused) {
-    expectRaises(309, negativeWidth, [] { continuous(0, -1e-300); });
-    expectRaises(309, negativeWidth, [] { discrete(0, -0.51); });
+    expectRaises(QelErrorCode::illegalWidth, negativeWidth, [] { continuous(0, -1e-300); });
+    expectRaises(QelErrorCode::illegalWidth, negativeWidth, [] { discrete(0, -0.51); });
     for (QelValueRange range : {continuous(1, 2), discrete(1, 2)}) {
         std::string const before = told(range);
-        expectRaises(309, negativeWidth, [&] { range.setWidth(plain(-1)); });
+        expectRaises(QelErrorCode::illegalWidth, negativeWidth, [&] { range.setWidth(plain(-1)); });
         EXPECT_EQ(before, told(range));
     }
 }
 
 TEST(QelValueRangeTest, UnitsThatDoNotConvertAreRefusedAndChangeNothing) {
-    expectRaises(306, toInches, [] { QelValueRange(inches(1), pixels(1), 0, true, true); });
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches,
+                 [] { QelValueRange(inches(1), pixels(1), 0, true, true); });
     QelValueRange range(inches(1), inches(2), 0, true, true);
     QelValueRange const other(pixels(1), pixels(2), 1, false, false);
     std::string const before = told(range);
     QelValue const bad = pixels(1);
-    expectRaises(306, toInches, [&] { range = other; });
-    expectRaises(306, toInches, [&] { range.setMin(bad); });
-    expectRaises(306, toInches, [&] { range.setWidth(bad); });
-    expectRaises(306, toInches, [&] { range.setMinKeepMax(bad); });
-    expectRaises(306, toInches, [&] { range.setMax(bad); });
-    expectRaises(306, toInches, [&] { range.setMinMax(bad, inches(1)); });
-    expectRaises(306, toInches, [&] { range.setMinMax(inches(0), bad); });
-    expectRaises(306, toInches, [&] { range.translate(bad); });
-    expectRaises(306, toInches, [&] { static_cast<void>(range.contains(bad)); });
-    expectRaises(306, toInches, [&] { static_cast<void>(range.intersect(other)); });
-    expectRaises(306, "Cannot convert from unit inches (id = 43) to unit pixels (id = 1)",
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches, [&] { range = other; });
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches, [&] { range.setMin(bad); });
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches, [&] { range.setWidth(bad); });
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches, [&] { range.setMinKeepMax(bad); });
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches, [&] { range.setMax(bad); });
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches,
+                 [&] { range.setMinMax(bad, inches(1)); });
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches,
+                 [&] { range.setMinMax(inches(0), bad); });
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches, [&] { range.translate(bad); });
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches,
+                 [&] { static_cast<void>(range.contains(bad)); });
+    expectRaises(QelErrorCode::cannotConvertUnit, toInches,
+                 [&] { static_cast<void>(range.intersect(other)); });
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit inches (id = 43) to unit pixels (id = 1)",
                  [&] { range.setUnit(QEL_UNIT_PIXEL); });
-    expectRaises(301, "Unit identifier 9 has not been registered", [&] { range.setUnit(9); });
+    expectRaises(QelErrorCode::unitNotRegistered, "Unit identifier 9 has not been registered",
+                 [&] { range.setUnit(9); });
     EXPECT_EQ(before, told(range));
 }
 
@@ -236,18 +243,22 @@ TEST(QelValueRangeTest, APointWithoutSamplesStaysOne) {
 TEST(QelValueRangeTest, EndsInTheWrongOrderAreRefused) {
     // "setMax(0.5) on a range from 1.0 raises error 308"; the end is changed then.
     QelValueRange range = continuous(1, 2);
-    expectRaises(308, "Range with min value of 1 and max value of 0.5 (unit identifier = 0)",
+    expectRaises(QelErrorCode::invertedRange,
+                 "Range with min value of 1 and max value of 0.5 (unit identifier = 0)",
                  [&] { range.setMax(plain(0.5)); });
     EXPECT_EQ(0.5, range.max().value());
     QelValueRange low(inches(1), inches(2), 0, true, true);
-    expectRaises(308, "Range with min value of 4 and max value of 3 (unit identifier = 43)",
+    expectRaises(QelErrorCode::invertedRange,
+                 "Range with min value of 4 and max value of 3 (unit identifier = 43)",
                  [&] { low.setMinKeepMax(inches(4)); });
     EXPECT_EQ(4.0, low.min().value());
     QelValueRange both = discrete(1, 2);
-    expectRaises(308, "Range with min value of 3 and max value of 2 (unit identifier = 0)",
+    expectRaises(QelErrorCode::invertedRange,
+                 "Range with min value of 3 and max value of 2 (unit identifier = 0)",
                  [&] { both.setMinMax(plain(2.6), plain(2.4)); });
     GroupedLocale const grouped;
-    expectRaises(308, "Range with min value of 12345.5 and max value of 0 (unit identifier = 0)",
+    expectRaises(QelErrorCode::invertedRange,
+                 "Range with min value of 12345.5 and max value of 0 (unit identifier = 0)",
                  [&] { continuous(0, 0).setMinKeepMax(plain(12345.5)); });
 }
 

@@ -74,8 +74,9 @@ TEST_F(QelValueRegistryTest, ClientsRegisterUnitsOfTheirOwn) {
     QelValue::setStandardTolerance(128, 1.0);
     EXPECT_EQ(1.0, gram.tolerance);
     EXPECT_EQ(0.001, kilogram.tolerance);
-    expectRefusal(303, "Unit identifier 129 has already been registered as unit \"kilogram\"", 129,
-                  128, 1.0, 0.0);
+    expectRefusal(QelErrorCode::unitTaken,
+                  "Unit identifier 129 has already been registered as unit \"kilogram\"", 129, 128,
+                  1.0, 0.0);
 }
 
 TEST_F(QelValueRegistryTest, ClientUnitsAreWrittenAndRead) {
@@ -129,29 +130,35 @@ TEST_F(QelValueRegistryTest, RegistrationIsRefused) {
     std::string const start = "Cannot register new unit \"new\" (id = " + sid;
     std::string const reserved = ") cannot be registered -- id is reserved for use by QEL";
     std::string const above = " ) cannot be registered -- id is not in the range 128 through 255";
-    expectRefusal(302, unit + "127" + reserved, 127, 127, 1.0, 0.0);
-    expectRefusal(302, unit + "0" + reserved, 0, 0, 1.0, 0.0);
-    expectRefusal(302, unit + "9" + reserved, 9, 9, 1.0, 0.0);
-    expectRefusal(300, unit + "256" + above, 256, 256, 1.0, 0.0);
-    expectRefusal(300, unit + "-1" + above, -1, -1, 1.0, 0.0);
+    expectRefusal(QelErrorCode::unitReserved, unit + "127" + reserved, 127, 127, 1.0, 0.0);
+    expectRefusal(QelErrorCode::unitReserved, unit + "0" + reserved, 0, 0, 1.0, 0.0);
+    expectRefusal(QelErrorCode::unitReserved, unit + "9" + reserved, 9, 9, 1.0, 0.0);
+    expectRefusal(QelErrorCode::noSuchUnit, unit + "256" + above, 256, 256, 1.0, 0.0);
+    expectRefusal(QelErrorCode::noSuchUnit, unit + "-1" + above, -1, -1, 1.0, 0.0);
     expectRefusal(
-        304,
+        QelErrorCode::illegalUnitMultiplier,
         "Cannot register unit \"new\" (id = " + sid + ") with multiplier value not equal to 1.0",
         id, id, 1.0000000000000002, 0.0);
-    expectRefusal(301, "Unit identifier 9 has not been registered", id, 9, 2.0, 0.0);
-    expectRefusal(300, "Unit identifier 256 is not in the range 0 through 255", id, 256, 2.0, 0.0);
+    expectRefusal(QelErrorCode::unitNotRegistered, "Unit identifier 9 has not been registered", id,
+                  9, 2.0, 0.0);
+    expectRefusal(QelErrorCode::noSuchUnit, "Unit identifier 256 is not in the range 0 through 255",
+                  id, 256, 2.0, 0.0);
     std::string const asStandard = ") as the standard unit of measure";
-    expectRefusal(305, start + ") with unit \"pixel\" (id = 1" + asStandard, id, 1, 2.0, 0.0);
-    expectRefusal(305, start + ") with unit \"arbitrary unit\" (id = 0" + asStandard, id, 0, 1, 0);
-    expectRefusal(305, start + ") with unit \"inch\" (id = 43" + asStandard, id, 43, 2.0, 0.0);
+    expectRefusal(QelErrorCode::notAStandardUnit,
+                  start + ") with unit \"pixel\" (id = 1" + asStandard, id, 1, 2.0, 0.0);
+    expectRefusal(QelErrorCode::notAStandardUnit,
+                  start + ") with unit \"arbitrary unit\" (id = 0" + asStandard, id, 0, 1, 0);
+    expectRefusal(QelErrorCode::notAStandardUnit,
+                  start + ") with unit \"inch\" (id = 43" + asStandard, id, 43, 2.0, 0.0);
     std::string const negative = start + ") with negative scalew factor";
-    expectRefusal(304, negative, id, QEL_UNIT_METER, 0.0, 0.0);
-    expectRefusal(304, negative, id, QEL_UNIT_METER, -2.0, 0.0);
-    expectRefusal(304, negative, id, QEL_UNIT_METER, nan, 0.0);
-    expectRefusal(13, negativeTolerance, id, id, 1.0, -1e-300);
-    expectRefusal(13, negativeTolerance, id, QEL_UNIT_METER, 2.0, -1.0);
-    expectRefusal(13, negativeTolerance, id, id, 1.0, nan);
-    expectRaises(13, negativeTolerance, [&] { QelValue::registerUnit("n", "ns", id, -1.0); });
+    expectRefusal(QelErrorCode::illegalUnitMultiplier, negative, id, QEL_UNIT_METER, 0.0, 0.0);
+    expectRefusal(QelErrorCode::illegalUnitMultiplier, negative, id, QEL_UNIT_METER, -2.0, 0.0);
+    expectRefusal(QelErrorCode::illegalUnitMultiplier, negative, id, QEL_UNIT_METER, nan, 0.0);
+    expectRefusal(QelErrorCode::invalidValue, negativeTolerance, id, id, 1.0, -1e-300);
+    expectRefusal(QelErrorCode::invalidValue, negativeTolerance, id, QEL_UNIT_METER, 2.0, -1.0);
+    expectRefusal(QelErrorCode::invalidValue, negativeTolerance, id, id, 1.0, nan);
+    expectRaises(QelErrorCode::invalidValue, negativeTolerance,
+                 [&] { QelValue::registerUnit("n", "ns", id, -1.0); });
     EXPECT_FALSE(isRegistered(id));
 }
 
@@ -160,28 +167,30 @@ TEST_F(QelValueRegistryTest, ChecksOfARegistrationRunInOrder) {
     ASSERT_GE(id, 128);
     std::string const sid = std::to_string(id);
     // Every argument that comes later is bad as well.
-    expectRefusal(302,
+    expectRefusal(QelErrorCode::unitReserved,
                   "Unit \"new\" (id = 43) cannot be registered -- id is reserved for use by QEL",
                   43, 9, -1.0, -1.0);
-    expectRefusal(300,
+    expectRefusal(QelErrorCode::noSuchUnit,
                   "Unit \"new\" (id = 256 ) cannot be registered -- id is not in the range 128 "
                   "through 255",
                   256, 9, -1.0, -1.0);
     expectRefusal(
-        304,
+        QelErrorCode::illegalUnitMultiplier,
         "Cannot register unit \"new\" (id = " + sid + ") with multiplier value not equal to 1.0",
         id, id, 0.0, -1.0);
-    expectRefusal(301, "Unit identifier 9 has not been registered", id, 9, -1.0, -1.0);
-    expectRefusal(305,
+    expectRefusal(QelErrorCode::unitNotRegistered, "Unit identifier 9 has not been registered", id,
+                  9, -1.0, -1.0);
+    expectRefusal(QelErrorCode::notAStandardUnit,
                   "Cannot register new unit \"new\" (id = " + sid +
                       ") with unit \"normalized unit\" (id = 4) as the standard unit of measure",
                   id, 4, -1.0, -1.0);
-    expectRefusal(304,
+    expectRefusal(QelErrorCode::illegalUnitMultiplier,
                   "Cannot register new unit \"new\" (id = " + sid + ") with negative scalew factor",
                   id, QEL_UNIT_SECOND, 0.0, -1.0);
     QelValue::registerUnit("order", "orders", id, 0.0);
-    expectRefusal(303, "Unit identifier " + sid + " has already been registered as unit \"order\"",
-                  id, 9, -1.0, -1.0);
+    expectRefusal(QelErrorCode::unitTaken,
+                  "Unit identifier " + sid + " has already been registered as unit \"order\"", id,
+                  9, -1.0, -1.0);
     EXPECT_EQ("orders", QelValue::getUnitInfo(id).pluralName);
 }
 
@@ -197,12 +206,14 @@ TEST_F(QelValueRegistryTest, AToleranceIsSetForOneUnit) {
 TEST_F(QelValueRegistryTest, ABadToleranceIsRefusedAfterTheUnit) {
     for (double bad : {-1.0, -1e-300, nan}) {
         SCOPED_TRACE(bad);
-        expectRaises(13, negativeTolerance, [&] { QelValue::setTolerance(QEL_UNIT_INCH, bad); });
-        expectRaises(13, negativeTolerance,
+        expectRaises(QelErrorCode::invalidValue, negativeTolerance,
+                     [&] { QelValue::setTolerance(QEL_UNIT_INCH, bad); });
+        expectRaises(QelErrorCode::invalidValue, negativeTolerance,
                      [&] { QelValue::setStandardTolerance(QEL_UNIT_METER, bad); });
-        expectRaises(301, "Unit identifier 9 has not been registered",
+        expectRaises(QelErrorCode::unitNotRegistered, "Unit identifier 9 has not been registered",
                      [&] { QelValue::setTolerance(9, bad); });
-        expectRaises(300, "Unit identifier -1 is not in the range 0 through 255",
+        expectRaises(QelErrorCode::noSuchUnit,
+                     "Unit identifier -1 is not in the range 0 through 255",
                      [&] { QelValue::setStandardTolerance(-1, bad); });
     }
     EXPECT_EQ(3.937007874015748e-05, toleranceOf(QEL_UNIT_INCH));
@@ -239,11 +250,11 @@ TEST_F(QelValueRegistryTest, EachFamilyFollowsItsStandard) {
 }
 
 TEST_F(QelValueRegistryTest, AStandardToleranceOfAnInchIsRefused) {
-    expectRaises(305,
+    expectRaises(QelErrorCode::notAStandardUnit,
                  "Cannot call setStandardTolerance( ) against unit inch -- try the corresponding "
                  "standard unit: meter",
                  [] { QelValue::setStandardTolerance(QEL_UNIT_INCH, -1.0); });
-    expectRaises(305,
+    expectRaises(QelErrorCode::notAStandardUnit,
                  "Cannot call setStandardTolerance( ) against unit arc minute -- try the "
                  "corresponding standard unit: radian",
                  [] { QelValue::setStandardTolerance(QEL_UNIT_ARC_MINUTE, 1.0); });

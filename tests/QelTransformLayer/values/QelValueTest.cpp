@@ -36,13 +36,16 @@ TEST(QelValueTest, ConstructorsConvertAndCheckTheUnit) {
     expectValue(0.1, QEL_UNIT_INCH, QelValue(QelValue(0.1, QEL_UNIT_INCH), QEL_UNIT_INCH));
     expectValue(150.0, QEL_UNIT_MINUTE, QelValue(QelValue(2.5, QEL_UNIT_HOUR), QEL_UNIT_MINUTE));
     // "QelValue(1.0, 9) raises error 301; QelValue(1.0, 256) raises error 300"
-    expectRaises(301, "Unit identifier 9 has not been registered", [] { QelValue(1.0, 9); });
-    expectRaises(300, "Unit identifier 256 is not in the range 0 through 255",
+    expectRaises(QelErrorCode::unitNotRegistered, "Unit identifier 9 has not been registered",
+                 [] { QelValue(1.0, 9); });
+    expectRaises(QelErrorCode::noSuchUnit, "Unit identifier 256 is not in the range 0 through 255",
                  [] { QelValue(1.0, 256); });
-    expectRaises(300, "Unit identifier -1 is not in the range 0 through 255",
+    expectRaises(QelErrorCode::noSuchUnit, "Unit identifier -1 is not in the range 0 through 255",
                  [] { QelValue(1.0, -1); });
-    expectRaises(301, "Unit identifier 9 has not been registered", [] { QelValue(QelValue(), 9); });
-    expectRaises(306, inchesToPixels, [] { QelValue(inches(1.0), QEL_UNIT_PIXEL); });
+    expectRaises(QelErrorCode::unitNotRegistered, "Unit identifier 9 has not been registered",
+                 [] { QelValue(QelValue(), 9); });
+    expectRaises(QelErrorCode::cannotConvertUnit, inchesToPixels,
+                 [] { QelValue(inches(1.0), QEL_UNIT_PIXEL); });
 }
 
 TEST(QelValueTest, AssignmentTakesOrKeepsTheUnit) {
@@ -55,7 +58,8 @@ TEST(QelValueTest, AssignmentTakesOrKeepsTheUnit) {
     expectValue(0.0508 / 0.0254, QEL_UNIT_INCH, value);
     value.assignConverted(QelValue(7.0, QEL_UNIT_ARBITRARY));
     expectValue(7.0, QEL_UNIT_INCH, value);
-    expectRaises(306, pixelsToInches, [&] { value.assignConverted(pixels(2.0)); });
+    expectRaises(QelErrorCode::cannotConvertUnit, pixelsToInches,
+                 [&] { value.assignConverted(pixels(2.0)); });
     expectValue(7.0, QEL_UNIT_INCH, value);
     value = pixels(2.0);
     expectValue(2.0, QEL_UNIT_PIXEL, value);
@@ -67,9 +71,11 @@ TEST(QelValueTest, ConvertsInPlace) {
     expectValue(1.5, QEL_UNIT_HOUR, value);
     value.convertTo(QEL_UNIT_HOUR);
     expectValue(1.5, QEL_UNIT_HOUR, value);
-    expectRaises(306, "Cannot convert from unit hours (id = 21) to unit meters (id = 5)",
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit hours (id = 21) to unit meters (id = 5)",
                  [&] { value.convertTo(QEL_UNIT_METER); });
-    expectRaises(301, "Unit identifier 127 has not been registered", [&] { value.convertTo(127); });
+    expectRaises(QelErrorCode::unitNotRegistered, "Unit identifier 127 has not been registered",
+                 [&] { value.convertTo(127); });
     expectValue(1.5, QEL_UNIT_HOUR, value);
     EXPECT_EQ(90.0, value.valueIn(QEL_UNIT_MINUTE));
     EXPECT_EQ(QEL_UNIT_SECOND, value.getStandardUnit());
@@ -98,7 +104,8 @@ TEST(QelValueTest, FactoriesHaveTheirUnit) {
     expectValue(1.0 / 0.00035277777777777776, QEL_UNIT_POINT, points(meter));
     expectValue(3.0, QEL_UNIT_NORMALIZED, normalized(QelValue(3.0, 0)));
     expectValue(3.0, QEL_UNIT_PIXEL, pixels(QelValue(3.0, 0)));
-    expectRaises(306, "Cannot convert from unit meters (id = 5) to unit normalized units (id = 4)",
+    expectRaises(QelErrorCode::cannotConvertUnit,
+                 "Cannot convert from unit meters (id = 5) to unit normalized units (id = 4)",
                  [&] { normalized(meter); });
 }
 
@@ -126,10 +133,12 @@ TEST(QelValueTest, ArithmeticIsInTheLeftUnit) {
 
 TEST(QelValueTest, ArithmeticWithOtherStandardsIsRefused) {
     QelValue value = inches(2.0);
-    expectRaises(306, pixelsToInches, [&] { value += pixels(1.0); });
-    expectRaises(306, pixelsToInches, [&] { value -= pixels(1.0); });
-    expectRaises(306, pixelsToInches, [&] { static_cast<void>(value + pixels(1.0)); });
-    expectRaises(306, pixelsToInches, [&] { static_cast<void>(value - pixels(1.0)); });
+    expectRaises(QelErrorCode::cannotConvertUnit, pixelsToInches, [&] { value += pixels(1.0); });
+    expectRaises(QelErrorCode::cannotConvertUnit, pixelsToInches, [&] { value -= pixels(1.0); });
+    expectRaises(QelErrorCode::cannotConvertUnit, pixelsToInches,
+                 [&] { static_cast<void>(value + pixels(1.0)); });
+    expectRaises(QelErrorCode::cannotConvertUnit, pixelsToInches,
+                 [&] { static_cast<void>(value - pixels(1.0)); });
     expectValue(2.0, QEL_UNIT_INCH, value);
 }
 
@@ -166,13 +175,20 @@ TEST(QelValueTest, PixelsDoNotCompareWithInches) {
     // compared with QelValue(1.0, QEL_UNIT_ARBITRARY) it is equal"
     QelValue const a = pixels(1.0);
     QelValue const b = inches(1.0);
-    expectRaises(306, inchesToPixels, [&] { static_cast<void>(a == b); });
-    expectRaises(306, inchesToPixels, [&] { static_cast<void>(a != b); });
-    expectRaises(306, inchesToPixels, [&] { static_cast<void>(a < b); });
-    expectRaises(306, inchesToPixels, [&] { static_cast<void>(a > b); });
-    expectRaises(306, inchesToPixels, [&] { static_cast<void>(a <= b); });
-    expectRaises(306, inchesToPixels, [&] { static_cast<void>(a >= b); });
-    expectRaises(306, pixelsToInches, [&] { static_cast<void>(b == a); });
+    expectRaises(QelErrorCode::cannotConvertUnit, inchesToPixels,
+                 [&] { static_cast<void>(a == b); });
+    expectRaises(QelErrorCode::cannotConvertUnit, inchesToPixels,
+                 [&] { static_cast<void>(a != b); });
+    expectRaises(QelErrorCode::cannotConvertUnit, inchesToPixels,
+                 [&] { static_cast<void>(a < b); });
+    expectRaises(QelErrorCode::cannotConvertUnit, inchesToPixels,
+                 [&] { static_cast<void>(a > b); });
+    expectRaises(QelErrorCode::cannotConvertUnit, inchesToPixels,
+                 [&] { static_cast<void>(a <= b); });
+    expectRaises(QelErrorCode::cannotConvertUnit, inchesToPixels,
+                 [&] { static_cast<void>(a >= b); });
+    expectRaises(QelErrorCode::cannotConvertUnit, pixelsToInches,
+                 [&] { static_cast<void>(b == a); });
     EXPECT_TRUE(a == QelValue(1.0, QEL_UNIT_ARBITRARY));
     EXPECT_TRUE(QelValue(1.0, QEL_UNIT_ARBITRARY) == b);
 }
@@ -229,7 +245,7 @@ TEST(QelValueTest, CompatibleUnitsAreThoseThatConvert) {
             try {
                 QelValue(QelValue(1.0, a), b);
             } catch (ZanError const & error) {
-                EXPECT_EQ(306, error.getErrcode());
+                EXPECT_EQ(QelErrorCode::cannotConvertUnit, error.getErrcode());
                 converts = false;
             }
             EXPECT_EQ(converts, QelValue::isCompatible(a, b));
@@ -242,9 +258,9 @@ TEST(QelValueTest, CompatibilityLooksUnitsUpOnlyIfItHasTo) {
     EXPECT_TRUE(QelValue::isCompatible(9, 9));
     EXPECT_TRUE(QelValue::isCompatible(0, 999));
     EXPECT_TRUE(QelValue::isCompatible(-5, 0));
-    expectRaises(301, "Unit identifier 9 has not been registered",
+    expectRaises(QelErrorCode::unitNotRegistered, "Unit identifier 9 has not been registered",
                  [] { QelValue::isCompatible(5, 9); });
-    expectRaises(300, "Unit identifier 256 is not in the range 0 through 255",
+    expectRaises(QelErrorCode::noSuchUnit, "Unit identifier 256 is not in the range 0 through 255",
                  [] { QelValue::isCompatible(256, 5); });
 }
 

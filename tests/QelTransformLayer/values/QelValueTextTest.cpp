@@ -41,7 +41,7 @@ void expectRefused(std::string const & text) {
     SCOPED_TRACE(text);
     std::istringstream in(text);
     QelValue value(7.5, QEL_UNIT_HOUR);
-    expectRaises(13, badUnit, [&] { in >> value; });
+    expectRaises(QelErrorCode::invalidValue, badUnit, [&] { in >> value; });
     EXPECT_TRUE(in.bad());
     EXPECT_EQ(7.5, value.value());
     EXPECT_EQ(QEL_UNIT_HOUR, value.unit());
@@ -168,7 +168,7 @@ TEST(QelValueTextTest, ReadsNoFurtherThanTheName) {
     EXPECT_EQ(QEL_UNIT_SECOND, value.unit());
     EXPECT_FALSE(in.fail());
     EXPECT_TRUE(in.eof());
-    expectRaises(13, badUnit, [&] { in >> value; });
+    expectRaises(QelErrorCode::invalidValue, badUnit, [&] { in >> value; });
     EXPECT_TRUE(in.bad());
 }
 
@@ -178,7 +178,7 @@ TEST(QelValueTextTest, AStreamThatFailedBeforeIsRefused) {
         std::istringstream in("2 inches");
         in.setstate(state);
         QelValue value;
-        expectRaises(13, badUnit, [&] { in >> value; });
+        expectRaises(QelErrorCode::invalidValue, badUnit, [&] { in >> value; });
         EXPECT_TRUE(in.bad());
     }
 }
@@ -238,7 +238,7 @@ TEST(QelValueTextTest, RandomTextIsRefusedOrReadsBackTheSame) {
         try {
             in >> value;
         } catch (ZanError const & error) {
-            expectQelError(error, 13, badUnit);
+            expectQelError(error, QelErrorCode::invalidValue, badUnit);
             ASSERT_TRUE(in.bad()) << text;
             continue;
         }
@@ -254,7 +254,7 @@ TEST(QelValueTextTest, RandomTextIsRefusedOrReadsBackTheSame) {
 TEST(QelValueTextTest, AVeryLongWordIsRefusedAtOnce) {
     std::istringstream in("2 inches" + std::string(1 << 20, 's'));
     QelValue value;
-    expectRaises(13, badUnit, [&] { in >> value; });
+    expectRaises(QelErrorCode::invalidValue, badUnit, [&] { in >> value; });
     in.clear();
     // Most of the word is still there: nothing reads further than a name can be long.
     EXPECT_LT(in.tellg(), 100);

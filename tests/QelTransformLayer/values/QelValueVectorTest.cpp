@@ -42,21 +42,23 @@ TEST(QelValueVectorTest, StartsWithOneValueForAll) {
 
 TEST(QelValueVectorTest, NoElementsAreRefused) {
     constexpr char const * text = "Value vector size must be greater than zero";
-    expectRaises(13, text, [] { QelValueVector(0u); });
-    expectRaises(13, text, [] { QelValueVector(0u, inches(1)); });
-    expectRaises(13, text, [] { QelPoint(0u); });
+    expectRaises(QelErrorCode::invalidValue, text, [] { QelValueVector(0u); });
+    expectRaises(QelErrorCode::invalidValue, text, [] { QelValueVector(0u, inches(1)); });
+    expectRaises(QelErrorCode::invalidValue, text, [] { QelPoint(0u); });
 }
 
 TEST(QelValueVectorTest, BadIndicesAreRefused) {
     QelValueVector vector = twoLengths();
-    expectRaises(7, "index value 2 into vector containing 2 elements", [&] { vector.element(2); });
-    expectRaises(7, "index value 4294967295 into vector containing 2 elements",
+    expectRaises(QelErrorCode::outOfRange, "index value 2 into vector containing 2 elements",
+                 [&] { vector.element(2); });
+    expectRaises(QelErrorCode::outOfRange,
+                 "index value 4294967295 into vector containing 2 elements",
                  [&] { vector.setElement(4294967295u, inches(9)); });
-    expectRaises(7, "index value 2 into vector containing 2 elements",
+    expectRaises(QelErrorCode::outOfRange, "index value 2 into vector containing 2 elements",
                  [&] { vector.setElements(0, 2, inches(9)); });
-    expectRaises(7, "index value 3 into vector containing 2 elements",
+    expectRaises(QelErrorCode::outOfRange, "index value 3 into vector containing 2 elements",
                  [&] { vector.setElements(3, 4294967295u, inches(9)); });
-    expectRaises(7,
+    expectRaises(QelErrorCode::outOfRange,
                  "low index value 5 is greater than high index value 4 of range of vector elements",
                  [&] { vector.setElements(5, 4, inches(9)); });
     expectElement(1.0, QEL_UNIT_INCH, vector.element(0));
@@ -76,16 +78,17 @@ TEST(QelValueVectorTest, SetsElementsWithTheirUnit) {
 TEST(QelValueVectorTest, DifferentSizesAreRefused) {
     QelValueVector vector = twoLengths();
     QelValueVector const other(3, inches(1));
-    expectRaises(307,
+    expectRaises(QelErrorCode::lengthsDiffer,
                  "assignment between value vector with 2 elements and value vector with 3 elements",
                  [&] { vector = other; });
-    expectRaises(307,
+    expectRaises(QelErrorCode::lengthsDiffer,
                  "replaceWith() against value vector with 2 elements cannot be passed a value "
                  "vector with 3 elements",
                  [&] { vector.replaceWith(other); });
-    expectRaises(307, "add between value vector with 2 elements and value vector with 3 elements",
+    expectRaises(QelErrorCode::lengthsDiffer,
+                 "add between value vector with 2 elements and value vector with 3 elements",
                  [&] { vector.add(other); });
-    expectRaises(307,
+    expectRaises(QelErrorCode::lengthsDiffer,
                  "subtract between value vector with 2 elements and value vector with 3 elements",
                  [&] { vector.subtract(other); });
     EXPECT_TRUE(vector == twoLengths());
@@ -117,9 +120,9 @@ TEST(QelValueVectorTest, UnitsThatDoNotConvertChangeNothing) {
     other.setElement(1, pixels(1));
     constexpr char const * text =
         "Cannot convert from unit pixels (id = 1) to unit centimeters (id = 32)";
-    expectRaises(306, text, [&] { vector.add(other); });
-    expectRaises(306, text, [&] { vector.subtract(other); });
-    expectRaises(306, text, [&] { vector = other; });
+    expectRaises(QelErrorCode::cannotConvertUnit, text, [&] { vector.add(other); });
+    expectRaises(QelErrorCode::cannotConvertUnit, text, [&] { vector.subtract(other); });
+    expectRaises(QelErrorCode::cannotConvertUnit, text, [&] { vector = other; });
     EXPECT_TRUE(vector == twoLengths());
 }
 

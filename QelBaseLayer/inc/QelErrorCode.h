@@ -1,0 +1,81 @@
+#pragma once
+
+// The codes of the errors that the library raises and of the bad statuses that it sets. The numbers
+// are the contract: they never change, and ZanError::getErrcode() returns them. Several names share
+// a number where one number has several meanings. docs/errors.md tells, for each, who raises it and
+// what a client can do about it.
+namespace QelErrorCode {
+
+// General: 1 to 24.
+inline constexpr int noReason = 1;
+inline constexpr int wrongKind = 2;
+inline constexpr int misuse = 3;
+inline constexpr int nullPointer = 4;
+inline constexpr int nothingNamed = 6;
+inline constexpr int outOfRange = 7;
+inline constexpr int unsupported = 9;
+inline constexpr int unexpectedException = 10;
+inline constexpr int memoryLeak = 11;
+inline constexpr int limitExceeded = 11;
+inline constexpr int invalidValue = 13;
+inline constexpr int noSuchAttribute = 20;
+inline constexpr int attributeLocked = 21;
+inline constexpr int attributesInconsistent = 22;
+inline constexpr int endlessChange = 23;
+inline constexpr int illegalAttributeName = 24;
+
+// Ops: 100 to 130.
+inline constexpr int unsupportedDataType = 118;
+inline constexpr int outputRejected = 119;
+inline constexpr int invalidInput = 123;
+
+// Spaces of pixels that do not match: the same band of codes as ops.
+inline constexpr int pixelCountsDiffer = 128;
+
+// Iterators, and what else asks for one kind of organisation: 150 to 153.
+inline constexpr int simpleDataOrgNeeded = 150;
+inline constexpr int outOfBounds = 151;
+inline constexpr int unevenBandOffsets = 152;
+inline constexpr int invalidDataOrg = 153;
+inline constexpr int cannotRescale = 153;
+
+// Rendering: 200 to 206.
+inline constexpr int renderFailed = 203;
+inline constexpr int cancelled = 204;
+
+// Values, units and dimensions: 300 to 313.
+inline constexpr int noSuchUnit = 300;
+inline constexpr int unitNotRegistered = 301;
+inline constexpr int unitReserved = 302;
+inline constexpr int unitTaken = 303;
+inline constexpr int illegalDotsPerUnit = 303;
+inline constexpr int illegalUnitMultiplier = 304;
+inline constexpr int notAStandardUnit = 305;
+inline constexpr int cannotConvertUnit = 306;
+inline constexpr int lengthsDiffer = 307;
+inline constexpr int invertedRange = 308;
+inline constexpr int illegalWidth = 309;
+inline constexpr int illegalFactor = 310;
+inline constexpr int cannotConvertDimension = 311;
+inline constexpr int unsuitableUnit = 312;
+
+// Boxes, resolutions and coordinate spaces: 400 to 413.
+inline constexpr int countsDiffer = 400;
+inline constexpr int noDimensions = 401;
+inline constexpr int noDotsPerUnit = 402;
+inline constexpr int arbitraryResolution = 403;
+inline constexpr int noSuchDimension = 404;
+inline constexpr int noSamples = 405;
+inline constexpr int zeroPixelsWide = 407;
+inline constexpr int zeroPixelsHigh = 408;
+inline constexpr int noSuchResolution = 409;
+inline constexpr int noSelectedResolution = 410;
+inline constexpr int illegalExtent = 411;
+inline constexpr int illegalWorldWidth = 412;
+inline constexpr int illegalWorldHeight = 413;
+
+// Operations: 600 to 605.
+inline constexpr int noCommonResolution = 600;
+inline constexpr int nothingToComputeWith = 602;
+
+}  // namespace QelErrorCode
