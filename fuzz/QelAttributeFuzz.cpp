@@ -113,17 +113,17 @@ bool mayRaise(int) {
 
 template <>
 bool mayRaise<QelValue>(int code) {
-    return code == 13;
+    return code == QelErrorCode::invalidValue;
 }
 
 template <>
 bool mayRaise<QelColor>(int code) {
-    return code == 13 || code == 400;
+    return code == QelErrorCode::invalidValue || code == QelErrorCode::countsDiffer;
 }
 
 template <>
 bool mayRaise<Space>(int code) {
-    return code == 13;
+    return code == QelErrorCode::invalidValue;
 }
 
 // ---- The check

@@ -24,6 +24,9 @@ bool hasNoReadableText(QelColor const & color) {
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     fuzzReadBack(
         data, size, QelColor(MoxSmartPtr<QelColorSpace>(new QelRGBColorSpace()), 7.0),
-        [](int code) { return code == 13 || code == 400; }, hasNoReadableText);
+        [](int code) {
+            return code == QelErrorCode::invalidValue || code == QelErrorCode::countsDiffer;
+        },
+        hasNoReadableText);
     return 0;
 }

@@ -17,6 +17,6 @@ bool hasNoReadableText(MoxSmartPtr<QelColorSpace> const & space) {
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     fuzzReadBack(
         data, size, MoxSmartPtr<QelColorSpace>(new QelLumColorSpace()),
-        [](int code) { return code == 13; }, hasNoReadableText);
+        [](int code) { return code == QelErrorCode::invalidValue; }, hasNoReadableText);
     return 0;
 }

@@ -16,7 +16,8 @@ bool isPeculiar(QelXyBox const & box) {
 
 // Units that do not convert and negative widths are refused too, once all is read.
 bool isRefusalOfABox(int code) {
-    return code == 13 || code == 306 || code == 309;
+    return code == QelErrorCode::invalidValue || code == QelErrorCode::cannotConvertUnit ||
+           code == QelErrorCode::illegalWidth;
 }
 
 }  // namespace

@@ -21,7 +21,10 @@ void require(bool good, char const * what, std::string const & text) {
 // Bad text; units that do not convert; extents within the tolerance; resolutions in a relative
 // unit; less than a sample; less than a pixel.
 bool isRefusalOfASpace(int code) {
-    for (int const known : {13, 306, 309, 312, 405, 407, 408}) {
+    for (int const known :
+         {QelErrorCode::invalidValue, QelErrorCode::cannotConvertUnit, QelErrorCode::illegalWidth,
+          QelErrorCode::unsuitableUnit, QelErrorCode::noSamples, QelErrorCode::zeroPixelsWide,
+          QelErrorCode::zeroPixelsHigh}) {
         if (code == known) return true;
     }
     return false;
@@ -107,7 +110,8 @@ bool hasNoReadableText(QelXyCoordSpace const & space) {
 void readAgain(QelXyCoordSpace const & space) {
     std::string text = fuzzWritten(space);
     QelXyCoordSpace again(1, 1);
-    require(fuzzRefusal(text, again) == 13, "its own text is not refused", text);
+    require(fuzzRefusal(text, again) == QelErrorCode::invalidValue, "its own text is not refused",
+            text);
     if (hasNoReadableText(space)) return;
     text.erase(text.find(" h="), 1);
     require(!fuzzRefusal(text, again), "does not read back", text);

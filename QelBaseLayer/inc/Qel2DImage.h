@@ -26,9 +26,9 @@
 // tile lives as long as somebody holds it, and is computed again if it is asked for later. With
 // setCacheTiles(true) the image keeps them.
 //
-// Threads. Any number of threads may ask one image for pixels. Requests for different tiles take
-// no common lock. A request for a tile that another thread is computing waits for it, so that the
-// tile is computed once; threads whose tiles wait for each other in a circle get QelError 3.
+// Threads. Any number of threads may ask one image for pixels. Requests for different tiles take no
+// common lock. A request for a tile that another thread is computing waits for it, so that the tile
+// is computed once; threads whose tiles wait for each other in a circle get QelError misuse (3).
 // Setting up (constructors, initialize, setOp, setCacheTiles) belongs to one thread, with no
 // request under way, except that the container's determineOp() may call setOp() from a request;
 // what a request uses then stays valid until the next setup.
@@ -106,7 +106,7 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     // for a bad report and for a size that is not the one of the image's id.
     void initialize();
 
-    // Fills `info`; false, with a status of 3, when the size cannot be determined.
+    // Fills `info`; false, with the status misuse (3), when the size cannot be determined.
     bool outputInfo(QelImageInfo & info);
 
     // Replaces the op and initializes. An unchanged grid keeps its tiles.
@@ -119,9 +119,9 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
 
     // The tile at column x, row y of the grid: complete, computed if need be; empty if it has to be
     // made, nothing computed; the one that is there or null. A position outside the grid writes one
-    // line to the library's output and yields null. getTile raises nothingToComputeWith (602) when
-    // there is nothing to compute with, unexpectedException (10) for a foreign exception, and
-    // passes a ZanError on.
+    // line to the library's output and yields null. getTile raises noPixelSource (602) when there
+    // is nothing to compute with, unexpectedException (10) for a foreign exception, and passes a
+    // ZanError on.
     MoxSmartPtr<QelTile> getTile(std::int32_t x, std::int32_t y);
     MoxSmartPtr<QelTile> createTile(std::int32_t x, std::int32_t y);
     MoxSmartPtr<QelTile> findTile(std::int32_t x, std::int32_t y);
@@ -237,8 +237,8 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     std::atomic<std::int64_t> pixelsCopied_{0};
 };
 
-// For ops that read a single image: its report; with a null image a status of 3 in `info` and
-// false.
+// For ops that read a single image: its report; with a null image the status misuse (3) in `info`
+// and false.
 QEL_API bool imageOutputInfo(Qel2DImage * image, QelImageInfo & info);
 
 QEL_API std::ostream & operator<<(std::ostream & out, Qel2DImage const & image);

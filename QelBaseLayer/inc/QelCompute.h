@@ -8,7 +8,7 @@
 // Runs `op` once over a whole buffer, without an image or a graph. With a null buffer one of the
 // op's own size is made, at (0,0). `result` is the buffer, or null with the reason in `status`: the
 // op's own status, or misuse (3) for a buffer that the op refuses. On success `status` keeps code
-// noReason (1): test the result. What compute() raises passes through, with `result` null.
+// notComputed (1): test the result. What compute() raises passes through, with `result` null.
 //
 // Requires: op is not null; a buffer of the caller's is held by a MoxSmartPtr, since the result
 // becomes one of its owners. For a buffer on a stack call canFill() and compute() of the op.

@@ -40,8 +40,8 @@ class QEL_API QelDataBuffer : public ZanRefCount {
     // allocate() got is always freed.
     virtual void deallocate();
 
-    // Copies this buffer's size in bytes from `source`, allocating this buffer first. Raises misuse
-    // (3) when the source is smaller; a source without memory copies nothing.
+    // Copies this buffer's size in bytes from `source`, allocating this buffer first. Raises
+    // misuse (3) when the source is smaller; a source without memory copies nothing.
     virtual void copyFrom(QelDataBuffer const & source);
 
     // Null while unallocated.

@@ -6,12 +6,12 @@
 // what a client can do about it.
 namespace QelErrorCode {
 
-// General: 1 to 24.
-inline constexpr int noReason = 1;
-inline constexpr int wrongKind = 2;
+// General, and attributes: 1 to 24.
+inline constexpr int notComputed = 1;
+inline constexpr int wrongClass = 2;
 inline constexpr int misuse = 3;
 inline constexpr int nullPointer = 4;
-inline constexpr int nothingNamed = 6;
+inline constexpr int noNamesGiven = 6;
 inline constexpr int outOfRange = 7;
 inline constexpr int unsupported = 9;
 inline constexpr int unexpectedException = 10;
@@ -21,18 +21,16 @@ inline constexpr int invalidValue = 13;
 inline constexpr int noSuchAttribute = 20;
 inline constexpr int attributeLocked = 21;
 inline constexpr int attributesInconsistent = 22;
-inline constexpr int endlessChange = 23;
+inline constexpr int endlessCallbacks = 23;
 inline constexpr int illegalAttributeName = 24;
 
-// Ops: 100 to 130.
+// Ops, and images of sizes that do not match: 100 to 130.
 inline constexpr int unsupportedDataType = 118;
-inline constexpr int outputRejected = 119;
+inline constexpr int wrongPixelFormat = 119;
 inline constexpr int invalidInput = 123;
-
-// Spaces of pixels that do not match: the same band of codes as ops.
 inline constexpr int pixelCountsDiffer = 128;
 
-// Iterators, and what else asks for one kind of organisation: 150 to 153.
+// Iterators, organisations of data, and rescaling: 150 to 153.
 inline constexpr int simpleDataOrgNeeded = 150;
 inline constexpr int outOfBounds = 151;
 inline constexpr int unevenBandOffsets = 152;
@@ -62,7 +60,7 @@ inline constexpr int unsuitableUnit = 312;
 // Boxes, resolutions and coordinate spaces: 400 to 413.
 inline constexpr int countsDiffer = 400;
 inline constexpr int noDimensions = 401;
-inline constexpr int noDotsPerUnit = 402;
+inline constexpr int unsuitableResolution = 402;
 inline constexpr int arbitraryResolution = 403;
 inline constexpr int noSuchDimension = 404;
 inline constexpr int noSamples = 405;
@@ -74,8 +72,8 @@ inline constexpr int illegalExtent = 411;
 inline constexpr int illegalWorldWidth = 412;
 inline constexpr int illegalWorldHeight = 413;
 
-// Operations: 600 to 605.
+// Operations on images: 600 to 605.
 inline constexpr int noCommonResolution = 600;
-inline constexpr int nothingToComputeWith = 602;
+inline constexpr int noPixelSource = 602;
 
 }  // namespace QelErrorCode

@@ -12,8 +12,8 @@
 [[noreturn]] QEL_API void qelRaiseSystemFrame(
     std::string const & sentence, ZanSourceLocation const & here = ZanSourceLocation::current());
 
-// Last-error frame: raises code unexpectedException (10) with "\nUnknown exception during ",
-// `action`, "\nagainst ", `object` and qelLastErrorTail().
+// Last-error frame: raises unexpectedException (10) with "\nUnknown exception during ", `action`,
+// "\nagainst ", `object` and qelLastErrorTail().
 [[noreturn]] QEL_API void qelRaiseLastErrorFrame(
     std::string const & action, std::string const & object,
     ZanSourceLocation const & here = ZanSourceLocation::current());
@@ -27,8 +27,8 @@ QEL_API std::string qelLastErrorTail();
 QEL_API void qelAddRethrowFrame(ZanError & error,
                                 ZanSourceLocation const & here = ZanSourceLocation::current());
 
-// Foreign-exception frame. Called in a catch (...) block around a render: raises code renderFailed
-// (203) with the text for the exception in flight, which is not a ZanError (one that is passes
+// Foreign-exception frame. Called in a catch (...) block around a render: raises renderFailed (203)
+// with the text for the exception in flight, which is not a ZanError (one that is passes
 // unchanged). `sink` is the sink's name, `label` its label.
 [[noreturn]] QEL_API void qelRaiseForeignFrame(
     std::string const & sink, std::string const & label,

@@ -32,9 +32,9 @@ class QEL_API QelImageOp : public QelOp {
     // A hook with no meaning here. Nothing.
     virtual void aboutToRender(QelOpContext a, QelOpContext b);
 
-    // Can `buffer` take the result? False leaves the reason in the op's status: 119 for the wrong
-    // precision or number of bands, 123 for a bad report without a code. True for null and a good
-    // op.
+    // Can `buffer` take the result? False leaves the reason in the op's status:
+    // wrongPixelFormat (119) for the wrong precision or number of bands, invalidInput (123) for a
+    // bad report without a code. True for null and a good op.
     virtual bool isOutputOK(QelRectBuffer * buffer, QelOpContext opContext = 0);
 
     // Fills the whole of the buffer's rectangle, allocating it if need be. May raise anything.
@@ -47,7 +47,7 @@ class QEL_API QelImageOp : public QelOp {
     virtual bool canFill(QelRectBuffer * buffer, QelOpContext opContext = 0);
 
     // The whole image, computed into a new buffer. Raises the op's status as a ZanError when the
-    // report is bad; 203 when that has no code.
+    // report is bad; renderFailed (203) when that has no code.
     virtual MoxSmartPtr<QelRectBuffer> genResult(QelOpContext opContext = 0);
 
     // Computes `tile` unless it is complete, and completes it.

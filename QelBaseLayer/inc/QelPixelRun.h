@@ -118,7 +118,7 @@ class QelPixelRun {
     std::int64_t size_;
 };
 
-// Requires of the pixel iterators that all bands of `org` are of `type`: raises outputRejected
-// (119) "An iterator over ", the type's name, " cannot visit pixels of " and the name of the
-// organisation's.
+// Requires of the pixel iterators that all bands of `org` are of `type`: raises
+// wrongPixelFormat (119) "An iterator over ", the type's name, " cannot visit pixels of " and the
+// name of the organisation's.
 QEL_API void qelRequireElementType(QelDataOrg const & org, QelDataType type);

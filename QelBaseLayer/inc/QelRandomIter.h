@@ -5,7 +5,7 @@
 
 // A QelRandomIterBase over elements of type T that reads: a tile is computed when the first of its
 // pixels is asked for. T is the element type of all bands of the image (std::uint8_t for UChar,
-// float for Float, ...); another one raises outputRejected (119).
+// float for Float, ...); another one raises wrongPixelFormat (119).
 template <class T>
 class QelRandomConstIter : public QelRandomIterBase {
   public:

@@ -8,9 +8,9 @@
 // A rectangle of pixels in image coordinates: x to the right, y downwards. The right and bottom
 // edges are inclusive: a rectangle covers the columns x to x + width - 1.
 //
-// A rectangle with a width or height below 1 is empty, whatever its position; all empty
-// rectangles are equal. A plain record; no operation overflows: positions are compared in 64
-// bits, and a result that does not fit raises QelError invalidValue (13).
+// A rectangle with a width or height below 1 is empty, whatever its position; all empty rectangles
+// are equal. A plain record; no operation overflows: positions are compared in 64 bits, and a
+// result that does not fit raises QelError invalidValue (13).
 struct QEL_API QelRect {
     std::int32_t x = 0;
     std::int32_t y = 0;

@@ -72,8 +72,8 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     // memory buffer of size ", and leaves the buffer unallocated.
     void allocate();
 
-    // Replaces the memory by the caller's, of the organisation's size (more, where the data
-    // offset or a negative stride needs it). Raises nullPointer (4) on null.
+    // Replaces the memory by the caller's, of the organisation's size (more, where the data offset
+    // or a negative stride needs it). Raises nullPointer (4) on null.
     void adopt(void * memory, bool ownsData);
 
     // Drops the memory; it goes with its last sharer.
@@ -127,9 +127,10 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     // zero to 32 bits and stored by their low bytes (300.7 as UChar is 44); a float outside 32
     // bits, or NaN, stores the low bytes of 0x80000000, but for ULong, where 2^31 to 2^32 converts.
     // Allocates what is not allocated; nothing at all when there is no common pixel. Raises
-    // simpleDataOrgNeeded (150) unless both organisations are QelSimpleDataOrg, and 13 for a type
-    // it cannot copy. Overlapping views of one memory are copied as if through a third buffer when
-    // both organisations are alike and each row (or each column) is contiguous.
+    // simpleDataOrgNeeded (150) unless both organisations are QelSimpleDataOrg, and
+    // invalidValue (13) for a type it cannot copy. Overlapping views of one memory are copied as if
+    // through a third buffer when both organisations are alike and each row (or each column) is
+    // contiguous.
     void copyFrom(QelRectBuffer const & source, QelRect const & rect);
 
     MoxSmartPtr<QelDataBuffer> const & dataBuffer() const { return dataBuffer_; }

@@ -46,7 +46,7 @@ class QEL_API QelRectIterBase {
     QelRectIterBase & operator=(QelRectIterBase const &) = delete;
 
     // Goes to band `band` of pixel (x, y). Raises outOfBounds (151) outside the rectangle,
-    // std::out_of_range for a bad band, and 3 when a tile cannot be had.
+    // std::out_of_range for a bad band, and misuse (3) when a tile cannot be had.
     void moveTo(std::int32_t x, std::int32_t y, std::int32_t band = 0);
     // moveTo() the top-left pixel; nothing for an empty rectangle.
     void toStart();

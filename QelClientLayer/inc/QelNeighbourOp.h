@@ -26,10 +26,11 @@ class QEL_API QelNeighbourOp : public QelImageOp {
 
     MoxSmartPtr<Qel2DImage> input() const { return input_; }
 
-    // The input's report; a bad one with status 118 for an element type that supports() refuses.
+    // The input's report; a bad one with status unsupportedDataType (118) for an element type that
+    // supports() refuses.
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
 
-    // Raises outputRejected (119) for a buffer of another element type or number of bands,
+    // Raises wrongPixelFormat (119) for a buffer of another element type or number of bands,
     // simpleDataOrgNeeded (150) for one whose organisation is no QelSimpleDataOrg, and whatever
     // computing the input raises.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;

@@ -31,9 +31,9 @@ struct QelReadLimits {
 //
 // Errors are raised by the constructor or by compute(), and stay: a picture that was found to be
 // corrupt raises the same error for every row from there on. They are
-//     13  "Cannot read ", the file's name, ": " and the reason: a file that cannot be read, that
-//         ends too early, or that is corrupt
-//     11  the same for a picture that exceeds the limits, with the numbers
+// - invalidValue (13) "Cannot read ", the file's name, ": " and the reason: a file that cannot be
+//   read, that ends too early, or that is corrupt;
+// - limitExceeded (11) the same for a picture that exceeds the limits, with the numbers.
 //
 // Safe from any thread; one thread decodes at a time, and rows that are there are read by any
 // number of threads without a lock.

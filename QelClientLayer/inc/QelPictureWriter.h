@@ -32,13 +32,14 @@ struct QelWriteOptions {
 // link stays one, and the file that it leads to is replaced. Whatever fails, the old file stays and
 // the temporary one goes.
 //
-// Errors: 13, "Cannot write ", the file's name, ": " and the reason; 204 when cancelled; and what
-// computing the image raises.
+// Errors: invalidValue (13), "Cannot write ", the file's name, ": " and the reason; cancelled (204)
+// when the writing is cancelled; and what computing the image raises.
 class QEL_API QelPictureWriter {
   public:
     // The end of the name chooses the format: .png, .jpg or .jpeg, in upper or lower case. Raises
-    // 13 for any other, and for options out of range; 306 for resolutions that are not per length,
-    // 402 for those that have pixels only. Touches no file.
+    // invalidValue (13) for any other, and for options out of range; cannotConvertUnit (306) for
+    // resolutions that are not per length, unsuitableResolution (402) for those that have pixels
+    // only. Touches no file.
     explicit QelPictureWriter(std::string fileName, QelWriteOptions const & options = {});
     ~QelPictureWriter();
 

@@ -24,7 +24,7 @@ class QEL_API QelTestCardOp : public QelImageOp {
     using QelImageOp::operator=;
 
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
-    // Raises outputRejected (119) for a buffer of another element type or number of bands,
+    // Raises wrongPixelFormat (119) for a buffer of another element type or number of bands,
     // simpleDataOrgNeeded (150) for one whose organisation is no QelSimpleDataOrg.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
 

@@ -62,8 +62,8 @@ class QelPictureDecoder {
     QelPictureHeader header_;
 };
 
-// Both read the header and raise invalidValue (13) for one that is not of their format, 11 beyond
-// the limits.
+// Both read the header and raise invalidValue (13) for one that is not of their format,
+// limitExceeded (11) beyond the limits.
 std::unique_ptr<QelPictureDecoder> qelDecodeJpeg(std::unique_ptr<QelFileSource> source,
                                                  QelReadLimits const & limits);
 std::unique_ptr<QelPictureDecoder> qelDecodePng(std::unique_ptr<QelFileSource> source,

@@ -39,10 +39,10 @@ int qelCheckTarget(QelRectBuffer const & buffer, QelImageInfo const & report) {
     MoxSmartPtr<QelDataOrg> const reported = report.dataOrg();
     QelDataType const type = reported->precision();
     if (!(org.precision() == type)) {
-        qelRaise(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op");
+        qelRaise(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op");
     }
     if (org.numBands() != reported->numBands()) {
-        qelRaise(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op");
+        qelRaise(QelErrorCode::wrongPixelFormat, "Output buffer has wrong number of bands for Op");
     }
     return type.code();
 }

@@ -10,11 +10,13 @@
 // Is `type` one of the eight types of numbers?
 bool qelIsNumber(QelDataType type);
 
-// The status of an operation, called `op`, that cannot work on elements of `type`: 118.
+// The status of an operation, called `op`, that cannot work on elements of `type`:
+// unsupportedDataType (118).
 ZanError qelUnsupported(QelDataType type, char const * op);
 
-// The code of the element type of `report`. Raises outputRejected (119) when `buffer` has another
-// element type or number of bands, 150 when its organisation is no QelSimpleDataOrg.
+// The code of the element type of `report`. Raises wrongPixelFormat (119) when `buffer` has another
+// element type or number of bands, simpleDataOrgNeeded (150) when its organisation is no
+// QelSimpleDataOrg.
 int qelCheckTarget(QelRectBuffer const & buffer, QelImageInfo const & report);
 
 // The tile of `image` that holds all of `rect`, if it is there and complete; else null.

@@ -31,9 +31,9 @@ void QelPointOp::compute(QelRectBuffer * buffer, QelOpContext opContext) {
     } else if (input_->fillRWBuffer(buffer, true)) {
         change(type, *buffer, *buffer, rect);
     } else {
-        qelRaise(QelErrorCode::nothingToComputeWith, std::string("The input image of ") +
-                                                         QelCoreMisc::classNameOf(*this) +
-                                                         " has nothing to compute its pixels with");
+        qelRaise(QelErrorCode::noPixelSource, std::string("The input image of ") +
+                                                  QelCoreMisc::classNameOf(*this) +
+                                                  " has nothing to compute its pixels with");
     }
 }
 

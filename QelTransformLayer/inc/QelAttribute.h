@@ -35,9 +35,9 @@ class QEL_API QelAttribute : public ZanRefCount {
                                             QelAttributeBased * newOwner) const = 0;
 
     // The value was changed: takes a new stamp and calls the callbacks in the order in which they
-    // were added; those that a callback adds only from the next change on. Raises endlessChange
-    // (23) (see below) where callbacks change the attribute from within more than maxNesting times,
-    // and what a callback raises.
+    // were added; those that a callback adds only from the next change on. Raises
+    // endlessCallbacks (23) (see below) where callbacks change the attribute from within more than
+    // maxNesting times, and what a callback raises.
     virtual void changed();
 
     // The type of the value.
@@ -81,8 +81,8 @@ class QEL_API QelAttribute : public ZanRefCount {
                        QelAttributeBased * newOwner);
 
     // Ahead of any change. Raises attributeLocked (21) with the name as the whole text if the
-    // attribute is locked; checkChange() also 23 "Attribute ", the name and " is changed by its own
-    // callbacks without end". `here` is where the error is raised.
+    // attribute is locked; checkChange() also endlessCallbacks (23) "Attribute ", the name and " is
+    // changed by its own callbacks without end". `here` is where the error is raised.
     void checkLock(ZanSourceLocation const & here) const;
     void checkChange(ZanSourceLocation const & here) const;
 

@@ -66,8 +66,8 @@ class QEL_API QelAttributeBased : public virtual ZanRefCount {
     bool renameAttribute(std::string_view oldName, std::string newName);
 
     // The largest stamp of the attributes under these keys: a result that was made when it was the
-    // same is not stale. Raises nothingNamed (6) "getLatestTimestamp" for no names, 20 with the
-    // name as the text for one that is no key.
+    // same is not stale. Raises noNamesGiven (6) "getLatestTimestamp" for no names,
+    // noSuchAttribute (20) with the name as the text for one that is no key.
     std::uint32_t getLatestTimestamp(std::vector<std::string> const & names) const;
 
     // Takes over the values of the attributes that have the same key and the same type here;

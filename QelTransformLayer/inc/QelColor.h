@@ -20,8 +20,8 @@ class QEL_API QelColor {
     QelColor(double const * codes, int count);
 
     // All with a space raise nullPointer (4) "QelColor cannot be constructed from pointer to color
-    // space, if pointer value is NULL", and 13 for a value outside the range or a negative number
-    // of bands. All bands at the minimum, or at `code`.
+    // space, if pointer value is NULL", and invalidValue (13) for a value outside the range or a
+    // negative number of bands. All bands at the minimum, or at `code`.
     explicit QelColor(MoxSmartPtr<QelColorSpace> space);
     QelColor(MoxSmartPtr<QelColorSpace> space, double code);
     // The first three bands; any further one is at the minimum. Raises countsDiffer (400) for fewer
@@ -34,7 +34,8 @@ class QEL_API QelColor {
     MoxSmartPtr<QelColorSpace> const & colorSpace() const { return colorSpace_; }
     std::vector<double> const & codeValues() const { return codeValues_; }
 
-    // Raise outOfRange (7) for a bad index; setCode() 13 for a value outside the range.
+    // Raise outOfRange (7) for a bad index; setCode() invalidValue (13) for a value outside the
+    // range.
     double code(int index) const;
     void setCode(int index, double value);
 

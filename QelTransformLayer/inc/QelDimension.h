@@ -21,11 +21,12 @@ class QEL_API QelDimension {
     // equal to zero pixels".
     QelDimension(std::string name, unsigned pixels);
     // From 0.0, closed, discrete if the unit is pixels. Raises illegalExtent (411) "dimension based
-    // on relative unit of measure must have a width of 0.0 or 1.0", 309 "Dimension object
-    // constructed with width <= 0.0".
+    // on relative unit of measure must have a width of 0.0 or 1.0", illegalWidth (309) "Dimension
+    // object constructed with width <= 0.0".
     QelDimension(std::string name, QelValue const & width);
     // Closed; the width is converted to the origin's unit. Raises illegalExtent (411) for a
-    // combination that the kind does not allow, 309 for a width that is not above 0.0.
+    // combination that the kind does not allow, illegalWidth (309) for a width that is not above
+    // 0.0.
     QelDimension(std::string name, QelValue const & origin, QelValue const & width, int discrete);
     QelDimension(QelDimension const &) = default;
     QelDimension & operator=(QelDimension const &) = delete;
@@ -36,7 +37,8 @@ class QEL_API QelDimension {
     // Converts the extent. Into pixels or a relative unit only from arbitrary units: raises
     // cannotConvertUnit (306) "Cannot convert dimension object from unit "...; the extent is then
     // the same number of pixels from 0, or 1.0 from 0.0. Raises cannotConvertUnit (306) for a unit
-    // that the present one does not convert to, and 309 when the width is not above 0.0 any more.
+    // that the present one does not convert to, and illegalWidth (309) when the width is not above
+    // 0.0 any more.
     virtual void setUnit(int unit);
     virtual void setName(std::string name);
     // Keeps the width. Raises unsuitableUnit (312) in pixels and relative units.

@@ -15,8 +15,9 @@ struct QEL_API QelResolution {
 
     // Arbitrary.
     QelResolution() = default;
-    // Raises noSuchUnit (300) or 301 for a bad unit, 303 "Cannot construct resolution object with
-    // dots-per-unit = " and the number for one that is negative or not a number.
+    // Raises noSuchUnit (300) or unitNotRegistered (301) for a bad unit, illegalDotsPerUnit (303)
+    // "Cannot construct resolution object with dots-per-unit = " and the number for one that is
+    // negative or not a number.
     QelResolution(double dotsPerUnit, int ofUnit);
     // Pixels only.
     static QelResolution ofPixels(std::uint32_t count);
@@ -24,9 +25,9 @@ struct QEL_API QelResolution {
     bool isArbitrary() const { return dpu == 0.0 && pixels == 0; }
     bool isPixelsOnly() const { return dpu == 0.0 && pixels != 0; }
 
-    // Dots per `unit`. Raises noDotsPerUnit (402) "cannot convert resolution object with no dpu
-    // info" for pixels only, 403 "cannot do unit conversion on arbitrary res object", and 306 for a
-    // unit that the record's does not convert to.
+    // Dots per `unit`. Raises unsuitableResolution (402) "cannot convert resolution object with no
+    // dpu info" for pixels only, arbitraryResolution (403) "cannot do unit conversion on arbitrary
+    // res object", and cannotConvertUnit (306) for a unit that the record's does not convert to.
     double getDpu(int inUnit) const;
 
     // Do both sample alike? True if either is arbitrary, false if either has no dpu, or if the

@@ -18,8 +18,8 @@
 //
 // Operations on two values raise cannotConvertUnit (306) when these do not convert: "Cannot convert
 // from unit ", plural name, " (id = ", id, ") to unit ", plural name, " (id = ", id and ")". All
-// operations that take a unit raise noSuchUnit (300) for an identifier outside 0 to 255 and 301 for
-// one that is not registered.
+// operations that take a unit raise noSuchUnit (300) for an identifier outside 0 to 255 and
+// unitNotRegistered (301) for one that is not registered.
 //
 // The registry of units is process-wide and filled on first use. Any number of threads may read
 // it; registering a unit or setting a tolerance belongs to one thread, with nobody reading.
@@ -95,11 +95,14 @@ class QEL_API QelValue {
 
     // Adds a unit of the client's, with an identifier from 128 to 255. Checked in this order, each
     // of them ahead of any change:
-    // - 302 for an identifier below 128, 300 above 255 or negative, 303 for one that is taken;
-    // - 304 for a standard unit (id == standardId) with a multiplier other than 1.0;
-    // - 301 for another unit whose standard unit is not registered, 305 when that has a multiplier
-    //   other than 1.0, 304 for a multiplier that is not above 0.0;
-    // - 13 for a negative tolerance.
+    // - unitReserved (302) for an identifier below 128, noSuchUnit (300) above 255 or negative,
+    //   unitTaken (303) for one that is taken;
+    // - illegalUnitMultiplier (304) for a standard unit (id == standardId) with a multiplier other
+    //   than 1.0;
+    // - unitNotRegistered (301) for another unit whose standard unit is not registered,
+    //   notAStandardUnit (305) when that has a multiplier other than 1.0,
+    //   illegalUnitMultiplier (304) for a multiplier that is not above 0.0;
+    // - invalidValue (13) for a negative tolerance.
     static void registerUnit(std::string const & singular, std::string const & plural, int id,
                              int standardId, double multiplier, double tolerance);
     // A standard unit.
@@ -112,8 +115,9 @@ class QEL_API QelValue {
     // Raises invalidValue (13) for a negative tolerance.
     static void setTolerance(int id, double tolerance);
     // The tolerance of all units that have the standard unit `id`, as one physical distance, given
-    // in that unit; of a unit that converts to no other, that one's own. Raises notAStandardUnit
-    // (305) for a unit that is no standard unit, and 13 for a negative tolerance.
+    // in that unit; of a unit that converts to no other, that one's own. Raises
+    // notAStandardUnit (305) for a unit that is no standard unit, and invalidValue (13) for a
+    // negative tolerance.
     static void setStandardTolerance(int id, double tolerance);
 
   private:
@@ -143,8 +147,8 @@ QEL_API QelValue pixels(QelValue const & value);
 // 1.0, else its plural name.
 QEL_API std::ostream & operator<<(std::ostream & out, QelValue const & value);
 
-// A number, blanks, and a unit's name, singular or plural, as it is spelled. Raises invalidValue
-// (13) "Bad unit for QelValue", with the stream's bad bit set, for anything else. A name that is
-// the beginning of one that stands before it in the registry is not found: "1 mil" fails because of
-// "millimeter", "2 mils" does not.
+// A number, blanks, and a unit's name, singular or plural, as it is spelled. Raises
+// invalidValue (13) "Bad unit for QelValue", with the stream's bad bit set, for anything else. A
+// name that is the beginning of one that stands before it in the registry is not found: "1 mil"
+// fails because of "millimeter", "2 mils" does not.
 QEL_API std::istream & operator>>(std::istream & in, QelValue & value);

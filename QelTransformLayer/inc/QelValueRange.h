@@ -15,12 +15,12 @@
 // A range of width 0.0 has both ends closed or both open; it contains nothing.
 //
 // A plain value but for one thing: assigning to a range keeps the unit of that range, see
-// operator=. Operations with values and ranges of units that do not convert raise cannotConvertUnit
-// (306) and change nothing.
+// operator=. Operations with values and ranges of units that do not convert raise
+// cannotConvertUnit (306) and change nothing.
 class QEL_API QelValueRange {
   public:
-    // `width` may have another unit, to be converted. `discrete` is 0 or not. Raises illegalWidth
-    // (309) "Negative width value".
+    // `width` may have another unit, to be converted. `discrete` is 0 or not. Raises
+    // illegalWidth (309) "Negative width value".
     QelValueRange(QelValue const & min, QelValue const & width, int discrete, bool minClosed,
                   bool maxClosed);
     QelValueRange(QelValueRange const &) = default;

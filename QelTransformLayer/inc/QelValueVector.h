@@ -45,6 +45,6 @@ class QEL_API QelValueVector {
     std::vector<QelValue> elements_;
 };
 
-// Two vectors are equal when they have as many elements, and each equals the other's by
-// QelValue's ==. Raises cannotConvertUnit (306) as that does.
+// Two vectors are equal when they have as many elements, and each equals the other's by QelValue's
+// ==. Raises cannotConvertUnit (306) as that does.
 QEL_API bool operator==(QelValueVector const & a, QelValueVector const & b);

@@ -35,16 +35,16 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     // One pixel by one pixel, or 1.0 by 1.0 in another unit, without resolutions.
     explicit QelXyCoordSpace(int unit);
     // Pixel based. Raises zeroPixelsWide (407) "Cannot construct zero pixel-wide coordinate space",
-    // 408 "Cannot construct zero pixel-high coordinate space".
+    // zeroPixelsHigh (408) "Cannot construct zero pixel-high coordinate space".
     QelXyCoordSpace(unsigned width, unsigned height);
     // Continuous from 0.0, without resolutions; pixel based, rounded, if the width is in pixels.
-    // The height is converted to the width's unit. Raises illegalWorldWidth (412) or 413 for what
-    // is not above 0.0, 312 for a relative unit.
+    // The height is converted to the width's unit. Raises illegalWorldWidth (412) or
+    // illegalWorldHeight (413) for what is not above 0.0, unsuitableUnit (312) for a relative unit.
     QelXyCoordSpace(QelValue const & width, QelValue const & height);
     // As large as the pixels of `resolution` are at its dots per unit, in the unit of its
-    // horizontal half, with this one row. Raises noDotsPerUnit (402) for a relative unit, and for
-    // pixels with dots per unit other than 1.0; 303 for dots per unit that are not above 0.0; 407
-    // and 408 for 0 pixels.
+    // horizontal half, with this one row. Raises unsuitableResolution (402) for a relative unit,
+    // and for pixels with dots per unit other than 1.0; illegalDotsPerUnit (303) for dots per unit
+    // that are not above 0.0; zeroPixelsWide (407) and zeroPixelsHigh (408) for 0 pixels.
     explicit QelXyCoordSpace(Resolution const & resolution);
     QelXyCoordSpace(QelXyCoordSpace const & other);
     QelXyCoordSpace & operator=(QelXyCoordSpace const & other);
@@ -88,10 +88,10 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     virtual void swapXY();
 
     // Extent and origin of axis 0 or 1; another one raises outOfRange (7). A value in pixels refers
-    // to the selected resolution (312 without one), for an origin to a pixel's centre; one in a
-    // relative unit to the present extents. setOrigin() does nothing in pixels and raises
-    // unsuitableUnit (312) in a relative unit; setWidth() raises unsuitableUnit (312) in a relative
-    // unit and 411 for less than a pixel.
+    // to the selected resolution (unsuitableUnit (312) without one), for an origin to a pixel's
+    // centre; one in a relative unit to the present extents. setOrigin() does nothing in pixels and
+    // raises unsuitableUnit (312) in a relative unit; setWidth() raises unsuitableUnit (312) in a
+    // relative unit and illegalExtent (411) for less than a pixel.
     void setOrigin(unsigned axis, QelValue const & origin);
     void setWidth(unsigned axis, QelValue const & width, bool keepDpu);
 
@@ -111,13 +111,13 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     bool isArbitraryRes() const;
     bool hasPixelResolution(std::uint32_t widthPixels, std::uint32_t heightPixels) const;
     // This, and what else takes a resolution in dots per unit, raises cannotConvertUnit (306) for a
-    // unit that does not convert and 405 for less than half a sample.
+    // unit that does not convert and noSamples (405) for less than half a sample.
     bool supportsResolution(Resolution const & resolution) const;
 
     // All raise unsuitableUnit (312) in a relative unit. In pixels, adding a row changes the size
-    // (312 for an arbitrary half), and removing one does nothing. addResolution() raises
-    // zeroPixelsWide (407) and 408 for 0 pixels, removeResolution() 7. A selection stays, even when
-    // its row goes.
+    // (unsuitableUnit (312) for an arbitrary half), and removing one does nothing. addResolution()
+    // raises zeroPixelsWide (407) and zeroPixelsHigh (408) for 0 pixels, removeResolution()
+    // outOfRange (7). A selection stays, even when its row goes.
     void addResolution(Resolution const & resolution);
     void addResolution(std::uint32_t widthPixels, std::uint32_t heightPixels);
     void removeResolution(unsigned index);
@@ -163,8 +163,8 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
 
     // Multiplies the samples of every row, rounded down, by factors or by a ratio, and with
     // `keepSelection` those of the selection, which is otherwise cleared; a ratio of 1 leaves it
-    // alone. Raise what QelXyDimension::scalePixels() raises, and 402 when no row is left for the
-    // selection.
+    // alone. Raise what QelXyDimension::scalePixels() raises, and unsuitableResolution (402) when
+    // no row is left for the selection.
     void scalePixels(double x, double y, bool keepSelection);
     void scalePixels(int denominator, int numerator, bool keepSelection);
 
@@ -172,8 +172,8 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     // resolution? Raises nothing.
     bool isCompatible(QelXyCoordSpace const & other) const;
 
-    // A space of other extents with the same dots per unit in each row. Raises pixelCountsDiffer
-    // (128) where a pixel based space would change its size.
+    // A space of other extents with the same dots per unit in each row. Raises
+    // pixelCountsDiffer (128) where a pixel based space would change its size.
     MoxSmartPtr<QelXyCoordSpace> newSpace(QelValue const & width, QelValue const & height) const;
 
     // ---- Conversions
@@ -186,8 +186,8 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     // start of a range is that of a pixel's centre, not of its near edge.
     //
     // Raise noSelectedResolution (410) when pixels are asked for without a selection and there is
-    // not exactly one resolution, 403 when that is arbitrary, and 306 between what does not
-    // convert.
+    // not exactly one resolution, arbitraryResolution (403) when that is arbitrary, and
+    // cannotConvertUnit (306) between what does not convert.
     QelValue convertHorzPosition(QelValue const & position, int unit, bool discrete = false) const;
     QelValue convertVertPosition(QelValue const & position, int unit, bool discrete = false) const;
     QelValue convertHorzSpan(QelValue const & span, int unit, bool discrete = false) const;

@@ -46,8 +46,8 @@ class QEL_API QelXyDimension : public QelDimension {
 
     // `resolution` in full form for this dimension: dots per its unit, and the samples across it,
     // rounded to the nearest. An arbitrary one stays so. Raises unsuitableUnit (312) for a width of
-    // 0.0, 306 for units that do not convert, 405 for less than half a sample; more than 4294967295
-    // samples count as that.
+    // 0.0, cannotConvertUnit (306) for units that do not convert, noSamples (405) for less than
+    // half a sample; more than 4294967295 samples count as that.
     QelResolution specify(QelResolution const & resolution) const;
 
     // Raises unsuitableUnit (312) in relative units, in pixels too.
@@ -61,8 +61,9 @@ class QEL_API QelXyDimension : public QelDimension {
 
     // Multiply the samples of every entry, or of one, rounded down, and leave the extent alone;
     // arbitrary entries stay. In pixels it is the extent that changes. Raise illegalFactor (310)
-    // for a factor that is not above 0.0, and for a numerator or denominator of 0; 7 for a bad
-    // index; 405 when no sample is left, with the entries before that one changed already.
+    // for a factor that is not above 0.0, and for a numerator or denominator of 0; outOfRange (7)
+    // for a bad index; noSamples (405) when no sample is left, with the entries before that one
+    // changed already.
     void scalePixels(double factor);
     void scalePixels(unsigned index, double factor);
     void scalePixels(int denominator, int numerator);

@@ -24,8 +24,8 @@
 // and kept, so that even reading belongs to one thread; copies are independent.
 //
 // All operations that set the box raise noSelectedResolution (410) for one in pixels without a
-// selected resolution, and 306 for a relative unit that the space does not have or a unit that does
-// not convert. An operation that raises changes nothing.
+// selected resolution, and cannotConvertUnit (306) for a relative unit that the space does not have
+// or a unit that does not convert. An operation that raises changes nothing.
 class QEL_API QelXyRegion : public QelRegion {
   public:
     // Walks the tiles that a region touches, row by row from the left. This base forwards to one
@@ -60,9 +60,9 @@ class QEL_API QelXyRegion : public QelRegion {
 
     // The box keeps its place in the image: it is mapped by the ratio of the extents, and is then
     // in the new space's unit. Raises nullPointer (4) "null coordinate space pointer passed to
-    // function", 2 "coord space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace",
-    // and 306 between spaces in width relative and height relative units. Between spaces in the
-    // same relative unit there is nothing to do.
+    // function", wrongClass (2) "coord space passed to QelXyRegion::setCoordSpace must be an
+    // QelXyCoordSpace", and cannotConvertUnit (306) between spaces in width relative and height
+    // relative units. Between spaces in the same relative unit there is nothing to do.
     void setCoordSpace(QelCoordSpace const * space) override;
 
     // The run-time class, the key of the registry.
@@ -142,7 +142,7 @@ class QEL_API QelXyRegion : public QelRegion {
 };
 
 // The text form: the class name and what read() and write() take; "NULL" for null. Reading raises
-// 13 for a class that is not registered, and what read() raises; the pointer then stays as it is.
-// The name of a class may be one in a namespace.
+// invalidValue (13) for a class that is not registered, and what read() raises; the pointer then
+// stays as it is. The name of a class may be one in a namespace.
 QEL_API std::ostream & operator<<(std::ostream & out, MoxSmartPtr<QelXyRegion> const & region);
 QEL_API std::istream & operator>>(std::istream & in, MoxSmartPtr<QelXyRegion> & region);

@@ -60,9 +60,9 @@ class QEL_API QelXySimpleRegion : public QelXyRegion {
 
     MoxSmartPtr<QelRegion> clone() const override;
 
-    // "QelXySimpleRegion[", the space or "NULL", ", ", the box and "]". read() raises invalidValue
-    // (13) "Invalid QelXySimpleRegion value" for what is neither, and what the readers of the space
-    // and the box raise.
+    // "QelXySimpleRegion[", the space or "NULL", ", ", the box and "]". read() raises
+    // invalidValue (13) "Invalid QelXySimpleRegion value" for what is neither, and what the readers
+    // of the space and the box raise.
     void read(std::istream & in) override;
     void write(std::ostream & out) const override;
     bool equal(QelRegion const & other) const override;

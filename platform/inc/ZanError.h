@@ -42,9 +42,9 @@ class QEL_API ZanError : public std::exception {
     int getLine() const { return line_; }
 
     // Component, code, file, line and text, without an end of line. The text "Bad index" of a QEL
-    // error outOfRange (7) comes out as "QEL error outOfRange (7) at QelTile.cpp:41: Bad index";
-    // line breaks within the text stay. The position is left out while useLines is false and when
-    // there is no file. The stream's number and width formatting plays no part.
+    // error 7 comes out as "QEL error 7 at QelTile.cpp:41: Bad index"; line breaks within the text
+    // stay. The position is left out while useLines is false and when there is no file. The
+    // stream's number and width formatting plays no part.
     void print(std::ostream & out) const;
 
     // The operating system's last error code of the calling thread (errno), and its text.

@@ -19,6 +19,10 @@
 
 namespace {
 
+// The codes that a thread raises and keeps; the layers above have them in QelErrorCode.h.
+constexpr int misuse = 3;
+constexpr int unexpectedException = 10;
+
 thread_local unsigned long idOfThisThread = 0;
 
 unsigned long nextId() {
@@ -35,7 +39,7 @@ ZanError failure(int code, std::string const & text, int line) {
 ZanError launchFailure(int reason) {
     errno = reason;
     std::string const text = ZanError::getSystemErrorMsg();
-    return failure(10,
+    return failure(unexpectedException,
                    "Failed to launch a thread\nSystem error code = " + std::to_string(reason) +
                        "\nSystem error string = " + text,
                    __LINE__);
@@ -73,7 +77,7 @@ struct ZanThreadBase::Registry {
         return registry.get();
     }
 
-    // Marks a thread as running. Raises code misuse (3) when it is.
+    // Marks a thread as running. Raises misuse (3) when it is.
     void claim(State & state);
     void enter(StatePointer const & state);
     void bodyBegins(State & state);
@@ -96,7 +100,7 @@ struct ZanThreadBase::Registry {
 void ZanThreadBase::Registry::claim(State & state) {
     std::lock_guard const guard(lock);
     if (state.state == ZAN_THREAD_RUNNING)
-        throw failure(3, "The thread is already running", __LINE__);
+        throw failure(misuse, "The thread is already running", __LINE__);
     state.state = ZAN_THREAD_RUNNING;
     ++state.launches;
     state.error.reset();
@@ -160,13 +164,13 @@ void ZanThreadBase::Registry::run(State & state, ZanThreadBase & thread) {
         } catch (ZanError const & error) {
             keepError(state, error);
         } catch (std::exception const & foreign) {
-            keepError(state, failure(10, foreign.what(), __LINE__));
+            keepError(state, failure(unexpectedException, foreign.what(), __LINE__));
         } catch (...) {
-            keepError(state, failure(10, "Unknown exception", __LINE__));
+            keepError(state, failure(unexpectedException, "Unknown exception", __LINE__));
         }
     } catch (std::bad_alloc const &) {
         // No memory to keep the error with. This one is short enough to need none.
-        keepError(state, ZanError("Zan", 10, "", 0));
+        keepError(state, ZanError("Zan", unexpectedException, "", 0));
     }
 }
 

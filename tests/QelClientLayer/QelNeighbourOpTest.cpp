@@ -46,11 +46,11 @@ TEST(QelNeighbourOp, RefusesAnElementTypeInItsReport) {
 
 TEST(QelNeighbourOp, RefusesBuffersOfOtherElements) {
     QelBlurOp op(gradientImage(30, 30));
-    expectRaises(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op", [&] {
+    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
         op.compute(&buffer, 0);
     });
-    expectRaises(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op",
+    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has wrong number of bands for Op",
                  [&] {
                      QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
                      op.compute(&buffer, 0);

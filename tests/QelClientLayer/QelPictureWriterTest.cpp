@@ -76,7 +76,8 @@ TEST_F(QelPictureWriterTest, RefusesResolutionsThatAreNotPerLength) {
     expectRaises(QelErrorCode::cannotConvertUnit,
                  "Cannot convert from unit seconds (id = 6) to unit meters (id = 5)",
                  [&] { make("a.png", perSecond, perInch); });
-    expectRaises(QelErrorCode::noDotsPerUnit, "cannot convert resolution object with no dpu info",
+    expectRaises(QelErrorCode::unsuitableResolution,
+                 "cannot convert resolution object with no dpu info",
                  [&] { make("a.png", perInch, QelResolution::ofPixels(300)); });
     // Nothing is said, so nothing is wrong.
     make("a.png", perSecond, QelResolution());

@@ -83,11 +83,11 @@ TEST(QelPointOp, RefusesAnElementTypeInItsReport) {
 
 TEST(QelPointOp, RefusesBuffersOfOtherElements) {
     QelInvertOp op(new Qel2DImage(new GradientOp(small)));
-    expectRaises(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op", [&] {
+    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
         op.compute(&buffer, 0);
     });
-    expectRaises(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op",
+    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has wrong number of bands for Op",
                  [&] {
                      QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
                      op.compute(&buffer, 0);
@@ -108,7 +108,7 @@ TEST(QelPointOp, RaisesWhenItsInputHasNothingToComputeWith) {
     MoxSmartPtr<QelDataOrg> const org =
         new QelSimpleDataOrg(64, 64, QelDataType::UChar, 3, PIXEL_INTERLEAVED);
     QelInvertOp op(new Qel2DImage(QelTileId(-1, -1, 90, 90), org, 90, 90, nullptr));
-    expectRaises(QelErrorCode::nothingToComputeWith,
+    expectRaises(QelErrorCode::noPixelSource,
                  "The input image of QelInvertOp has nothing to compute its pixels with", [&] {
                      QelRectBuffer buffer(90, 90, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
                      op.compute(&buffer, 0);

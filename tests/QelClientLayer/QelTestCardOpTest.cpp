@@ -20,11 +20,11 @@ TEST(QelTestCardOp, RefusesSizesOutOfRange) {
 
 TEST(QelTestCardOp, RefusesBuffersOfOtherElements) {
     QelTestCardOp op(64, 48);
-    expectRaises(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op", [&] {
+    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
         op.compute(&buffer, 0);
     });
-    expectRaises(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op",
+    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has wrong number of bands for Op",
                  [&] {
                      QelRectBuffer buffer(4, 4, 1, PIXEL_INTERLEAVED, QelDataType::UChar);
                      op.compute(&buffer, 0);

@@ -87,7 +87,7 @@ struct Row {
 };
 
 // What came of an action whose n-th allocation failed.
-enum class Outcome { Done, NoMemory, Error10, Other };
+enum class Outcome { Done, NoMemory, Unexpected, Other };
 
 struct Attempt {
     Outcome outcome;
@@ -102,7 +102,7 @@ Attempt attempt(std::int64_t n, Action const & action) {
         action();
         return {Outcome::Done, fault.happened(), ""};
     } catch (ZanError const & error) {
-        return {error.getErrcode() == QelErrorCode::unexpectedException ? Outcome::Error10
+        return {error.getErrcode() == QelErrorCode::unexpectedException ? Outcome::Unexpected
                                                                         : Outcome::Other,
                 true, error.getMsg()};
     } catch (std::bad_alloc const &) {

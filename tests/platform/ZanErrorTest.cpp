@@ -32,7 +32,7 @@ TEST_F(ZanErrorTest, DefaultIsTheGoodStatus) {
 
 TEST_F(ZanErrorTest, RecordsAllFour) {
     ZanError const error("QEL", 7, "QelTile.cpp", 41);
-    EXPECT_EQ(QelErrorCode::outOfRange, error.getErrcode());
+    EXPECT_EQ(7, error.getErrcode());
     EXPECT_STREQ("QEL", error.getComponent());
     EXPECT_STREQ("QelTile.cpp", error.getFile());
     EXPECT_EQ(41, error.getLine());
@@ -91,7 +91,7 @@ TEST_F(ZanErrorTest, CopiesKeepAllStateMessageIncluded) {
     assigned = error;
     error.setMsg("changed later");
     for (ZanError const * each : {&copy, static_cast<ZanError const *>(&assigned)}) {
-        EXPECT_EQ(QelErrorCode::outOfRange, each->getErrcode());
+        EXPECT_EQ(7, each->getErrcode());
         EXPECT_STREQ("QEL", each->getComponent());
         EXPECT_STREQ("QelTile.cpp", each->getFile());
         EXPECT_EQ(41, each->getLine());

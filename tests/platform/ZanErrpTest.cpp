@@ -27,7 +27,7 @@ TEST(ZanErrpTest, ConvertsToThePointerItHolds) {
     ZanErrp const held(std::move(error));
     EXPECT_TRUE(held);
     EXPECT_EQ(raw, static_cast<ZanError *>(held));
-    EXPECT_EQ(QelErrorCode::outOfRange, held->getErrcode());
+    EXPECT_EQ(7, held->getErrcode());
 }
 
 TEST(ZanErrpTest, FreesWhatItHolds) {

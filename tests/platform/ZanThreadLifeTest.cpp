@@ -31,7 +31,7 @@ TEST(ZanThreadLaunchTest, AFailedLaunchIsToldByStateAndError) {
     EXPECT_FALSE(ran);
     ZanErrp const error = thread.getError();
     ASSERT_TRUE(error);
-    EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
+    EXPECT_EQ(10, error->getErrcode());
     EXPECT_STREQ("Zan", error->getComponent());
     EXPECT_STREQ(
         "Zan error 10\nFailed to launch a thread\nSystem error code = 11\n"
@@ -71,7 +71,7 @@ TEST(ZanThreadLaunchTest, AFailedRelaunchReplacesTheErrorOfTheBody) {
     EXPECT_FALSE(thread.launch());
     ZanErrp const error = thread.getError();
     ASSERT_TRUE(error);
-    EXPECT_EQ(QelErrorCode::unexpectedException, error->getErrcode());
+    EXPECT_EQ(10, error->getErrcode());
 }
 
 TEST(ZanThreadLaunchTest, OwnersKeepAThreadThatCouldNotBeLaunched) {

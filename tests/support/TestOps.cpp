@@ -22,7 +22,9 @@ auto withElement(QelDataType const & type, Function const & function) {
         case QelDataType::ULong: return function(std::uint32_t{});
         case QelDataType::Float: return function(float{});
         case QelDataType::Double: return function(double{});
-        default: qelRaise(13, std::string("No element type of a test: ") + type.name());
+        default:
+            qelRaise(QelErrorCode::invalidValue,
+                     std::string("No element type of a test: ") + type.name());
     }
 }
 
@@ -181,7 +183,8 @@ bool PointOp::genOutputInfo(QelImageInfo & info, QelOpContext) {
 void PointOp::compute(QelRectBuffer * buffer, QelOpContext) {
     QelRect const rect = buffer->rect().intersect(input_->imageRect());
     MoxSmartPtr<QelRectBuffer> const source(new QelRectBuffer(input_->dataOrg(), rect));
-    if (!input_->fillRWBuffer(source, true)) qelRaise(3, "PointOp::compute has no input");
+    if (!input_->fillRWBuffer(source, true))
+        qelRaise(QelErrorCode::misuse, "PointOp::compute has no input");
     fillPixels(*buffer, rect, [&](std::int32_t x, std::int32_t y, int band) {
         return function_(elementAt(*source, x, y, band));
     });
@@ -207,7 +210,7 @@ bool BadOp::genOutputInfo(QelImageInfo & info, QelOpContext) {
 }
 
 void BadOp::compute(QelRectBuffer *, QelOpContext) {
-    qelRaise(3, "BadOp::compute");
+    qelRaise(QelErrorCode::misuse, "BadOp::compute");
 }
 
 RefusingOp::RefusingOp(TestImage image, bool takesBuffers, bool takesOrgs)

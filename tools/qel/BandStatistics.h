@@ -18,7 +18,8 @@ struct BandStatistics {
 // all others one by one, each moving the mean (Welford). In a band of reals that holds a NaN the
 // mean and the deviation are NaN; the extremes are those of the other elements.
 //
-// Raises invalidValue (13) for a region that is empty or not all in the image, unsupportedDataType
-// (118) for an image whose bands are of several types, 150 for one whose organisation is no
-// QelSimpleDataOrg, and what computing the image raises.
+// Raises invalidValue (13) for a region that is empty or not all in the image,
+// unsupportedDataType (118) for an image whose bands are of several types,
+// simpleDataOrgNeeded (150) for one whose organisation is no QelSimpleDataOrg, and what computing
+// the image raises.
 std::vector<BandStatistics> bandStatistics(Qel2DImage & image, QelRect const & region);

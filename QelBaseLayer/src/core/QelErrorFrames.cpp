@@ -40,7 +40,8 @@ void qelRaiseSystemFrame(std::string const & sentence, ZanSourceLocation const &
     // Both are read first, since anything that follows may call the system too.
     int const code = ZanError::getSystemErrorCode();
     std::string const text = ZanError::getSystemErrorMsg();
-    QelError error(10, sentence, here.file_name(), static_cast<int>(here.line()));
+    QelError error(QelErrorCode::unexpectedException, sentence, here.file_name(),
+                   static_cast<int>(here.line()));
     error.setMsg(sentence + "System error code = " + std::to_string(code) +
                  "\nSystem error string = " + text);
     throw error;

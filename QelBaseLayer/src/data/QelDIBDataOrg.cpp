@@ -47,8 +47,8 @@ std::int64_t headBytes(int bands, bool hasHeader) {
                                              " bytes does not fit in 32 bits");
 }
 
-// The offset of the first pixel of the top line; 13 when that, the one of another band, or the
-// line stride does not fit.
+// The offset of the first pixel of the top line. Raises invalidValue (13) when that, the one of
+// another band, or the line stride does not fit.
 std::int32_t checkedBase(std::int64_t row, std::int32_t height, int bands, bool bottomUp,
                          bool hasHeader) {
     constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();

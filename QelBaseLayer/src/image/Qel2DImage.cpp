@@ -377,7 +377,7 @@ QelImageOp * Qel2DImage::chooseOp() {
 
 void Qel2DImage::computeTile(QelTile & tile, QelImageOp * op) {
     if (op == nullptr && container_ == nullptr) {
-        qelRaise(QelErrorCode::nothingToComputeWith,
+        qelRaise(QelErrorCode::noPixelSource,
                  "An Qel2DImage has no tile or rectbuffer with allocated data, nor does it have an "
                  "QelImageOp or containing connection point with which to generate a tile "
                  "(getTile)");

@@ -31,7 +31,7 @@ void qelCompute(MoxSmartPtr<QelRectBuffer> & result, ZanError & status, QelImage
     // `result` may hold the very buffer that is to be filled, so it is kept while it is cleared.
     MoxSmartPtr<QelRectBuffer> const previous = std::exchange(result, nullptr);
     // A result that is never produced must not look good.
-    status = QelError(QelErrorCode::noReason, "", __FILE__, __LINE__);
+    status = QelError(QelErrorCode::notComputed, "", __FILE__, __LINE__);
     if (buffer == nullptr) {
         MoxSmartPtr<QelRectBuffer> const made = makeBuffer(*op, status);
         if (!made) return;

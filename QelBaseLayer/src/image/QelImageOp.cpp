@@ -59,12 +59,12 @@ bool QelImageOp::isOutputOK(QelRectBuffer * buffer, QelOpContext opContext) {
     if (buffer == nullptr) return true;
     QelDataOrg const * const org = buffer->dataOrg();
     if (!(firstType(org) == report.precision())) {
-        setStatus(QelError(QelErrorCode::outputRejected,
+        setStatus(QelError(QelErrorCode::wrongPixelFormat,
                            "Output buffer has invalid precision for Op", __FILE__, __LINE__));
         return false;
     }
     if (bandCount(org) != report.numBands()) {
-        setStatus(QelError(QelErrorCode::outputRejected,
+        setStatus(QelError(QelErrorCode::wrongPixelFormat,
                            "Output buffer has wrong number of bands for Op", __FILE__, __LINE__));
         return false;
     }

@@ -29,8 +29,8 @@ struct QelCopyLayout {
     bool uniform;  // are the bands of both sides evenly spaced?
 };
 
-// Tells whether there is something to copy in an intersection of rectangles. Raises invalidValue
-// (13) for a negative width or height, which no intersection has.
+// Tells whether there is something to copy in an intersection of rectangles. Raises
+// invalidValue (13) for a negative width or height, which no intersection has.
 bool qelCopyHasPixels(QelRect const & area);
 
 // ---- Block path: whole runs of bytes.

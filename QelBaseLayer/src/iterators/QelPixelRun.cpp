@@ -7,6 +7,7 @@
 
 void qelRequireElementType(QelDataOrg const & org, QelDataType type) {
     if (org.precision() == type) return;
-    qelRaise(QelErrorCode::outputRejected, std::string("An iterator over ") + type.name() +
-                                               " cannot visit pixels of " + org.precision().name());
+    qelRaise(QelErrorCode::wrongPixelFormat, std::string("An iterator over ") + type.name() +
+                                                 " cannot visit pixels of " +
+                                                 org.precision().name());
 }

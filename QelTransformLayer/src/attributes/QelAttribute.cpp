@@ -111,6 +111,6 @@ void QelAttribute::checkChange(ZanSourceLocation const & here) const {
 
 void QelAttribute::checkNesting(ZanSourceLocation const & here) const {
     if (nesting_ <= maxNesting) return;
-    qelRaise(QelErrorCode::endlessChange,
+    qelRaise(QelErrorCode::endlessCallbacks,
              "Attribute " + name_ + " is changed by its own callbacks without end", here);
 }

@@ -136,7 +136,7 @@ bool QelAttributeBased::rename(Map::const_iterator held, std::string newName) {
 }
 
 std::uint32_t QelAttributeBased::getLatestTimestamp(std::vector<std::string> const & names) const {
-    if (names.empty()) qelRaise(QelErrorCode::nothingNamed, "getLatestTimestamp");
+    if (names.empty()) qelRaise(QelErrorCode::noNamesGiven, "getLatestTimestamp");
     std::uint32_t latest = 0;
     for (std::string const & name : names) {
         auto const held = attributeMap_.find(name);

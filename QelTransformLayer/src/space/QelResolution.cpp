@@ -33,7 +33,8 @@ QelResolution QelResolution::ofPixels(std::uint32_t count) {
 
 double QelResolution::getDpu(int inUnit) const {
     if (isPixelsOnly())
-        qelRaise(QelErrorCode::noDotsPerUnit, "cannot convert resolution object with no dpu info");
+        qelRaise(QelErrorCode::unsuitableResolution,
+                 "cannot convert resolution object with no dpu info");
     if (isArbitrary())
         qelRaise(QelErrorCode::arbitraryResolution,
                  "cannot do unit conversion on arbitrary res object");

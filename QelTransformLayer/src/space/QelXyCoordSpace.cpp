@@ -81,12 +81,12 @@ Owned yAxisOf(QelValue const & width, QelValue const & height) {
 
 void checkResolution(QelResolution const & horz, QelResolution const & vert) {
     if (isPixelUnit(horz.unit) && (horz.dpu != 1.0 || vert.dpu != 1.0)) {
-        qelRaise(QelErrorCode::noDotsPerUnit,
+        qelRaise(QelErrorCode::unsuitableResolution,
                  "Cannot create pixel-based coordinate space with resolution other than 1.0 dots "
                  "per unit");
     }
     if (isRelativeUnit(horz.unit)) {
-        qelRaise(QelErrorCode::noDotsPerUnit,
+        qelRaise(QelErrorCode::unsuitableResolution,
                  "Cannot create coordinate space with relative unit of measure AND resolution "
                  "information.");
     }

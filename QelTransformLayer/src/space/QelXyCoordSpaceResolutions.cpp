@@ -531,7 +531,7 @@ void QelXyCoordSpace::reselect(std::uint32_t width, std::uint32_t height, bool k
         clearSelection();
     } else if (hasSelectedResolution()) {
         if (!hasPixelResolution(width, height)) {
-            qelRaise(QelErrorCode::noDotsPerUnit,
+            qelRaise(QelErrorCode::unsuitableResolution,
                      "Could not reselect resolution after scaling coordinate space resolution "
                      "information");
         }

@@ -305,7 +305,7 @@ void QelXyRegion::setCoordSpace(QelCoordSpace const * space) {
         qelRaise(QelErrorCode::nullPointer, "null coordinate space pointer passed to function");
     auto const * const next = dynamic_cast<QelXyCoordSpace const *>(space);
     if (next == nullptr) {
-        qelRaise(QelErrorCode::wrongKind,
+        qelRaise(QelErrorCode::wrongClass,
                  "coord space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace");
     }
     QelXyCoordSpace const & old = this->space();

@@ -64,7 +64,7 @@ TEST(QelSimpleDataOrgListTest, BracesAreAListAndNeverANullPointer) {
     EXPECT_EQ(0, none->numBands());
 }
 
-// A null pointer would raise 4.
+// A null pointer would raise nullPointer (4).
 TEST(QelSimpleDataOrgListTest, BracesWithTooFewOffsetsRaise13) {
     expectRaises(
         QelErrorCode::invalidValue, "A data organization of 2 bands is given 1 band offsets",

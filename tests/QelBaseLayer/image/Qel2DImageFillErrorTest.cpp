@@ -190,9 +190,9 @@ TEST_F(Qel2DImageFillErrorTest, WithNothingToComputeWithAViewAndASharedTileRaise
     std::string const text =
         "An Qel2DImage has no tile or rectbuffer with allocated data, nor does it have an "
         "QelImageOp or containing connection point with which to generate a tile (getTile)";
-    expectRaises(QelErrorCode::nothingToComputeWith, text,
+    expectRaises(QelErrorCode::noPixelSource, text,
                  [&] { image->getData(QelRect(0, 0, 30, 40), true); });
-    expectRaises(QelErrorCode::nothingToComputeWith, text, [&] {
+    expectRaises(QelErrorCode::noPixelSource, text, [&] {
         QelRect const rect(0, 0, 30, 40);
         image->shareBuffer(emptyBuffer(image->dataOrg(), rect), rect, true);
     });

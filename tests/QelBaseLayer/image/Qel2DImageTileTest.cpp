@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr char const * nothingToComputeWith =
+constexpr char const * noSource =
     "An Qel2DImage has no tile or rectbuffer with allocated data, nor does it have an QelImageOp "
     "or containing connection point with which to generate a tile (getTile)";
 
@@ -232,14 +232,12 @@ TEST_F(Qel2DImageTileTest, ATileThatOnlyItsImageHoldsCanMove) {
 TEST_F(Qel2DImageTileTest, NothingToComputeWithRaises602AndKeepsTheTile) {
     MoxSmartPtr<Qel2DImage> const bare = imageWithoutOp(report);
     bare->setCacheTiles(true);
-    expectRaises(QelErrorCode::nothingToComputeWith, nothingToComputeWith,
-                 [&bare] { bare->getTile(1, 1); });
+    expectRaises(QelErrorCode::noPixelSource, noSource, [&bare] { bare->getTile(1, 1); });
     ASSERT_TRUE(bare->findTile(1, 1));
     EXPECT_FALSE(bare->findTile(1, 1)->isState(QelRenderedItem::complete));
     EXPECT_EQ(2, bare->findTile(1, 1)->refCount());
     MoxSmartPtr<QelTile> const other = bare->createTile(0, 0);
-    expectRaises(QelErrorCode::nothingToComputeWith, nothingToComputeWith,
-                 [&other] { other->compute(); });
+    expectRaises(QelErrorCode::noPixelSource, noSource, [&other] { other->compute(); });
 }
 
 TEST_F(Qel2DImageTileTest, AForeignExceptionOfTheOpRaises10) {

@@ -30,9 +30,9 @@ ZanError statusOfFailure(QelImageOp & op, QelRectBuffer * buffer) {
     return status;
 }
 
-// What the status starts as and success leaves: code 1, with nothing to say.
+// What the status starts as and success leaves: notComputed (1), with nothing to say.
 void expectUnsetStatus(ZanError const & status) {
-    EXPECT_EQ(QelErrorCode::noReason, status.getErrcode());
+    EXPECT_EQ(QelErrorCode::notComputed, status.getErrcode());
     EXPECT_STREQ("QEL error 1\n", status.getMsg());
 }
 
@@ -116,21 +116,22 @@ TEST(QelCompute, ReportsABadOpWithItsStatus) {
 
 TEST(QelCompute, ABadOpWithoutAReasonDoesNotLookGood) {
     BadOp op;
-    expectFailure(op, nullptr, 203, "Bad status reported by BadOp with no reason given");
+    expectFailure(op, nullptr, QelErrorCode::renderFailed,
+                  "Bad status reported by BadOp with no reason given");
 }
 
 TEST(QelCompute, ReportsABufferThatTheOpRefuses) {
     std::string const text = "qelCompute: provided output rect buffer is not acceptable";
     GradientOp wrongBands({.width = 10, .height = 10, .bands = 3});
-    expectFailure(wrongBands, bufferAt(QelRect(0, 0, 4, 4), 2), 3, text);
+    expectFailure(wrongBands, bufferAt(QelRect(0, 0, 4, 4), 2), QelErrorCode::misuse, text);
 
     RefusingOp refusing({.width = 10, .height = 10});
     MoxSmartPtr<QelRectBuffer> const buffer = bufferAt(QelRect(0, 0, 4, 4));
-    expectFailure(refusing, buffer, 3, text);
+    expectFailure(refusing, buffer, QelErrorCode::misuse, text);
     EXPECT_FALSE(buffer->isAllocated());
 
     BadOp bad;
-    expectFailure(bad, buffer, 3, text);
+    expectFailure(bad, buffer, QelErrorCode::misuse, text);
 }
 
 TEST(QelCompute, ThrowsTheStatusAsAPlainZanError) {

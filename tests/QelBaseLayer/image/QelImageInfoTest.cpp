@@ -221,8 +221,9 @@ TEST(QelImageInfo, RefusesALayoutForAnOrganisationOfAnotherClass) {
 
 TEST(QelImageInfo, AValueThatTheOrganisationRefusesChangesNothing) {
     QelImageInfo info;
-    EXPECT_EQ(13, errorOf([&] { info.setNumBands(-1); })->getErrcode());
-    EXPECT_EQ(13, errorOf([&] { info.setTileRect(QelRect(5, 6, -7, 8)); })->getErrcode());
+    EXPECT_EQ(QelErrorCode::invalidValue, errorOf([&] { info.setNumBands(-1); })->getErrcode());
+    EXPECT_EQ(QelErrorCode::invalidValue,
+              errorOf([&] { info.setTileRect(QelRect(5, 6, -7, 8)); })->getErrcode());
     expectOrg(info, QelRect(0, 0, 128, 128), 1, QelDataType::UChar, PIXEL_INTERLEAVED);
 }
 

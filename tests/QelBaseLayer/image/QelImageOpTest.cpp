@@ -170,16 +170,17 @@ TEST(QelImageOp, IsOutputOkForABufferOfTheSameTypeAndBandsInAnyLayout) {
 TEST(QelImageOp, IsOutputOkRefusesTheWrongPrecision) {
     GradientOp op({.width = 4, .height = 4, .bands = 3, .type = QelDataType::Short});
     std::string const text = "Output buffer has invalid precision for Op";
-    expectNotOk(op, bufferOf(3, QelDataType::UShort), 119, text);
+    expectNotOk(op, bufferOf(3, QelDataType::UShort), QelErrorCode::wrongPixelFormat, text);
     // The precision is looked at before the bands.
-    expectNotOk(op, bufferOf(1, QelDataType::UChar), 119, text);
-    expectNotOk(op, bufferOf(0, QelDataType::Short), 119, text);
+    expectNotOk(op, bufferOf(1, QelDataType::UChar), QelErrorCode::wrongPixelFormat, text);
+    expectNotOk(op, bufferOf(0, QelDataType::Short), QelErrorCode::wrongPixelFormat, text);
 }
 
 TEST(QelImageOp, IsOutputOkRefusesABufferWithoutOrganisation) {
     GradientOp op({.width = 4, .height = 4});
     MoxSmartPtr<QelRectBuffer> const bare(new QelRectBuffer(nullptr, QelRect(0, 0, 4, 4)));
-    expectNotOk(op, bare, 119, "Output buffer has invalid precision for Op");
+    expectNotOk(op, bare, QelErrorCode::wrongPixelFormat,
+                "Output buffer has invalid precision for Op");
     EXPECT_FALSE(op.canFill(bare));
 }
 
@@ -187,32 +188,34 @@ TEST(QelImageOp, IsOutputOkRefusesBandsOfDifferentTypes) {
     MoxSmartPtr<QelDataOrg> const mixed(
         new RigidDataOrg(4, 4, {QelDataType::UChar, QelDataType::Short}));
     GradientOp op({.width = 4, .height = 4, .org = mixed});
-    expectNotOk(op, bufferOf(2, QelDataType::UChar), 119,
+    expectNotOk(op, bufferOf(2, QelDataType::UChar), QelErrorCode::wrongPixelFormat,
                 "Output buffer has invalid precision for Op");
 }
 
 TEST(QelImageOp, IsOutputOkRefusesTheWrongNumberOfBands) {
     GradientOp op({.width = 4, .height = 4, .bands = 3});
     std::string const text = "Output buffer has wrong number of bands for Op";
-    expectNotOk(op, bufferOf(2, QelDataType::UChar), 119, text);
-    expectNotOk(op, bufferOf(4, QelDataType::UChar), 119, text);
+    expectNotOk(op, bufferOf(2, QelDataType::UChar), QelErrorCode::wrongPixelFormat, text);
+    expectNotOk(op, bufferOf(4, QelDataType::UChar), QelErrorCode::wrongPixelFormat, text);
 }
 
 TEST(QelImageOp, AnOrganisationWithoutBandsCountsAsTypeError) {
     GradientOp op({.width = 4, .height = 4, .bands = 0});
     EXPECT_TRUE(op.isOutputOK(bufferOf(0, QelDataType::UChar)));
-    expectNotOk(op, bufferOf(1, QelDataType::UChar), 119,
+    expectNotOk(op, bufferOf(1, QelDataType::UChar), QelErrorCode::wrongPixelFormat,
                 "Output buffer has invalid precision for Op");
 }
 
 // An op whose genOutputInfo returns false with status code 0 gives isOutputOK false with status
-// 123.
+// invalidInput (123).
 TEST(QelImageOp, IsOutputOkOfABadReportWithoutACodeIs123) {
     BadOp silent;
-    expectNotOk(silent, nullptr, 123, "Input is invalid for an unknown reason");
+    expectNotOk(silent, nullptr, QelErrorCode::invalidInput,
+                "Input is invalid for an unknown reason");
 
     BadOp unset(ZanError("Zan", -1, "", 0));
-    expectNotOk(unset, nullptr, 123, "Input is invalid for an unknown reason");
+    expectNotOk(unset, nullptr, QelErrorCode::invalidInput,
+                "Input is invalid for an unknown reason");
 }
 
 TEST(QelImageOp, IsOutputOkOfABadReportKeepsItsReason) {

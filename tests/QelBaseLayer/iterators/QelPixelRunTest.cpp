@@ -122,14 +122,14 @@ TEST(QelRequireElementTypeTest, AnotherTypeRaises119) {
                                 "An iterator over double cannot visit pixels of float"}}) {
         SCOPED_TRACE(row.text);
         QelSimpleDataOrg const org(4, 4, row.has, 2, BAND_INTERLEAVED);
-        expectRaises(QelErrorCode::outputRejected, row.text,
+        expectRaises(QelErrorCode::wrongPixelFormat, row.text,
                      [&] { qelRequireElementType(org, row.wanted); });
     }
 }
 
 TEST(QelRequireElementTypeTest, AnOrganisationWithoutBandsRaises119) {
     QelSimpleDataOrg const org(4, 4, QelDataType::UChar, 0, PIXEL_INTERLEAVED);
-    expectRaises(QelErrorCode::outputRejected,
+    expectRaises(QelErrorCode::wrongPixelFormat,
                  "An iterator over unsigned char cannot visit pixels of QelDataType::ErrorClass",
                  [&] { qelRequireElementType(org, QelDataType::UChar); });
 }

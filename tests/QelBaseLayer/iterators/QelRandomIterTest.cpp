@@ -136,9 +136,9 @@ TEST(QelRandomIter, AnotherElementTypeRaises119) {
     MoxSmartPtr<CountingOp> const op = countingOp({.width = 9, .height = 9});
     MoxSmartPtr<Qel2DImage> const image = imageOf(op);
     std::string const text = "An iterator over double cannot visit pixels of unsigned char";
-    expectRaises(QelErrorCode::outputRejected, text,
+    expectRaises(QelErrorCode::wrongPixelFormat, text,
                  [&] { QelRandomConstIter<double> iter(image); });
-    expectRaises(QelErrorCode::outputRejected, text, [&] { QelRandomIter<double> iter(image); });
+    expectRaises(QelErrorCode::wrongPixelFormat, text, [&] { QelRandomIter<double> iter(image); });
     EXPECT_EQ(0, op->computes());
 }
 

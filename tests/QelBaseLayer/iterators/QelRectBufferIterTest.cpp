@@ -241,7 +241,7 @@ TEST(QelRectBufferIter, AnotherElementTypeRaises119) {
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(0, 0, 9, 9), 1, PIXEL_INTERLEAVED, QelDataType::Float);
     QelRectBufferConstIter<std::int16_t> iter(buffer);
-    expectRaises(QelErrorCode::outputRejected,
+    expectRaises(QelErrorCode::wrongPixelFormat,
                  "An iterator over short cannot visit pixels of float", [&] { iter.initialize(); });
     EXPECT_TRUE(iter.done());
     EXPECT_FALSE(buffer->isAllocated());

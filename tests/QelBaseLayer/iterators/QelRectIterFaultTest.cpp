@@ -297,6 +297,6 @@ TEST(QelRectIterFault, AnImageWithNothingToComputeWithPassesItsErrorOn) {
     ConstIter iter(image);
     std::optional<ZanError> const error = errorOf([&] { iter.toStart(); });
     ASSERT_TRUE(error);
-    EXPECT_EQ(QelErrorCode::nothingToComputeWith, error->getErrcode());
+    EXPECT_EQ(QelErrorCode::noPixelSource, error->getErrcode());
     EXPECT_TRUE(iter.done());
 }

@@ -137,12 +137,13 @@ TEST_F(QelRectIterTest, NoMoreThanOneRowOfTilesAndOneTileExistAtATime) {
 TEST_F(QelRectIterTest, AnotherElementTypeRaises119) {
     make();
     std::string const text = "An iterator over float cannot visit pixels of unsigned char";
-    expectRaises(QelErrorCode::outputRejected, text,
+    expectRaises(QelErrorCode::wrongPixelFormat, text,
                  [&] { QelRectConstIter<float>(image, 0, 0, 3, 3); });
-    expectRaises(QelErrorCode::outputRejected, text,
+    expectRaises(QelErrorCode::wrongPixelFormat, text,
                  [&] { QelRectConstIter<float>(image, QelRect(0, 0, 3, 3)); });
-    expectRaises(QelErrorCode::outputRejected, text, [&] { QelRectConstIter<float> iter(image); });
-    expectRaises(QelErrorCode::outputRejected, text,
+    expectRaises(QelErrorCode::wrongPixelFormat, text,
+                 [&] { QelRectConstIter<float> iter(image); });
+    expectRaises(QelErrorCode::wrongPixelFormat, text,
                  [&] { QelRectIter<float>(image, 0, 0, 3, 3); });
     EXPECT_EQ(0, op->computes());
 }

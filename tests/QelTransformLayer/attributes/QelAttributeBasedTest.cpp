@@ -134,8 +134,8 @@ TEST_F(QelAttributeBasedTest, AddingUnderAnotherName) {
     EXPECT_EQ((Names{"second", "first", "third", "fourth"}), keys(object_));
 }
 
-// A name with one blank inside is accepted; a name with two adjacent blanks raises code 24; so do
-// names with an equal sign, a closing brace or a tab.
+// A name with one blank inside is accepted; a name with two adjacent blanks raises
+// illegalAttributeName (24); so do names with an equal sign, a closing brace or a tab.
 TEST_F(QelAttributeBasedTest, LegalAndIllegalNames) {
     struct Row {
         char const * name;
@@ -440,7 +440,7 @@ TEST_F(QelAttributeBasedTest, TheLatestStampIsTheLargest) {
 }
 
 TEST_F(QelAttributeBasedTest, TheLatestStampRefusesNoNamesAndUnknownOnes) {
-    expectRaises(QelErrorCode::nothingNamed, "getLatestTimestamp",
+    expectRaises(QelErrorCode::noNamesGiven, "getLatestTimestamp",
                  [&] { object_.getLatestTimestamp({}); });
     expectRaises(QelErrorCode::noSuchAttribute, "fourth", [&] {
         object_.getLatestTimestamp({"first", "fourth", "fifth"});

@@ -78,7 +78,7 @@ TEST_F(QelAttributeReentry, AnEndlessCallbackIsRefusedAndTheAttributeStaysUsable
         SCOPED_TRACE(round);
         endlessCalls_ = 0;
         std::uint32_t const before = attribute_->timestamp();
-        expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->setValue(0); });
+        expectRaises(QelErrorCode::endlessCallbacks, endless, [&] { attribute_->setValue(0); });
         EXPECT_EQ(QelAttribute::maxNesting + 1, endlessCalls_);
         EXPECT_EQ(QelAttribute::maxNesting, attribute_->getValue());
         EXPECT_EQ(before + QelAttribute::maxNesting + 1, attribute_->timestamp());
@@ -97,7 +97,7 @@ TEST_F(QelAttributeReentry, MaxNestingChangesFromWithinAreAllowed) {
     });
     attribute_->setValue(0);
     EXPECT_EQ(100, attribute_->getValue());
-    expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->setValue(-1); });
+    expectRaises(QelErrorCode::endlessCallbacks, endless, [&] { attribute_->setValue(-1); });
     EXPECT_EQ(99, attribute_->getValue());
 }
 
@@ -130,7 +130,7 @@ TEST_F(QelAttributeReentry, EveryWayOfChangingWithoutEndIsRefused) {
             ++calls;
             row.change();
         });
-        expectRaises(QelErrorCode::endlessChange, endless, row.change);
+        expectRaises(QelErrorCode::endlessCallbacks, endless, row.change);
         EXPECT_EQ(QelAttribute::maxNesting + 1, calls);
         attribute_->removeCallback(callback);
         EXPECT_EQ("", change());
@@ -144,13 +144,15 @@ TEST_F(QelAttributeReentry, TheRefusedChangeReadsNothingAndStoresNothing) {
         try {
             attribute_->setValue(attribute_->getValue() + 1);
         } catch (QelError const & error) {
-            EXPECT_EQ(QelErrorCode::endlessChange, error.getErrcode());
+            EXPECT_EQ(QelErrorCode::endlessCallbacks, error.getErrcode());
             if (refused) return;
             refused = true;
             std::uint32_t const stamp = attribute_->timestamp();
-            expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->readValue(in); });
-            expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->setValue(-3); });
-            expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->changed(); });
+            expectRaises(QelErrorCode::endlessCallbacks, endless,
+                         [&] { attribute_->readValue(in); });
+            expectRaises(QelErrorCode::endlessCallbacks, endless,
+                         [&] { attribute_->setValue(-3); });
+            expectRaises(QelErrorCode::endlessCallbacks, endless, [&] { attribute_->changed(); });
             EXPECT_EQ(QelAttribute::maxNesting, attribute_->getValue());
             EXPECT_EQ(stamp, attribute_->timestamp());
         }
@@ -173,8 +175,8 @@ TEST_F(QelAttributeReentry, TwoAttributesThatSetEachOtherWithoutEndAreRefused) {
     IntPtr const other(new IntAttribute("other"));
     add([&](AttributePtr const &) { other->setValue(1); });
     observe(*other, [&](AttributePtr const &) { attribute_->setValue(1); });
-    expectRaises(QelErrorCode::endlessChange, endless, [&] { attribute_->setValue(1); });
-    expectRaises(QelErrorCode::endlessChange,
+    expectRaises(QelErrorCode::endlessCallbacks, endless, [&] { attribute_->setValue(1); });
+    expectRaises(QelErrorCode::endlessCallbacks,
                  "Attribute other is changed by its own callbacks without end",
                  [&] { other->setValue(1); });
     other->removeCallbacks(nullptr);

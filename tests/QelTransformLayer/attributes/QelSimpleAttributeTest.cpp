@@ -214,7 +214,7 @@ TEST_P(QelSimpleAttributeOf, LockedRefusesEveryChangeAndConsumesNothing) {
     for (Change const & change :
          {Change{"setValue", [&] { kind().set(*attribute_, Sample::two); }},
           Change{"getValueForUpdate", [&] { kind().update(*attribute_, Sample::two); }},
-          // readValue on a locked attribute raises code 21 before it consumes anything
+          // readValue on a locked attribute raises attributeLocked (21) before it consumes anything
           Change{"readValue", [&] { attribute_->readValue(in); }},
           Change{"copyValue", [&] { attribute_->copyValue(*source); }}}) {
         SCOPED_TRACE(change.name);

@@ -287,15 +287,16 @@ void expectErrorPasses(T const & start, std::string const & text, int code,
 
 TEST(QelSimpleAttributeText, AnErrorOfTheValuesOwnReaderPassesAndNothingChanges) {
     for (char const * text : {"", "2", "2 furlongs", "inches", "nan inches"}) {
-        expectErrorPasses(inches(7.0), text, 13, "Bad unit for QelValue");
+        expectErrorPasses(inches(7.0), text, QelErrorCode::invalidValue, "Bad unit for QelValue");
     }
     QelColor const color(Space(new QelRGBColorSpace()), 7.0);
     for (char const * text : {"", "QelColor", "QelColor[<1,2", "QelColor[<1,x>]"}) {
-        expectErrorPasses(color, text, 13, "Invalid QelColor value");
+        expectErrorPasses(color, text, QelErrorCode::invalidValue, "Invalid QelColor value");
     }
-    expectErrorPasses(Space(new QelRGBColorSpace()), "QelRGBColorSpace[b=x]", 13,
+    expectErrorPasses(Space(new QelRGBColorSpace()), "QelRGBColorSpace[b=x]",
+                      QelErrorCode::invalidValue, "Invalid QelColorSpace value");
+    expectErrorPasses(Space(new QelRGBColorSpace()), "NUL", QelErrorCode::invalidValue,
                       "Invalid QelColorSpace value");
-    expectErrorPasses(Space(new QelRGBColorSpace()), "NUL", 13, "Invalid QelColorSpace value");
 }
 
 TEST(QelSimpleAttributeText, AColourThatItsSpaceRefusesChangesNothing) {
@@ -308,7 +309,8 @@ TEST(QelSimpleAttributeText, AColourThatItsSpaceRefusesChangesNothing) {
     EXPECT_EQ(0, attribute.changes());
 }
 
-// Raises 21 for a locked attribute, and consumes nothing; not even the bits of the stream change.
+// Raises attributeLocked (21) for a locked attribute, and consumes nothing; not even the bits of
+// the stream change.
 template <class T>
 void expectLockedFirst(T const & value, std::string const & text) {
     SCOPED_TRACE(text);

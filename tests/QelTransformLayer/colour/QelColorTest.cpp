@@ -460,19 +460,22 @@ TEST(QelColorText, RefusesWhatDoesNotRead) {
         char const * refusal;
     };
     for (Row const & row :
-         {Row{13, "", "Invalid QelColor value"}, Row{13, "QelColor", "Invalid QelColor value"},
-          Row{13, "NUL", "Invalid QelColor value"},
-          Row{13, "QelColor[", "Class  is not registered as an QelColorSpace."},
-          Row{13, "QelColor[<", "Invalid QelColor value"},
-          Row{13, "QelColor[<1", "Invalid QelColor value"},
-          Row{13, "QelColor[<1,", "Invalid QelColor value"},
-          Row{13, "QelColor[<1,x>]", "Invalid QelColor value"},
-          Row{13, "QelColor[<1,2>", "Invalid QelColor value"},
-          Row{13, "QelColor[Moon[b=1]:<1>]", "Class Moon is not registered as an QelColorSpace."},
-          Row{13, "QelColor[QelLumColorSpace[b=1, min=0, max=1]:<2>]",
+         {Row{QelErrorCode::invalidValue, "", "Invalid QelColor value"},
+          Row{QelErrorCode::invalidValue, "QelColor", "Invalid QelColor value"},
+          Row{QelErrorCode::invalidValue, "NUL", "Invalid QelColor value"},
+          Row{QelErrorCode::invalidValue, "QelColor[",
+              "Class  is not registered as an QelColorSpace."},
+          Row{QelErrorCode::invalidValue, "QelColor[<", "Invalid QelColor value"},
+          Row{QelErrorCode::invalidValue, "QelColor[<1", "Invalid QelColor value"},
+          Row{QelErrorCode::invalidValue, "QelColor[<1,", "Invalid QelColor value"},
+          Row{QelErrorCode::invalidValue, "QelColor[<1,x>]", "Invalid QelColor value"},
+          Row{QelErrorCode::invalidValue, "QelColor[<1,2>", "Invalid QelColor value"},
+          Row{QelErrorCode::invalidValue, "QelColor[Moon[b=1]:<1>]",
+              "Class Moon is not registered as an QelColorSpace."},
+          Row{QelErrorCode::invalidValue, "QelColor[QelLumColorSpace[b=1, min=0, max=1]:<2>]",
               "Cannot set color space Lum(value range = 0 to 1) into QelColor which contains 2 as "
               "a code value"},
-          Row{400, "QelColor[QelLumColorSpace[b=1, min=0, max=1]:<0,0>]",
+          Row{QelErrorCode::countsDiffer, "QelColor[QelLumColorSpace[b=1, min=0, max=1]:<0,0>]",
               "Cannot set color space Lum(1 bands) into QelColor with 2 bands"}}) {
         SCOPED_TRACE(row.text);
         std::istringstream in(row.text);

@@ -119,38 +119,47 @@ TEST(QelCoordSpace, AddsMovesAndRemovesDimensions) {
 TEST(QelCoordSpace, Refusals) {
     QelCoordSpace space = lengthAndTime();
     constexpr char const * badIndex = "index value 2 into coord space with 2 dimensions";
-    EXPECT_REFUSED(7, badIndex, space, space.dimension(2));
-    EXPECT_REFUSED(7, badIndex, space, space.setDimensionUnit(2, 0));
-    EXPECT_REFUSED(7, badIndex, space, space.scaleDimension(2, 2));
-    EXPECT_REFUSED(7, badIndex, space, space.translateDimension(2, inches(1)));
-    EXPECT_REFUSED(7, badIndex, space, space.setDimension(2, space.dimension(0)));
-    EXPECT_REFUSED(7, badIndex, space, space.removeDimension(2));
-    EXPECT_REFUSED(7, badIndex, space, space.renameDimension(2, "z"));
-    EXPECT_REFUSED(7, badIndex, space, space.swapDimensions(0, 2));
-    EXPECT_REFUSED(7, badIndex, space, space.swapDimensions(2, 0));
-    EXPECT_REFUSED(7, "index value 3 into coord space with 2 dimensions", space,
-                   space.insertDimension(owned("z", inches(1)), 3));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, badIndex, space, space.dimension(2));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, badIndex, space, space.setDimensionUnit(2, 0));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, badIndex, space, space.scaleDimension(2, 2));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, badIndex, space,
+                   space.translateDimension(2, inches(1)));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, badIndex, space,
+                   space.setDimension(2, space.dimension(0)));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, badIndex, space, space.removeDimension(2));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, badIndex, space, space.renameDimension(2, "z"));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, badIndex, space, space.swapDimensions(0, 2));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, badIndex, space, space.swapDimensions(2, 0));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, "index value 3 into coord space with 2 dimensions",
+                   space, space.insertDimension(owned("z", inches(1)), 3));
     constexpr char const * badName = "Could not locate dimension named \"z\" in coordinate space";
-    EXPECT_REFUSED(404, badName, space, space.indexOf("z"));
-    EXPECT_REFUSED(404, badName, space, space.insertDimension(owned("a", inches(1)), "z"));
-    EXPECT_REFUSED(404, badName, space, space.setDimension(QelDimension("z", inches(1))));
-    EXPECT_REFUSED(4, "Null pointer passed to QelCoordSpace::insertDimension", space,
+    EXPECT_REFUSED(QelErrorCode::noSuchDimension, badName, space, space.indexOf("z"));
+    EXPECT_REFUSED(QelErrorCode::noSuchDimension, badName, space,
+                   space.insertDimension(owned("a", inches(1)), "z"));
+    EXPECT_REFUSED(QelErrorCode::noSuchDimension, badName, space,
+                   space.setDimension(QelDimension("z", inches(1))));
+    EXPECT_REFUSED(QelErrorCode::nullPointer,
+                   "Null pointer passed to QelCoordSpace::insertDimension", space,
                    space.addDimension(nullptr));
-    EXPECT_REFUSED(400, "3-dimensional box passed to setExtentsBox( ) on 2-dimensional coord space",
+    EXPECT_REFUSED(QelErrorCode::countsDiffer,
+                   "3-dimensional box passed to setExtentsBox( ) on 2-dimensional coord space",
                    space, space.setExtentsBox(QelBox(3)));
     QelCoordSpace one(owned("only", inches(1)));
-    EXPECT_REFUSED(9, "Cannot remove the only dimension of a coord space", one,
-                   one.removeDimension(0));
+    EXPECT_REFUSED(QelErrorCode::unsupported, "Cannot remove the only dimension of a coord space",
+                   one, one.removeDimension(0));
 }
 
 TEST(QelCoordSpace, WhatFailsForOneDimensionChangesNone) {
     QelCoordSpace space = lengthAndTime();
-    EXPECT_REFUSED(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
                    space.setUnit(QEL_UNIT_INCH));
     space.addDimension(owned("part", normalized(1)));
-    EXPECT_REFUSED(312, "Cannot scale dimension defined in units of \"normalized units\"", space,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                   "Cannot scale dimension defined in units of \"normalized units\"", space,
                    space.scale(2.0));
-    EXPECT_REFUSED(312, "Cannot change width of dimension defined in units of \"normalized units\"",
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                   "Cannot change width of dimension defined in units of \"normalized units\"",
                    space, space.setExtentsBox(QelBox(3)));
 }
 

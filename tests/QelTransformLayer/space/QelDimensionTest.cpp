@@ -89,19 +89,19 @@ TEST(QelDimension, WidthConstructorRefuses) {
         char const * text;
     };
     Case const cases[] = {
-        {normalized(0.5), 411, relativeWidth},
-        {normalized(nan), 411, relativeWidth},
-        {{1.0 + 1e-9, QEL_UNIT_WIDTH_RELATIVE}, 411, relativeWidth},
-        {{-1.0, QEL_UNIT_HEIGHT_RELATIVE}, 411, relativeWidth},
-        {inches(0.0), 309, noWidth},
-        {inches(-1.0), 309, noWidth},
+        {normalized(0.5), QelErrorCode::illegalExtent, relativeWidth},
+        {normalized(nan), QelErrorCode::illegalExtent, relativeWidth},
+        {{1.0 + 1e-9, QEL_UNIT_WIDTH_RELATIVE}, QelErrorCode::illegalExtent, relativeWidth},
+        {{-1.0, QEL_UNIT_HEIGHT_RELATIVE}, QelErrorCode::illegalExtent, relativeWidth},
+        {inches(0.0), QelErrorCode::illegalWidth, noWidth},
+        {inches(-1.0), QelErrorCode::illegalWidth, noWidth},
         // Within the tolerance.
-        {inches(1e-07), 309, noWidth},
-        {inches(3.9e-05), 309, noWidth},
-        {inches(nan), 309, noWidth},
-        {pixels(0.0), 309, noWidth},
-        {pixels(0.4), 309, noWidth},
-        {pixels(-3.0), 309, noWidth},
+        {inches(1e-07), QelErrorCode::illegalWidth, noWidth},
+        {inches(3.9e-05), QelErrorCode::illegalWidth, noWidth},
+        {inches(nan), QelErrorCode::illegalWidth, noWidth},
+        {pixels(0.0), QelErrorCode::illegalWidth, noWidth},
+        {pixels(0.4), QelErrorCode::illegalWidth, noWidth},
+        {pixels(-3.0), QelErrorCode::illegalWidth, noWidth},
     };
     for (Case const & each : cases) {
         SCOPED_TRACE(each.width.value());
@@ -121,26 +121,26 @@ TEST(QelDimension, RangeConstructorRefusesInThisOrder) {
         char const * text;
     };
     Case const cases[] = {
-        {"negative", inches(0), inches(-1), 0, 309, negative},
-        {"negative comes first", pixels(1), pixels(-1), 0, 309, negative},
-        {"not a number", inches(0), inches(nan), 0, 309, negative},
-        {"units", pixels(1), inches(1), 0, 306,
+        {"negative", inches(0), inches(-1), 0, QelErrorCode::illegalWidth, negative},
+        {"negative comes first", pixels(1), pixels(-1), 0, QelErrorCode::illegalWidth, negative},
+        {"not a number", inches(0), inches(nan), 0, QelErrorCode::illegalWidth, negative},
+        {"units", pixels(1), inches(1), 0, QelErrorCode::cannotConvertUnit,
          "Cannot convert from unit inches (id = 43) to unit pixels (id = 1)"},
-        {"continuous pixels", pixels(1), pixels(0), 0, 411,
+        {"continuous pixels", pixels(1), pixels(0), 0, QelErrorCode::illegalExtent,
          "pixel based dimension object must use discrete coordinates"},
-        {"pixels from elsewhere", pixels(1), pixels(0), 1, 411,
+        {"pixels from elsewhere", pixels(1), pixels(0), 1, QelErrorCode::illegalExtent,
          "pixel based dimension object must have origin at zero"},
-        {"pixels from nowhere", pixels(nan), pixels(1), 1, 411,
+        {"pixels from nowhere", pixels(nan), pixels(1), 1, QelErrorCode::illegalExtent,
          "pixel based dimension object must have origin at zero"},
-        {"no pixels", pixels(0), pixels(0.4), 1, 309, noWidth},
-        {"discrete parts", normalized(1), normalized(0.5), 1, 411,
+        {"no pixels", pixels(0), pixels(0.4), 1, QelErrorCode::illegalWidth, noWidth},
+        {"discrete parts", normalized(1), normalized(0.5), 1, QelErrorCode::illegalExtent,
          "dimension based on relative unit of measure must use continuous coordinates"},
-        {"parts from elsewhere", normalized(1e-9), normalized(0.5), 0, 411,
+        {"parts from elsewhere", normalized(1e-9), normalized(0.5), 0, QelErrorCode::illegalExtent,
          "dimension based on relative unit of measure must have origin at zero"},
-        {"half", normalized(0), normalized(0.5), 0, 411, relativeWidth},
-        {"nothing", inches(0), inches(0), 0, 309, noWidth},
-        {"within the tolerance", inches(0), inches(1e-07), 0, 309, noWidth},
-        {"rounded to nothing", inches(0), inches(0.4), 1, 309, noWidth},
+        {"half", normalized(0), normalized(0.5), 0, QelErrorCode::illegalExtent, relativeWidth},
+        {"nothing", inches(0), inches(0), 0, QelErrorCode::illegalWidth, noWidth},
+        {"within the tolerance", inches(0), inches(1e-07), 0, QelErrorCode::illegalWidth, noWidth},
+        {"rounded to nothing", inches(0), inches(0.4), 1, QelErrorCode::illegalWidth, noWidth},
     };
     for (Case const & each : cases) {
         SCOPED_TRACE(each.name);
@@ -171,33 +171,39 @@ TEST(QelDimension, SetUnitRefuses) {
     QelDimension part = relative();
     QelDimension length = physical();
     // The edge case: pixels are not set to pixels again.
-    EXPECT_REFUSED(306, "Cannot convert dimension object from unit \"pixel\" to unit \"pixel\"",
-                   pixel, pixel.setUnit(QEL_UNIT_PIXEL));
-    EXPECT_REFUSED(306, "Cannot convert dimension object from unit \"inch\" to unit \"pixel\"",
-                   length, length.setUnit(QEL_UNIT_PIXEL));
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert dimension object from unit \"pixel\" to unit \"pixel\"", pixel,
+                   pixel.setUnit(QEL_UNIT_PIXEL));
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert dimension object from unit \"inch\" to unit \"pixel\"", length,
+                   length.setUnit(QEL_UNIT_PIXEL));
     EXPECT_REFUSED(
-        306,
+        QelErrorCode::cannotConvertUnit,
         "Cannot convert dimension object from unit \"normalized unit\" to unit \"normalized unit\"",
         part, part.setUnit(QEL_UNIT_NORMALIZED));
     EXPECT_REFUSED(
-        306, "Cannot convert dimension object from unit \"inch\" to unit \"width relative unit\"",
+        QelErrorCode::cannotConvertUnit,
+        "Cannot convert dimension object from unit \"inch\" to unit \"width relative unit\"",
         length, length.setUnit(QEL_UNIT_WIDTH_RELATIVE));
-    EXPECT_REFUSED(306, "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)",
-                   length, length.setUnit(QEL_UNIT_SECOND));
-    EXPECT_REFUSED(306, "Cannot convert from unit pixels (id = 1) to unit inches (id = 43)", pixel,
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)", length,
+                   length.setUnit(QEL_UNIT_SECOND));
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit pixels (id = 1) to unit inches (id = 43)", pixel,
                    pixel.setUnit(QEL_UNIT_INCH));
-    EXPECT_REFUSED(301, "Unit identifier 99 has not been registered", length, length.setUnit(99));
-    EXPECT_REFUSED(300, "Unit identifier -1 is not in the range 0 through 255", length,
-                   length.setUnit(-1));
-    EXPECT_REFUSED(309,
+    EXPECT_REFUSED(QelErrorCode::unitNotRegistered, "Unit identifier 99 has not been registered",
+                   length, length.setUnit(99));
+    EXPECT_REFUSED(QelErrorCode::noSuchUnit, "Unit identifier -1 is not in the range 0 through 255",
+                   length, length.setUnit(-1));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth,
                    "Dimension object with was converted to unit \"pixel\" and the width of the "
                    "dimension extent is now <= 0.0",
                    narrow, narrow.setUnit(QEL_UNIT_PIXEL));
-    EXPECT_REFUSED(309,
+    EXPECT_REFUSED(QelErrorCode::illegalWidth,
                    "Dimension object with was converted to unit \"inch\" and the width of the "
                    "dimension extent is now <= 0.0",
                    thin, thin.setUnit(QEL_UNIT_INCH));
-    EXPECT_REFUSED(309,
+    EXPECT_REFUSED(QelErrorCode::illegalWidth,
                    "Dimension object with was converted to unit \"arbitrary unit\" and the width "
                    "of the dimension extent is now <= 0.0",
                    zero, zero.setUnit(QEL_UNIT_ARBITRARY));
@@ -235,46 +241,54 @@ TEST(QelDimension, ChangesAreRefused) {
     QelDimension pixel = inPixels();
     QelDimension part = relative();
     QelDimension length = physical();
-    EXPECT_REFUSED(312, "Cannot change origin of dimension defined in units of \"pixels\"", pixel,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                   "Cannot change origin of dimension defined in units of \"pixels\"", pixel,
                    pixel.setOrigin(pixels(0)));
-    EXPECT_REFUSED(312,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
                    "Cannot change origin of dimension defined in units of \"normalized units\"",
                    part, part.setOrigin(normalized(0)));
-    EXPECT_REFUSED(312, "Cannot change width of dimension defined in units of \"normalized units\"",
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                   "Cannot change width of dimension defined in units of \"normalized units\"",
                    part, part.setWidth(normalized(1)));
-    EXPECT_REFUSED(312, "Cannot change width of dimension defined in units of \"normalized units\"",
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                   "Cannot change width of dimension defined in units of \"normalized units\"",
                    part, part.setRange(part.range()));
-    EXPECT_REFUSED(312, "Cannot translate origin of dimension defined in units of \"pixels\"",
-                   pixel, pixel.translate(pixels(0)));
-    EXPECT_REFUSED(312,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                   "Cannot translate origin of dimension defined in units of \"pixels\"", pixel,
+                   pixel.translate(pixels(0)));
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
                    "Cannot translate origin of dimension defined in units of \"normalized units\"",
                    part, part.translate(normalized(0)));
-    EXPECT_REFUSED(312, "Cannot scale dimension defined in units of \"normalized units\"", part,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                   "Cannot scale dimension defined in units of \"normalized units\"", part,
                    part.scale(1.0));
 
     constexpr char const * badWidth =
         "attempt to set width of dimension object to a values which is <= 0.0";
-    EXPECT_REFUSED(309, badWidth, length, length.setWidth(inches(0)));
-    EXPECT_REFUSED(309, badWidth, length, length.setWidth(inches(1e-07)));
-    EXPECT_REFUSED(309, badWidth, pixel, pixel.setWidth(pixels(0.4)));
-    EXPECT_REFUSED(309, "Negative width value", length, length.setWidth(inches(-1)));
-    EXPECT_REFUSED(309, "Negative width value", length, length.setWidth(inches(nan)));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth, badWidth, length, length.setWidth(inches(0)));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth, badWidth, length, length.setWidth(inches(1e-07)));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth, badWidth, pixel, pixel.setWidth(pixels(0.4)));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth, "Negative width value", length,
+                   length.setWidth(inches(-1)));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth, "Negative width value", length,
+                   length.setWidth(inches(nan)));
 
     constexpr char const * badScale =
         "scale( ) of dimension object resulted in dimension where width is <= 0.0";
-    EXPECT_REFUSED(309, badScale, pixel, pixel.scale(0.0));
-    EXPECT_REFUSED(309, badScale, pixel, pixel.scale(0.0005));
-    EXPECT_REFUSED(309, badScale, length, length.scale(0.0));
-    EXPECT_REFUSED(309, badScale, length, length.scale(nan));
-    EXPECT_REFUSED(309, "Negative width value", pixel, pixel.scale(nan));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth, badScale, pixel, pixel.scale(0.0));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth, badScale, pixel, pixel.scale(0.0005));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth, badScale, length, length.scale(0.0));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth, badScale, length, length.scale(nan));
+    EXPECT_REFUSED(QelErrorCode::illegalWidth, "Negative width value", pixel, pixel.scale(nan));
 
     constexpr char const * noSeconds =
         "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)";
     QelValue const second(1.0, QEL_UNIT_SECOND);
-    EXPECT_REFUSED(306, noSeconds, length, length.setOrigin(second));
-    EXPECT_REFUSED(306, noSeconds, length, length.setWidth(second));
-    EXPECT_REFUSED(306, noSeconds, length, length.translate(second));
-    EXPECT_REFUSED(306, noSeconds, length, length.setRange({second, second, 0, true, true}));
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit, noSeconds, length, length.setOrigin(second));
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit, noSeconds, length, length.setWidth(second));
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit, noSeconds, length, length.translate(second));
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit, noSeconds, length,
+                   length.setRange({second, second, 0, true, true}));
 }
 
 // A derived class that refuses the second half of setRange().
@@ -285,7 +299,7 @@ TEST(QelDimension, SetRangeTakesTheWidthBackWhenTheOriginIsRefused) {
         void setOrigin(QelValue const &) override { refuse("No "); }
     };
     Fixed dimension;
-    EXPECT_REFUSED(312, "No \"inches\"", dimension,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit, "No \"inches\"", dimension,
                    dimension.setRange({inches(1), inches(2), 0, true, true}));
 }
 

@@ -53,16 +53,20 @@ TEST(QelResolution, ConstructorRefuses) {
         char const * text;
     };
     for (Case const & each : {
-             Case{1.0, -1, 300, "Unit identifier -1 is not in the range 0 through 255"},
-             Case{1.0, 256, 300, "Unit identifier 256 is not in the range 0 through 255"},
-             Case{1.0, 99, 301, "Unit identifier 99 has not been registered"},
+             Case{1.0, -1, QelErrorCode::noSuchUnit,
+                  "Unit identifier -1 is not in the range 0 through 255"},
+             Case{1.0, 256, QelErrorCode::noSuchUnit,
+                  "Unit identifier 256 is not in the range 0 through 255"},
+             Case{1.0, 99, QelErrorCode::unitNotRegistered,
+                  "Unit identifier 99 has not been registered"},
              // The unit is looked at first.
-             Case{-1.0, 99, 301, "Unit identifier 99 has not been registered"},
-             Case{-1.5, QEL_UNIT_INCH, 303,
+             Case{-1.0, 99, QelErrorCode::unitNotRegistered,
+                  "Unit identifier 99 has not been registered"},
+             Case{-1.5, QEL_UNIT_INCH, QelErrorCode::illegalDotsPerUnit,
                   "Cannot construct resolution object with dots-per-unit = -1.5"},
-             Case{-12345.0, QEL_UNIT_INCH, 303,
+             Case{-12345.0, QEL_UNIT_INCH, QelErrorCode::illegalDotsPerUnit,
                   "Cannot construct resolution object with dots-per-unit = -12345"},
-             Case{nan, QEL_UNIT_INCH, 303,
+             Case{nan, QEL_UNIT_INCH, QelErrorCode::illegalDotsPerUnit,
                   "Cannot construct resolution object with dots-per-unit = nan"},
          }) {
         SCOPED_TRACE(each.text);
@@ -72,7 +76,8 @@ TEST(QelResolution, ConstructorRefuses) {
 }
 
 TEST(QelResolution, GetDpuRefuses) {
-    expectRaises(QelErrorCode::noDotsPerUnit, "cannot convert resolution object with no dpu info",
+    expectRaises(QelErrorCode::unsuitableResolution,
+                 "cannot convert resolution object with no dpu info",
                  [] { QelResolution::ofPixels(5).getDpu(QEL_UNIT_INCH); });
     expectRaises(QelErrorCode::arbitraryResolution,
                  "cannot do unit conversion on arbitrary res object",

@@ -126,14 +126,24 @@ TEST(QelXyCoordSpaceChange, FromEveryKindToEveryKind) {
         QelXyCoordSpace space;
         int codes[8];
     };
+    constexpr int noSelection = QelErrorCode::noSelectedResolution;
+    constexpr int noConversion = QelErrorCode::cannotConvertUnit;
     Case const cases[] = {
-        {"with a selection", physical(), {0, 0, 0, 0, 0, 0, 0, 306}},
-        {"without one", unselected(), {0, 410, 0, 0, 0, 0, 0, 306}},
+        {"with a selection", physical(), {0, 0, 0, 0, 0, 0, 0, noConversion}},
+        {"without one", unselected(), {0, noSelection, 0, 0, 0, 0, 0, noConversion}},
         {"arbitrary", unnamed, {0, 0, 0, 0, 0, 0, 0, 0}},
-        {"pixels", QelXyCoordSpace(5, 6), {0, 0, 0, 0, 0, 306, 306, 306}},
-        {"width relative", QelXyCoordSpace(2), {0, 410, 0, 0, 0, 306, 306, 306}},
-        {"height relative", QelXyCoordSpace(3), {0, 410, 0, 0, 0, 306, 306, 306}},
-        {"normalized", QelXyCoordSpace(4), {0, 410, 0, 0, 0, 306, 306, 306}},
+        {"pixels",
+         QelXyCoordSpace(5, 6),
+         {0, 0, 0, 0, 0, noConversion, noConversion, noConversion}},
+        {"width relative",
+         QelXyCoordSpace(2),
+         {0, noSelection, 0, 0, 0, noConversion, noConversion, noConversion}},
+        {"height relative",
+         QelXyCoordSpace(3),
+         {0, noSelection, 0, 0, 0, noConversion, noConversion, noConversion}},
+        {"normalized",
+         QelXyCoordSpace(4),
+         {0, noSelection, 0, 0, 0, noConversion, noConversion, noConversion}},
     };
     for (Case const & each : cases) {
         for (int i = 0; i < 8; ++i) {
@@ -163,18 +173,24 @@ TEST(QelXyCoordSpaceChange, UnitsAreRefused) {
     constexpr char const * needsSelection =
         "Cannot convert QelXyCoordSpace unit to QEL_UNIT_PIXEL, unless there is a selected "
         "resolution.";
-    EXPECT_REFUSED(410, needsSelection, without, without.setXyUnit(QEL_UNIT_PIXEL));
-    EXPECT_REFUSED(410, needsSelection, part, part.setXyUnit(QEL_UNIT_PIXEL));
-    EXPECT_REFUSED(306, "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)", space,
+    EXPECT_REFUSED(QelErrorCode::noSelectedResolution, needsSelection, without,
+                   without.setXyUnit(QEL_UNIT_PIXEL));
+    EXPECT_REFUSED(QelErrorCode::noSelectedResolution, needsSelection, part,
+                   part.setXyUnit(QEL_UNIT_PIXEL));
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)", space,
                    space.setXyUnit(QEL_UNIT_SECOND));
     EXPECT_REFUSED(
-        306, "Cannot convert from unit width relative units (id = 2) to unit inches (id = 43)",
-        part, part.setXyUnit(QEL_UNIT_INCH));
-    EXPECT_REFUSED(306, "Cannot convert from unit pixels (id = 1) to unit inches (id = 43)", pixel,
+        QelErrorCode::cannotConvertUnit,
+        "Cannot convert from unit width relative units (id = 2) to unit inches (id = 43)", part,
+        part.setXyUnit(QEL_UNIT_INCH));
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit pixels (id = 1) to unit inches (id = 43)", pixel,
                    pixel.setXyUnit(QEL_UNIT_INCH));
-    EXPECT_REFUSED(301, "Unit identifier 99 has not been registered", space, space.setXyUnit(99));
-    EXPECT_REFUSED(300, "Unit identifier -1 is not in the range 0 through 255", space,
-                   space.setXyUnit(-1));
+    EXPECT_REFUSED(QelErrorCode::unitNotRegistered, "Unit identifier 99 has not been registered",
+                   space, space.setXyUnit(99));
+    EXPECT_REFUSED(QelErrorCode::noSuchUnit, "Unit identifier -1 is not in the range 0 through 255",
+                   space, space.setXyUnit(-1));
 }
 
 TEST(QelXyCoordSpaceChange, FurtherDimensionsHaveTheirOwnUnits) {
@@ -190,13 +206,15 @@ TEST(QelXyCoordSpaceChange, FurtherDimensionsHaveTheirOwnUnits) {
         std::string const text =
             std::string("Cannot convert dimension \"time\" to unit of measure \"") + names[unit] +
             "\". QelXyCoordSpace reserves that unit for the x and y dimensions only";
-        EXPECT_REFUSED(311, text, space, space.setDimensionUnit(2, unit));
-        EXPECT_REFUSED(311, text, space, space.setUnit(unit));
+        EXPECT_REFUSED(QelErrorCode::cannotConvertDimension, text, space,
+                       space.setDimensionUnit(2, unit));
+        EXPECT_REFUSED(QelErrorCode::cannotConvertDimension, text, space, space.setUnit(unit));
     }
-    EXPECT_REFUSED(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
                    space.setUnit(QEL_UNIT_INCH));
-    EXPECT_REFUSED(7, "index value 3 into coord space with 3 dimensions", space,
-                   space.setDimensionUnit(3, 0));
+    EXPECT_REFUSED(QelErrorCode::outOfRange, "index value 3 into coord space with 3 dimensions",
+                   space, space.setDimensionUnit(3, 0));
     space.setUnit(QEL_UNIT_ARBITRARY);
     EXPECT_EQ(0, space.unit());
     EXPECT_EQ(0, space.dimension(2).unit());
@@ -216,21 +234,25 @@ TEST(QelXyCoordSpaceChange, FurtherDimensionsHaveTheirOwnUnits) {
 TEST(QelXyCoordSpaceChange, XAndYStayWhereTheyAre) {
     QelXyCoordSpace space = physical();
     QelDimension const other("x", inches(1));
-    EXPECT_REFUSED(9, "Cannot override x-dimension of QelXyCoordSpace by calling setDimension( )",
+    EXPECT_REFUSED(QelErrorCode::unsupported,
+                   "Cannot override x-dimension of QelXyCoordSpace by calling setDimension( )",
                    space, space.setDimension(0, other));
-    EXPECT_REFUSED(9, "Cannot override y-dimension of QelXyCoordSpace by calling setDimension( )",
+    EXPECT_REFUSED(QelErrorCode::unsupported,
+                   "Cannot override y-dimension of QelXyCoordSpace by calling setDimension( )",
                    space, space.setDimension(1, other));
-    EXPECT_REFUSED(9, "Cannot override x-dimension of QelXyCoordSpace by calling setDimension( )",
+    EXPECT_REFUSED(QelErrorCode::unsupported,
+                   "Cannot override x-dimension of QelXyCoordSpace by calling setDimension( )",
                    space, space.setDimension(other));
-    EXPECT_REFUSED(9, "Cannot override y-dimension of QelXyCoordSpace by calling swapDimensions( )",
+    EXPECT_REFUSED(QelErrorCode::unsupported,
+                   "Cannot override y-dimension of QelXyCoordSpace by calling swapDimensions( )",
                    space, space.swapDimensions(1, 0));
-    EXPECT_REFUSED(9,
+    EXPECT_REFUSED(QelErrorCode::unsupported,
                    "Cannot override x-dimension of QelXyCoordSpace by calling removeDimension( )",
                    space, space.removeDimension(0));
-    EXPECT_REFUSED(9,
+    EXPECT_REFUSED(QelErrorCode::unsupported,
                    "Cannot override y-dimension of QelXyCoordSpace by calling renameDimension( )",
                    space, space.renameDimension(1, "x"));
-    EXPECT_REFUSED(9,
+    EXPECT_REFUSED(QelErrorCode::unsupported,
                    "Cannot override x-dimension of QelXyCoordSpace by calling insertDimension( )",
                    space, space.insertDimension(std::make_unique<QelDimension>(other), 0));
 }
@@ -272,7 +294,8 @@ TEST(QelXyCoordSpaceChange, TranslateIsSetOrigin) {
     space.translateDimension(0, centimeters(2.54));
     space.translateDimension(0, inches(2));
     EXPECT_DOUBLE_EQ(3.0, space.xDimension().origin().value());
-    EXPECT_REFUSED(306, "Cannot convert from unit pixels (id = 1) to unit inches (id = 43)", space,
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit pixels (id = 1) to unit inches (id = 43)", space,
                    space.translateDimension(0, pixels(1)));
 }
 
@@ -288,15 +311,18 @@ TEST(QelXyCoordSpaceChange, OriginsAreRefused) {
     QelXyCoordSpace space = physical();
     constexpr char const * relative =
         "Cannot change origin of coordinate space based on relative unit of measure";
-    EXPECT_REFUSED(312, relative, part, part.setOrigin(0, inches(1)));
-    EXPECT_REFUSED(312, relative, part, part.translateDimension(1, normalized(1)));
-    EXPECT_REFUSED(312,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit, relative, part, part.setOrigin(0, inches(1)));
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit, relative, part,
+                   part.translateDimension(1, normalized(1)));
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
                    "cannot pass values to coord space in units of pixels, if coord space has no "
                    "selected resolution",
                    without, without.setOrigin(0, pixels(1)));
-    EXPECT_REFUSED(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
                    space.setOrigin(1, {1, QEL_UNIT_SECOND}));
-    EXPECT_REFUSED(7, "index value 2 into coord space with 2 dimensions of an image", space,
+    EXPECT_REFUSED(QelErrorCode::outOfRange,
+                   "index value 2 into coord space with 2 dimensions of an image", space,
                    space.setOrigin(2, inches(1)));
 }
 
@@ -354,29 +380,33 @@ TEST(QelXyCoordSpaceChange, WidthsAreRefused) {
     QelXyCoordSpace without = unselected();
     QelXyCoordSpace space = physical();
     EXPECT_REFUSED(
-        312, "Cannot change width/height of coordinate space based on relative unit of measure",
-        part, part.setWidth(0, inches(1), false));
-    EXPECT_REFUSED(411,
+        QelErrorCode::unsuitableUnit,
+        "Cannot change width/height of coordinate space based on relative unit of measure", part,
+        part.setWidth(0, inches(1), false));
+    EXPECT_REFUSED(QelErrorCode::illegalExtent,
                    "attempt to set width of pixel based coordinate space to 0.4(unit id = 1) "
                    "resulted in an illegal dimension length of 0",
                    pixel, pixel.setWidth(0, pixels(0.4), false));
-    EXPECT_REFUSED(411,
+    EXPECT_REFUSED(QelErrorCode::illegalExtent,
                    "attempt to set height of pixel based coordinate space to -2000.5(unit id = 4) "
                    "resulted in an illegal dimension length of -12003",
                    pixel, pixel.setWidth(1, normalized(-2000.5), true));
-    EXPECT_REFUSED(411,
+    EXPECT_REFUSED(QelErrorCode::illegalExtent,
                    "attempt to set width of pixel based coordinate space to nan(unit id = 1) "
                    "resulted in an illegal dimension length of nan",
                    pixel, pixel.setWidth(0, pixels(nan), true));
-    EXPECT_REFUSED(306, "Cannot convert from unit inches (id = 43) to unit pixels (id = 1)", pixel,
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit inches (id = 43) to unit pixels (id = 1)", pixel,
                    pixel.setWidth(0, inches(5), false));
-    EXPECT_REFUSED(312,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
                    "cannot pass values to coord space in units of pixels, if coord space has no "
                    "selected resolution",
                    without, without.setWidth(0, pixels(1), false));
-    EXPECT_REFUSED(309, "attempt to set width of dimension object to a values which is <= 0.0",
-                   space, space.setWidth(0, inches(0), false));
-    EXPECT_REFUSED(7, "index value 2 into coord space with 2 dimensions of an image", space,
+    EXPECT_REFUSED(QelErrorCode::illegalWidth,
+                   "attempt to set width of dimension object to a values which is <= 0.0", space,
+                   space.setWidth(0, inches(0), false));
+    EXPECT_REFUSED(QelErrorCode::outOfRange,
+                   "index value 2 into coord space with 2 dimensions of an image", space,
                    space.setWidth(2, inches(1), false));
     // 100 dots per inch leave no sample.
     std::string const before = stateOf(space);

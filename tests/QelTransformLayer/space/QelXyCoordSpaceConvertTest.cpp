@@ -272,9 +272,9 @@ TEST(QelXyCoordSpaceConvert, RefusesPixelsWithoutASelection) {
     std::string const noSelection =
         "when there is no selected resolution and the coord space is not single-res";
     Case const cases[] = {
-        {none, 410, noSelection},
-        {two, 410, noSelection},
-        {any, 403,
+        {none, QelErrorCode::noSelectedResolution, noSelection},
+        {two, QelErrorCode::noSelectedResolution, noSelection},
+        {any, QelErrorCode::arbitraryResolution,
          "when there is no selected resolution and coord space supports only arbitrary res"},
     };
     auto const rangeOf = [](QelValue const & value) {

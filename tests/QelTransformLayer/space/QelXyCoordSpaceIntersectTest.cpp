@@ -121,9 +121,12 @@ TEST(QelXyCoordSpaceIntersect, APixelBasedSpaceKeepsItsRowOrRaises) {
     EXPECT_EQ(before, stateOf(space));
     QelXyCoordSpace const others = spaceWith({{6, 5}});
     QelXyCoordSpace const none(QEL_UNIT_NORMALIZED);
-    EXPECT_REFUSED(600, "No remaining resolutions", space, space.intersectResolutions(&others));
-    EXPECT_REFUSED(600, "No remaining resolutions", space, space.intersectResolutions(&none));
-    EXPECT_REFUSED(600, "No remaining resolutions", space, space.intersectResolutions(nullptr));
+    EXPECT_REFUSED(QelErrorCode::noCommonResolution, "No remaining resolutions", space,
+                   space.intersectResolutions(&others));
+    EXPECT_REFUSED(QelErrorCode::noCommonResolution, "No remaining resolutions", space,
+                   space.intersectResolutions(&none));
+    EXPECT_REFUSED(QelErrorCode::noCommonResolution, "No remaining resolutions", space,
+                   space.intersectResolutions(nullptr));
     space.intersectDpuResolutions(nullptr, 1.0, false);
     EXPECT_EQ(before, stateOf(space));
     // The other way round its counts are like any other's.
@@ -245,7 +248,8 @@ TEST(QelXyCoordSpaceIntersect, DotsPerUnitNeedPhysicalSpaces) {
     other.intersectDpuResolutions(&space, 1.0, false);
     EXPECT_EQ(stateOf(part), stateOf(other));
     QelXyCoordSpace const seconds{QEL_UNIT_SECOND};
-    EXPECT_REFUSED(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
                    space.intersectDpuResolutions(&seconds, 1.0, false));
 }
 

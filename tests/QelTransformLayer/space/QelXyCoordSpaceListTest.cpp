@@ -81,29 +81,32 @@ TEST(QelXyCoordSpaceList, ChangesAreRefused) {
     constexpr char const * relative =
         "Cannot modify resolution information for coordinate space whose unit of measure is "
         "\"height relative unit\"";
-    EXPECT_REFUSED(312, relative, part, part.addResolution(row(1, 1)));
-    EXPECT_REFUSED(312, relative, part, part.addResolution(0, 0));
-    EXPECT_REFUSED(312, relative, part, part.removeResolution(0));
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit, relative, part, part.addResolution(row(1, 1)));
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit, relative, part, part.addResolution(0, 0));
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit, relative, part, part.removeResolution(0));
     constexpr char const * noWidth =
         "Cannot add resolution to coordinate space and specify a width in pixels of zero";
-    EXPECT_REFUSED(407, noWidth, space, space.addResolution(0, 5));
-    EXPECT_REFUSED(407, noWidth, space, space.addResolution(0, 0));
-    EXPECT_REFUSED(408,
+    EXPECT_REFUSED(QelErrorCode::zeroPixelsWide, noWidth, space, space.addResolution(0, 5));
+    EXPECT_REFUSED(QelErrorCode::zeroPixelsWide, noWidth, space, space.addResolution(0, 0));
+    EXPECT_REFUSED(QelErrorCode::zeroPixelsHigh,
                    "Cannot add resolution to coordinate space and specify a height in pixels of "
                    "zero",
                    pixel, pixel.addResolution(5, 0));
     // The second half is bad: the first is not added either.
-    EXPECT_REFUSED(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
                    space.addResolution(Resolution{samples(5), {1, QEL_UNIT_SECOND}}));
-    EXPECT_REFUSED(312, "Cannot add resolution to dimension object defined in units of \"pixels\"",
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                   "Cannot add resolution to dimension object defined in units of \"pixels\"",
                    pixel, pixel.addResolution(Resolution{samples(5), {}}));
-    EXPECT_REFUSED(312, "Cannot add resolution to dimension object defined in units of \"pixels\"",
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                   "Cannot add resolution to dimension object defined in units of \"pixels\"",
                    pixel, pixel.addResolution(Resolution{samples(5), {2.0, QEL_UNIT_PIXEL}}));
-    EXPECT_REFUSED(7,
+    EXPECT_REFUSED(QelErrorCode::outOfRange,
                    "resolution index value 1 passed to QelXyCoordSpace::removeResolution(), but "
                    "object has only 1 resolution entries",
                    space, space.removeResolution(1));
-    EXPECT_REFUSED(7,
+    EXPECT_REFUSED(QelErrorCode::outOfRange,
                    "resolution index value 3 passed to QelXyCoordSpace::removeResolution(), but "
                    "object has only 1 resolution entries",
                    pixel, pixel.removeResolution(3));
@@ -185,24 +188,28 @@ TEST(QelXyCoordSpaceList, SelectingIsRefused) {
     QelXyCoordSpace space = spaceWith({row(1000, 2000), row(30, 0)});
     space.selectResolution(30, 7);
     // The edge case, with the word for the width.
-    EXPECT_REFUSED(407, "request to select zero pixel-wide resolution of coordinate space", space,
+    EXPECT_REFUSED(QelErrorCode::zeroPixelsWide,
+                   "request to select zero pixel-wide resolution of coordinate space", space,
                    space.selectResolution(0, 480));
-    EXPECT_REFUSED(407, "request to select zero pixel-wide resolution of coordinate space", space,
+    EXPECT_REFUSED(QelErrorCode::zeroPixelsWide,
+                   "request to select zero pixel-wide resolution of coordinate space", space,
                    space.selectResolution(0, 0));
-    EXPECT_REFUSED(407, "request to select zero pixel-high resolution of coordinate space", space,
+    EXPECT_REFUSED(QelErrorCode::zeroPixelsWide,
+                   "request to select zero pixel-high resolution of coordinate space", space,
                    space.selectResolution(640, 0));
-    EXPECT_REFUSED(407, "request to select zero pixel-high resolution of coordinate space", space,
+    EXPECT_REFUSED(QelErrorCode::zeroPixelsWide,
+                   "request to select zero pixel-high resolution of coordinate space", space,
                    space.selectResolution(Resolution{samples(30), {}}));
-    EXPECT_REFUSED(409,
+    EXPECT_REFUSED(QelErrorCode::noSuchResolution,
                    "requested resolution, 6400x4800 pixels, is not supported by coordinate space\n"
                    "    [(1000,2000)(30,0)]",
                    space, space.selectResolution(6400, 4800));
     QelXyCoordSpace none(inches(1), inches(1));
-    EXPECT_REFUSED(409,
+    EXPECT_REFUSED(QelErrorCode::noSuchResolution,
                    "requested resolution, 1x1 pixels, is not supported by coordinate space\n    []",
                    none, none.selectResolution(1, 1));
     QelXyCoordSpace pixel(5, 6);
-    EXPECT_REFUSED(409,
+    EXPECT_REFUSED(QelErrorCode::noSuchResolution,
                    "requested resolution, 6x5 pixels, is not supported by coordinate space\n"
                    "    [(5,6)]",
                    pixel, pixel.selectResolution(6, 5));

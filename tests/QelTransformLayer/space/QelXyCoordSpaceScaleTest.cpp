@@ -121,20 +121,26 @@ TEST(QelXyCoordSpaceScale, FactorsAreRefused) {
         std::string const what = each.moves ? (each.x ? "x dimension by " : "y dimension by ")
                                             : (each.x ? "width by " : "height by ");
         std::string const start = "Cannot scale coord space " + what;
-        EXPECT_REFUSED(310, start + "0", space, each.scale(space, 0.0, true));
+        EXPECT_REFUSED(QelErrorCode::illegalFactor, start + "0", space,
+                       each.scale(space, 0.0, true));
         if (each.moves) {
             constexpr char const * nothing =
                 "scale( ) of dimension object resulted in dimension where width is <= 0.0";
-            EXPECT_REFUSED(309, nothing, space, each.scale(space, nan, true));
-            EXPECT_REFUSED(309, nothing, space, each.scale(space, 1e-300, false));
+            EXPECT_REFUSED(QelErrorCode::illegalWidth, nothing, space,
+                           each.scale(space, nan, true));
+            EXPECT_REFUSED(QelErrorCode::illegalWidth, nothing, space,
+                           each.scale(space, 1e-300, false));
         } else {
-            EXPECT_REFUSED(310, start + "-2.5", space, each.scale(space, -2.5, true));
-            EXPECT_REFUSED(310, start + "nan", space, each.scale(space, nan, false));
+            EXPECT_REFUSED(QelErrorCode::illegalFactor, start + "-2.5", space,
+                           each.scale(space, -2.5, true));
+            EXPECT_REFUSED(QelErrorCode::illegalFactor, start + "nan", space,
+                           each.scale(space, nan, false));
         }
         QelXyCoordSpace part(QEL_UNIT_NORMALIZED);
         std::string const relative =
             each.moves ? "Cannot scale dimension" : "Cannot change width of dimension";
-        EXPECT_REFUSED(312, relative + " defined in units of \"normalized units\"", part,
+        EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                       relative + " defined in units of \"normalized units\"", part,
                        each.scale(part, 2.0, true));
     }
 }
@@ -190,7 +196,7 @@ TEST(QelXyCoordSpaceScale, SamplesOfAnArbitraryHalf) {
     EXPECT_EQ(500U, space.numPixelsWide());
     EXPECT_EQ(50U, space.numPixelsHigh());
     // Less than one cannot be selected.
-    EXPECT_REFUSED(402,
+    EXPECT_REFUSED(QelErrorCode::unsuitableResolution,
                    "Could not reselect resolution after scaling coordinate space resolution "
                    "information",
                    space, space.scalePixels(1.0, 0.015, true));
@@ -212,17 +218,20 @@ TEST(QelXyCoordSpaceScale, SamplesAreRefused) {
     gone.removeResolution(0);
     constexpr char const * lost =
         "Could not reselect resolution after scaling coordinate space resolution information";
-    EXPECT_REFUSED(402, lost, gone, gone.scalePixels(0.5, 0.5, true));
-    EXPECT_REFUSED(402, lost, gone, gone.scalePixels(2, 1, true));
-    EXPECT_REFUSED(310, "Cannot scale number of pixels by 0", space,
+    EXPECT_REFUSED(QelErrorCode::unsuitableResolution, lost, gone,
+                   gone.scalePixels(0.5, 0.5, true));
+    EXPECT_REFUSED(QelErrorCode::unsuitableResolution, lost, gone, gone.scalePixels(2, 1, true));
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale number of pixels by 0", space,
                    space.scalePixels(0.0, 1.0, true));
-    EXPECT_REFUSED(310, "Cannot scale number of pixels by -1", space,
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale number of pixels by -1", space,
                    space.scalePixels(1.0, -1.0, true));
-    EXPECT_REFUSED(405, "scaling pixel value 1000 by scale factor 0.0001 results in zero pixels",
-                   space, space.scalePixels(0.5, 0.0001, true));
-    EXPECT_REFUSED(310, "Cannot scale resolution information by zero", space,
-                   space.scalePixels(1, 0, true));
-    EXPECT_REFUSED(310, "Denominator of ratio is zero", space, space.scalePixels(0, 1, true));
+    EXPECT_REFUSED(QelErrorCode::noSamples,
+                   "scaling pixel value 1000 by scale factor 0.0001 results in zero pixels", space,
+                   space.scalePixels(0.5, 0.0001, true));
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale resolution information by zero",
+                   space, space.scalePixels(1, 0, true));
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Denominator of ratio is zero", space,
+                   space.scalePixels(0, 1, true));
 }
 
 // The edge case: (640, 480) becomes (480, 640), and the selection follows.

@@ -211,41 +211,47 @@ TEST(QelXyCoordSpaceText, Refusals) {
     };
     std::string const size = "[w=10 inches,h=20 inches, ";
     Case const cases[] = {
-        {"", 13, badSpace},
-        {"no bracket", 13, badSpace},
-        {"[w", 13, badSpace},
-        {"[w=", 13, badUnit},
-        {"[w=10 inches", 13, badSpace},
-        {"[w=10 nothings,h=20 inches]", 13, badUnit},
-        {"[w=1 mil,h=2 mils]", 13, badUnit},
-        {"[w=10 inches,h=", 13, badUnit},
-        {"[w=0 inches,h=0 inches]", 13, "Width must be greater than 0.0"},
-        {"[w=-1 inches,h=1 inch]", 13, "Width must be greater than 0.0"},
-        {"[w=0 normalized units,h=1 normalized unit]", 13, "Width must be greater than 0.0"},
-        {"[w=0 width relative units,h=1 inch]", 13, "Width must be greater than 0.0"},
-        {"[w=1 inch,h=0 inches]", 13, "Height must be greater than 0.0"},
-        {"[w=1 normalized unit,h=-1 normalized units]", 13, "Height must be greater than 0.0"},
-        {"[w=1 inch,h=1 second]", 306,
+        {"", QelErrorCode::invalidValue, badSpace},
+        {"no bracket", QelErrorCode::invalidValue, badSpace},
+        {"[w", QelErrorCode::invalidValue, badSpace},
+        {"[w=", QelErrorCode::invalidValue, badUnit},
+        {"[w=10 inches", QelErrorCode::invalidValue, badSpace},
+        {"[w=10 nothings,h=20 inches]", QelErrorCode::invalidValue, badUnit},
+        {"[w=1 mil,h=2 mils]", QelErrorCode::invalidValue, badUnit},
+        {"[w=10 inches,h=", QelErrorCode::invalidValue, badUnit},
+        {"[w=0 inches,h=0 inches]", QelErrorCode::invalidValue, "Width must be greater than 0.0"},
+        {"[w=-1 inches,h=1 inch]", QelErrorCode::invalidValue, "Width must be greater than 0.0"},
+        {"[w=0 normalized units,h=1 normalized unit]", QelErrorCode::invalidValue,
+         "Width must be greater than 0.0"},
+        {"[w=0 width relative units,h=1 inch]", QelErrorCode::invalidValue,
+         "Width must be greater than 0.0"},
+        {"[w=1 inch,h=0 inches]", QelErrorCode::invalidValue, "Height must be greater than 0.0"},
+        {"[w=1 normalized unit,h=-1 normalized units]", QelErrorCode::invalidValue,
+         "Height must be greater than 0.0"},
+        {"[w=1 inch,h=1 second]", QelErrorCode::cannotConvertUnit,
          "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)"},
-        {"[w=0.4 pixels,h=1 pixel]", 407, "Cannot construct zero pixel-wide coordinate space"},
-        {size, 13, badRow},
-        {size + "]", 13, badRow},
-        {size + row, 13, badRow},
-        {size + row + "-5,6:1,1/inch]", 13, badRow},
-        {size + row + "5;6:1,1/inch]", 13, badRow},
-        {size + row + "4294967296,6:1,1/inch]", 13, badRow},
-        {size + row + "5,6:-1,1/inch]", 13, badRow},
-        {size + row + "5,6:1,nan/inch]", 13, badRow},
-        {size + row + "5,6:1,1e999/inch]", 13, badRow},
-        {size + row + "5,6:1,1/nothing]", 13, badRow},
-        {size + row + "5,6:1,1/inch", 13, badRow},
-        {size + row + "5,6:1,1/inch]", 13, badSpace},
-        {size + row + "5,6:1,1/inch],", 13, badRow},
-        {size + row + "5,6:1,1/inch]: sel=", 13, badRow},
-        {size + row + "5,6:1,1/inch]: sel=" + row + "5,6:1,1/inch]", 13, badSpace},
-        {size + row + "5,6:1,1/second]", 306,
+        {"[w=0.4 pixels,h=1 pixel]", QelErrorCode::zeroPixelsWide,
+         "Cannot construct zero pixel-wide coordinate space"},
+        {size, QelErrorCode::invalidValue, badRow},
+        {size + "]", QelErrorCode::invalidValue, badRow},
+        {size + row, QelErrorCode::invalidValue, badRow},
+        {size + row + "-5,6:1,1/inch]", QelErrorCode::invalidValue, badRow},
+        {size + row + "5;6:1,1/inch]", QelErrorCode::invalidValue, badRow},
+        {size + row + "4294967296,6:1,1/inch]", QelErrorCode::invalidValue, badRow},
+        {size + row + "5,6:-1,1/inch]", QelErrorCode::invalidValue, badRow},
+        {size + row + "5,6:1,nan/inch]", QelErrorCode::invalidValue, badRow},
+        {size + row + "5,6:1,1e999/inch]", QelErrorCode::invalidValue, badRow},
+        {size + row + "5,6:1,1/nothing]", QelErrorCode::invalidValue, badRow},
+        {size + row + "5,6:1,1/inch", QelErrorCode::invalidValue, badRow},
+        {size + row + "5,6:1,1/inch]", QelErrorCode::invalidValue, badSpace},
+        {size + row + "5,6:1,1/inch],", QelErrorCode::invalidValue, badRow},
+        {size + row + "5,6:1,1/inch]: sel=", QelErrorCode::invalidValue, badRow},
+        {size + row + "5,6:1,1/inch]: sel=" + row + "5,6:1,1/inch]", QelErrorCode::invalidValue,
+         badSpace},
+        {size + row + "5,6:1,1/second]", QelErrorCode::cannotConvertUnit,
          "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)"},
-        {"[w=1 normalized unit,h=1 normalized unit, " + row + "5,6:0,0/inch]", 312,
+        {"[w=1 normalized unit,h=1 normalized unit, " + row + "5,6:0,0/inch]",
+         QelErrorCode::unsuitableUnit,
          "Cannot modify resolution information for coordinate space whose unit of measure is "
          "\"normalized unit\""},
     };
@@ -254,7 +260,7 @@ TEST(QelXyCoordSpaceText, Refusals) {
         std::istringstream in(each.text);
         QelXyCoordSpace space = physical();
         EXPECT_REFUSED(each.code, each.message, space, in >> space);
-        EXPECT_TRUE(each.code != 13 || in.fail());
+        EXPECT_TRUE(each.code != QelErrorCode::invalidValue || in.fail());
         std::istringstream again(each.text);
         Pointer const before(new QelXyCoordSpace(1, 1));
         Pointer pointer = before;
@@ -347,7 +353,7 @@ TEST(QelXyCoordSpaceText, AStreamThatFailedIsRefused) {
     std::istringstream in(two);
     in.setstate(std::ios_base::failbit);
     QelXyCoordSpace space = physical();
-    EXPECT_REFUSED(13, badSpace, space, in >> space);
+    EXPECT_REFUSED(QelErrorCode::invalidValue, badSpace, space, in >> space);
 }
 
 }  // namespace

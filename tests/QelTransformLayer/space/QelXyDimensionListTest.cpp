@@ -60,42 +60,46 @@ TEST(QelXyDimensionList, ChangesAreRefused) {
     QelXyDimension three = tenInches({1, 2, 3});
     constexpr char const * addPixels =
         "Cannot add resolution to dimension object defined in units of \"pixels\"";
-    EXPECT_REFUSED(312, addPixels, pixel, pixel.addResolution({1.0, QEL_UNIT_PIXEL}));
-    EXPECT_REFUSED(312, addPixels, pixel, pixel.addResolution({}));
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit, addPixels, pixel,
+                   pixel.addResolution({1.0, QEL_UNIT_PIXEL}));
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit, addPixels, pixel, pixel.addResolution({}));
     EXPECT_REFUSED(
-        312, "Cannot add resolution to dimension object defined in units of \"normalized units\"",
-        part, part.addResolution({}));
+        QelErrorCode::unsuitableUnit,
+        "Cannot add resolution to dimension object defined in units of \"normalized units\"", part,
+        part.addResolution({}));
     EXPECT_REFUSED(
-        312, "Cannot clear resolution info from dimension object defined in units of \"pixels\"",
-        pixel, pixel.clearResolutions());
+        QelErrorCode::unsuitableUnit,
+        "Cannot clear resolution info from dimension object defined in units of \"pixels\"", pixel,
+        pixel.clearResolutions());
     EXPECT_NO_THROW(part.clearResolutions());
-    EXPECT_REFUSED(312,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
                    "Cannot remove resolution from dimension object defined in units of \"pixels\"",
                    pixel, pixel.removeResolution(7));
     EXPECT_REFUSED(
-        312,
+        QelErrorCode::unsuitableUnit,
         "Cannot remove resolution from dimension object defined in units of \"normalized units\"",
         part, part.removeResolution(0));
-    EXPECT_REFUSED(312,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
                    "Cannot replace resolution in dimension object defined in units of \"pixels\"",
                    pixel, pixel.replaceResolution(7, {}));
     EXPECT_REFUSED(
-        312,
+        QelErrorCode::unsuitableUnit,
         "Cannot replace resolution in dimension object defined in units of \"normalized units\"",
         part, part.replaceResolution(0, {}));
-    EXPECT_REFUSED(7,
+    EXPECT_REFUSED(QelErrorCode::outOfRange,
                    "index value 3 passed to QelXyDimension::removeResolution(), but object has "
                    "only 3 resolution entries",
                    three, three.removeResolution(3));
-    EXPECT_REFUSED(7,
+    EXPECT_REFUSED(QelErrorCode::outOfRange,
                    "index value 4294967295 passed to QelXyDimension::replaceResolution(), but "
                    "object has only 3 resolution entries",
                    three, three.replaceResolution(4294967295U, {}));
-    EXPECT_REFUSED(7,
+    EXPECT_REFUSED(QelErrorCode::outOfRange,
                    "index value 1 passed to QelXyDimension::resolution(), but object has only 1 "
                    "resolution entries",
                    pixel, pixel.resolution(1));
-    EXPECT_REFUSED(306, "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", three,
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", three,
                    three.replaceResolution(1, {1.0, QEL_UNIT_SECOND}));
 }
 
@@ -129,40 +133,46 @@ TEST(QelXyDimensionList, ScalesIn64Bits) {
 
 TEST(QelXyDimensionList, ScalingRefuses) {
     QelXyDimension dimension = tenInches({100, 300});
-    EXPECT_REFUSED(310, "Cannot scale number of pixels by 0", dimension,
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale number of pixels by 0", dimension,
                    dimension.scalePixels(0.0));
-    EXPECT_REFUSED(310, "Cannot scale number of pixels by -1.5", dimension,
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale number of pixels by -1.5", dimension,
                    dimension.scalePixels(-1.5));
-    EXPECT_REFUSED(310, "Cannot scale number of pixels by nan", dimension,
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale number of pixels by nan", dimension,
                    dimension.scalePixels(nan));
-    EXPECT_REFUSED(310, "Cannot scale number of pixels by -2", dimension,
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale number of pixels by -2", dimension,
                    dimension.scalePixels(9U, -2.0));
-    EXPECT_REFUSED(7,
+    EXPECT_REFUSED(QelErrorCode::outOfRange,
                    "index value 2 passed to QelXyDimension::scalePixels(), but object has only 2 "
                    "resolution entries",
                    dimension, dimension.scalePixels(2U, 2.0));
-    EXPECT_REFUSED(405, "scaling pixel value 100 by scale factor 0.001 results in zero pixels",
+    EXPECT_REFUSED(QelErrorCode::noSamples,
+                   "scaling pixel value 100 by scale factor 0.001 results in zero pixels",
                    dimension, dimension.scalePixels(0.001));
-    EXPECT_REFUSED(405,
+    EXPECT_REFUSED(QelErrorCode::noSamples,
                    "Cannot scale resolution number 1 by scale factor 0.001 because pixel width 300 "
                    "ends up being set to zero",
                    dimension, dimension.scalePixels(1U, 0.001));
-    EXPECT_REFUSED(310, "Cannot scale resolution information by zero", dimension,
-                   dimension.scalePixels(0, 0));
-    EXPECT_REFUSED(310, "Denominator of ratio is zero", dimension, dimension.scalePixels(0, 1));
-    EXPECT_REFUSED(405, "scaling pixel value 100 by scale factor 1 over 101 results in zero pixels",
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale resolution information by zero",
+                   dimension, dimension.scalePixels(0, 0));
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Denominator of ratio is zero", dimension,
+                   dimension.scalePixels(0, 1));
+    EXPECT_REFUSED(QelErrorCode::noSamples,
+                   "scaling pixel value 100 by scale factor 1 over 101 results in zero pixels",
                    dimension, dimension.scalePixels(101, 1));
-    EXPECT_REFUSED(405, "scaling pixel value 100 by scale factor -1 over 2 results in zero pixels",
+    EXPECT_REFUSED(QelErrorCode::noSamples,
+                   "scaling pixel value 100 by scale factor -1 over 2 results in zero pixels",
                    dimension, dimension.scalePixels(2, -1));
     // The index, the numerator, the denominator.
-    EXPECT_REFUSED(7,
+    EXPECT_REFUSED(QelErrorCode::outOfRange,
                    "index value 5 passed to QelXyDimension::scalePixels(), but object has only 2 "
                    "resolution entries",
                    dimension, dimension.scalePixels(5U, 0, 0));
-    EXPECT_REFUSED(310, "Cannot scale resolution information by zero", dimension,
-                   dimension.scalePixels(1U, 0, 0));
-    EXPECT_REFUSED(310, "Denominator of ratio is zero", dimension, dimension.scalePixels(1U, 0, 1));
-    EXPECT_REFUSED(405, "scaling pixel value 300 by scale factor 1 over 301 results in zero pixels",
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale resolution information by zero",
+                   dimension, dimension.scalePixels(1U, 0, 0));
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Denominator of ratio is zero", dimension,
+                   dimension.scalePixels(1U, 0, 1));
+    EXPECT_REFUSED(QelErrorCode::noSamples,
+                   "scaling pixel value 300 by scale factor 1 over 301 results in zero pixels",
                    dimension, dimension.scalePixels(1U, 301, 1));
 }
 
@@ -193,15 +203,17 @@ TEST(QelXyDimensionList, InPixelsScalingIsOfTheExtent) {
     // The peculiar one: the denominator takes the place of an index, and nothing else is scaled.
     dimension.scalePixels(0U, 2, 3);
     expectPixels(318);
-    EXPECT_REFUSED(405, "scaling pixel value 318 by scale factor 1 over 319 results in zero pixels",
+    EXPECT_REFUSED(QelErrorCode::noSamples,
+                   "scaling pixel value 318 by scale factor 1 over 319 results in zero pixels",
                    dimension, dimension.scalePixels(319, 1));
-    EXPECT_REFUSED(7,
+    EXPECT_REFUSED(QelErrorCode::outOfRange,
                    "index value 1 passed to QelXyDimension::scalePixels(), but object has only 1 "
                    "resolution entries",
                    dimension, dimension.scalePixels(1U, 1, 1));
-    EXPECT_REFUSED(310, "Cannot scale number of pixels by -3", dimension,
+    EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale number of pixels by -3", dimension,
                    dimension.scalePixels(0U, 2, -3));
-    EXPECT_REFUSED(309, "scale( ) of dimension object resulted in dimension where width is <= 0.0",
+    EXPECT_REFUSED(QelErrorCode::illegalWidth,
+                   "scale( ) of dimension object resulted in dimension where width is <= 0.0",
                    dimension, dimension.scalePixels(0.001));
 }
 

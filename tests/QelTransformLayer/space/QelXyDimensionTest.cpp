@@ -273,14 +273,18 @@ TEST(QelXyDimension, ChangesThatRaiseChangeNothing) {
     error = errorOf([&] { dimension.setRange(range, true); });
     EXPECT_EQ(before, stateOf(dimension));
 
-    EXPECT_REFUSED(306, "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)",
-                   dimension, dimension.setUnit(QEL_UNIT_SECOND));
-    EXPECT_REFUSED(306, "Cannot convert dimension object from unit \"inch\" to unit \"pixel\"",
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)", dimension,
+                   dimension.setUnit(QEL_UNIT_SECOND));
+    EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
+                   "Cannot convert dimension object from unit \"inch\" to unit \"pixel\"",
                    dimension, dimension.setUnit(QEL_UNIT_PIXEL));
-    EXPECT_REFUSED(309, "attempt to set width of dimension object to a values which is <= 0.0",
+    EXPECT_REFUSED(QelErrorCode::illegalWidth,
+                   "attempt to set width of dimension object to a values which is <= 0.0",
                    dimension, dimension.setWidth(inches(0), true));
     QelXyDimension relative = part();
-    EXPECT_REFUSED(312, "Cannot scale dimension defined in units of \"normalized units\"", relative,
+    EXPECT_REFUSED(QelErrorCode::unsuitableUnit,
+                   "Cannot scale dimension defined in units of \"normalized units\"", relative,
                    relative.scale(2.0, true));
 }
 

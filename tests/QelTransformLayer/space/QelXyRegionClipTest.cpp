@@ -69,18 +69,21 @@ Legal legalOn(SpaceFacts const & space, int axis, int unit) {
     double const start = space.origin[axis];
     double const end = start + space.extent[axis];
     if (unit == P) {
-        if (space.selected[axis] == 0) return refused(410, pixelRefusal);
+        if (space.selected[axis] == 0)
+            return refused(QelErrorCode::noSelectedResolution, pixelRefusal);
         return {0.0, space.selected[axis] - 1.0, {}};
     }
     if ((axis == 0 && unit == W) || (axis == 1 && unit == H) || unit == N) return {0.0, 1.0, {}};
     if (axis == 0 && unit == H) {
         if (space.unit == H) return {0.0, maximum, {}};
-        if (space.unit == W || space.unit == N) return refused(306, relativeRefusal);
+        if (space.unit == W || space.unit == N)
+            return refused(QelErrorCode::cannotConvertUnit, relativeRefusal);
         return {0.0, space.extent[0] / space.extent[1], {}, false};
     }
     if (axis == 1 && unit == W) {
         if (space.unit == W) return {0.0, maximum, {}};
-        if (space.unit == H || space.unit == N) return refused(306, relativeRefusal);
+        if (space.unit == H || space.unit == N)
+            return refused(QelErrorCode::cannotConvertUnit, relativeRefusal);
         return {0.0, space.extent[1] / space.extent[0], {}, false};
     }
     if (unit == space.unit || unit == any) {
@@ -90,7 +93,7 @@ Legal legalOn(SpaceFacts const & space, int axis, int unit) {
     }
     std::optional<double> const ratio = ratioOf(space.unit, unit);
     if (!ratio) {
-        return refused(306,
+        return refused(QelErrorCode::cannotConvertUnit,
                        "Cannot convert from unit " + named(space.unit) + " to unit " + named(unit));
     }
     return {start * *ratio, end * *ratio, {}, *ratio == 1.0};

@@ -246,7 +246,7 @@ TEST(QelXyRegionSpace, SetCoordSpaceRefusesWhatIsNoImagesSpace) {
     expectRaises(QelErrorCode::nullPointer, "null coordinate space pointer passed to function",
                  [&] { region->setCoordSpace(nullptr); });
     QelCoordSpace const time(std::make_unique<QelDimension>("t", QelValue(1.0, QEL_UNIT_SECOND)));
-    expectRaises(QelErrorCode::wrongKind,
+    expectRaises(QelErrorCode::wrongClass,
                  "coord space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace",
                  [&] { region->setCoordSpace(&time); });
     watched.expectUnchanged();
@@ -326,35 +326,37 @@ TEST(QelXyRegionSpace, AChangeThatIsRefusedChangesNothing) {
     };
     // The region's box is in pixels.
     Case const cases[] = {
-        {"setResolution, width", 407,
+        {"setResolution, width", QelErrorCode::zeroPixelsWide,
          "Cannot add resolution to coordinate space and specify a width in pixels of zero",
          [](auto & r) { r.setResolution(0, 1); }},
-        {"setResolution, height", 408,
+        {"setResolution, height", QelErrorCode::zeroPixelsHigh,
          "Cannot add resolution to coordinate space and specify a height in pixels of zero",
          [](auto & r) { r.setResolution(1, 0); }},
-        {"selectResolution", 409,
+        {"selectResolution", QelErrorCode::noSuchResolution,
          "requested resolution, 5x5 pixels, is not supported by coordinate space\n"
          "    [(800,400)(80,40)]",
          [](auto & r) { r.selectResolution(5, 5); }},
-        {"scaleX", 310, "Cannot scale coord space x dimension by 0",
+        {"scaleX", QelErrorCode::illegalFactor, "Cannot scale coord space x dimension by 0",
          [](auto & r) { r.scaleX(0.0, true); }},
-        {"scaleY", 310, "Cannot scale coord space y dimension by 0",
+        {"scaleY", QelErrorCode::illegalFactor, "Cannot scale coord space y dimension by 0",
          [](auto & r) { r.scaleY(0.0, true); }},
-        {"scaleXY", 310, "Cannot scale coord space x dimension by 0",
+        {"scaleXY", QelErrorCode::illegalFactor, "Cannot scale coord space x dimension by 0",
          [](auto & r) { r.scaleXY(0.0, true); }},
-        {"scaleWidth", 310, "Cannot scale coord space width by -1",
+        {"scaleWidth", QelErrorCode::illegalFactor, "Cannot scale coord space width by -1",
          [](auto & r) { r.scaleWidth(-1.0, true); }},
-        {"scaleHeight", 310, "Cannot scale coord space height by -1",
+        {"scaleHeight", QelErrorCode::illegalFactor, "Cannot scale coord space height by -1",
          [](auto & r) { r.scaleHeight(-1.0, true); }},
-        {"scaleWidthHeight", 310, "Cannot scale coord space width by 0",
+        {"scaleWidthHeight", QelErrorCode::illegalFactor, "Cannot scale coord space width by 0",
          [](auto & r) { r.scaleWidthHeight(0.0, true); }},
-        {"scalePixels that loses the selection", 410, pixelRefusal,
+        {"scalePixels that loses the selection", QelErrorCode::noSelectedResolution, pixelRefusal,
          [](auto & r) { r.scalePixels(0.5, 0.5, false); }},
-        {"scalePixels by a ratio that loses it", 410, pixelRefusal,
+        {"scalePixels by a ratio that loses it", QelErrorCode::noSelectedResolution, pixelRefusal,
          [](auto & r) { r.scalePixels(2, 1, false); }},
-        {"setBox", 306, "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)",
+        {"setBox", QelErrorCode::cannotConvertUnit,
+         "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)",
          [](auto & r) { r.setBox(boxIn(QEL_UNIT_SECOND, 0, 0, 1, 1)); }},
-        {"setCoordSpace", 4, "null coordinate space pointer passed to function",
+        {"setCoordSpace", QelErrorCode::nullPointer,
+         "null coordinate space pointer passed to function",
          [](auto & r) { r.setCoordSpace(nullptr); }},
     };
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(manySpace(), pixelBoxAt(1, 2, 3, 4));

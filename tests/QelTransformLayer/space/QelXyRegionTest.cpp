@@ -46,17 +46,22 @@ TEST(QelXyRegion, EveryConstructorRefusesANullSpace) {
     QelValue const second(1.0, QEL_UNIT_SECOND);
     QelValueRange const range = continuous(0.0, 1.0, QEL_UNIT_INCH);
     expectRefusals({
-        {"space", 4, nullSpaceRefusal, [&] { QelXySimpleRegion give(none); }},
-        {"box", 4, nullSpaceRefusal, [&] { QelXySimpleRegion give(none, QelXyBox(range, range)); }},
-        {"points", 4, nullSpaceRefusal,
+        {"space", QelErrorCode::nullPointer, nullSpaceRefusal,
+         [&] { QelXySimpleRegion give(none); }},
+        {"box", QelErrorCode::nullPointer, nullSpaceRefusal,
+         [&] { QelXySimpleRegion give(none, QelXyBox(range, range)); }},
+        {"points", QelErrorCode::nullPointer, nullSpaceRefusal,
          [&] { QelXySimpleRegion give(none, QelXyPoint(one, one), QelXyPoint(one, one)); }},
-        {"points that do not convert", 4, nullSpaceRefusal,
+        {"points that do not convert", QelErrorCode::nullPointer, nullSpaceRefusal,
          [&] { QelXySimpleRegion give(none, QelXyPoint(one, one), QelXyPoint(second, second)); }},
-        {"values", 4, nullSpaceRefusal, [&] { QelXySimpleRegion give(none, one, one, one, one); }},
-        {"values that do not convert", 4, nullSpaceRefusal,
+        {"values", QelErrorCode::nullPointer, nullSpaceRefusal,
+         [&] { QelXySimpleRegion give(none, one, one, one, one); }},
+        {"values that do not convert", QelErrorCode::nullPointer, nullSpaceRefusal,
          [&] { QelXySimpleRegion give(none, one, one, second, second); }},
-        {"integers", 4, nullSpaceRefusal, [&] { QelXySimpleRegion give(none, 0, 0, 1, 1); }},
-        {"ranges", 4, nullSpaceRefusal, [&] { QelXySimpleRegion give(none, range, range); }},
+        {"integers", QelErrorCode::nullPointer, nullSpaceRefusal,
+         [&] { QelXySimpleRegion give(none, 0, 0, 1, 1); }},
+        {"ranges", QelErrorCode::nullPointer, nullSpaceRefusal,
+         [&] { QelXySimpleRegion give(none, range, range); }},
     });
 }
 
@@ -114,22 +119,22 @@ TEST(QelXyRegion, RefusesBoxesThatTheSpaceCannotHold) {
     QelXyPoint const right(inches(5.0), inches(5.0));
     QelXyPoint const left(inches(4.0), inches(6.0));
     expectRefusals({
-        {"pixels without a selection", 410, pixelRefusal,
+        {"pixels without a selection", QelErrorCode::noSelectedResolution, pixelRefusal,
          [&] { QelXySimpleRegion give(page, 0, 0, 1, 1); }},
-        {"another relative unit", 306, relativeRefusal,
+        {"another relative unit", QelErrorCode::cannotConvertUnit, relativeRefusal,
          [&] {
              QelXySimpleRegion give(byWidth, boxIn(QEL_UNIT_HEIGHT_RELATIVE, 0.0, 0.0, 1.0, 1.0));
          }},
-        {"a unit that does not convert", 306,
+        {"a unit that does not convert", QelErrorCode::cannotConvertUnit,
          "Cannot convert from unit inches (id = 43) to unit seconds (id = 6)",
          [&] { QelXySimpleRegion give(page, boxIn(QEL_UNIT_SECOND, 0.0, 0.0, 1.0, 1.0)); }},
-        {"a negative width", 309, "Negative width value",
+        {"a negative width", QelErrorCode::illegalWidth, "Negative width value",
          [&] { QelXySimpleRegion give(pixelSpace(9, 9), 0, 0, -1, 1); }},
-        {"a negative height", 309, "Negative width value",
+        {"a negative height", QelErrorCode::illegalWidth, "Negative width value",
          [&] { QelXySimpleRegion give(page, inches(0), inches(0), inches(1), inches(-1)); }},
-        {"corners the wrong way", 309, "Negative width value",
+        {"corners the wrong way", QelErrorCode::illegalWidth, "Negative width value",
          [&] { QelXySimpleRegion give(page, right, left); }},
-        {"no number", 309, "Negative width value",
+        {"no number", QelErrorCode::illegalWidth, "Negative width value",
          [&] {
              QelXySimpleRegion give(page, inches(std::nan("")), inches(0), inches(1), inches(1));
          }},
@@ -298,17 +303,19 @@ TEST(QelXyRegion, OneWithoutASpaceRefusesWhatNeedsOne) {
     EXPECT_EQ(nullptr, region->xyCoordSpace().get());
     char const * const text = "QelXyRegion has no coord space";
     expectRefusals({
-        {"setBox", 4, text, [&] { region->setBox(pixelBoxAt(0, 0, 1, 1)); }},
-        {"setPixelBounds", 4, text,
+        {"setBox", QelErrorCode::nullPointer, text,
+         [&] { region->setBox(pixelBoxAt(0, 0, 1, 1)); }},
+        {"setPixelBounds", QelErrorCode::nullPointer, text,
          [&] {
              region->setPixelBounds({0, 0, 1, 1});
          }},
-        {"pixelBounds", 4, text, [&] { region->pixelBounds(); }},
-        {"xRange", 4, text, [&] { region->xRange(QEL_UNIT_INCH); }},
-        {"polygon", 4, text, [&] { region->polygon(1.0, 1.0); }},
-        {"setCoordSpace", 4, text, [&] { region->setCoordSpace(pixelSpace(1, 1)); }},
-        {"setResolution", 4, text, [&] { region->setResolution(1, 1); }},
-        {"scaleX", 4, text, [&] { region->scaleX(1.0, false); }},
+        {"pixelBounds", QelErrorCode::nullPointer, text, [&] { region->pixelBounds(); }},
+        {"xRange", QelErrorCode::nullPointer, text, [&] { region->xRange(QEL_UNIT_INCH); }},
+        {"polygon", QelErrorCode::nullPointer, text, [&] { region->polygon(1.0, 1.0); }},
+        {"setCoordSpace", QelErrorCode::nullPointer, text,
+         [&] { region->setCoordSpace(pixelSpace(1, 1)); }},
+        {"setResolution", QelErrorCode::nullPointer, text, [&] { region->setResolution(1, 1); }},
+        {"scaleX", QelErrorCode::nullPointer, text, [&] { region->scaleX(1.0, false); }},
     });
 }
 

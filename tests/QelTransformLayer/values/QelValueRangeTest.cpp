@@ -241,7 +241,7 @@ TEST(QelValueRangeTest, APointWithoutSamplesStaysOne) {
 }
 
 TEST(QelValueRangeTest, EndsInTheWrongOrderAreRefused) {
-    // "setMax(0.5) on a range from 1.0 raises error 308"; the end is changed then.
+    // The end is changed when the refusal comes.
     QelValueRange range = continuous(1, 2);
     expectRaises(QelErrorCode::invertedRange,
                  "Range with min value of 1 and max value of 0.5 (unit identifier = 0)",

@@ -38,7 +38,7 @@ void expectRefused(T const & target, int code, std::string const & refusal,
     std::istringstream in(text);
     expectRaises(code, refusal, [&] { in >> value; });
     EXPECT_EQ(exactText(target), exactText(value));
-    EXPECT_EQ(code == 13, in.fail());
+    EXPECT_EQ(code == QelErrorCode::invalidValue, in.fail());
 }
 
 TEST(QelXyBoxTest, HasItsEndsAndSizes) {
@@ -77,17 +77,17 @@ TEST(QelXyBoxTest, BadTextsAreRefused) {
                               "qelXyBox[x=5 pixels", "QelXyBox[ x=5 pixels",
                               "QelXyBox[x=5 pixels; y=7 inches", "QelXyBox[x=5 pixels, w=7 inches",
                               "QelXyBox[x=5 pixels, y=7 inches, w=6 pixels, h=8 inches)"})
-        expectRefused(someBox(), 13, badBox, text);
+        expectRefused(someBox(), QelErrorCode::invalidValue, badBox, text);
     for (char const * text :
          {"QelXyBox[x=5, y=7 inches, w=6 pixels, h=8 inches]", "QelXyBox[x=, y=7 inches",
           "QelXyBox[x=1 mil, y=7 inches", "QelXyBox[x=5 pixels, y=7 furlongs"})
-        expectRefused(someBox(), 13, badUnit, text);
+        expectRefused(someBox(), QelErrorCode::invalidValue, badUnit, text);
 }
 
 TEST(QelXyBoxTest, WhatARangeRefusesIsRefused) {
-    expectRefused(someBox(), 309, "Negative width value",
+    expectRefused(someBox(), QelErrorCode::illegalWidth, "Negative width value",
                   "QelXyBox[x=5 pixels, y=7 inches, w=6 pixels, h=-8 inches]");
-    expectRefused(someBox(), 306,
+    expectRefused(someBox(), QelErrorCode::cannotConvertUnit,
                   "Cannot convert from unit inches (id = 43) to unit pixels (id = 1)",
                   "QelXyBox[x=5 pixels, y=7 inches, w=6 inches, h=8 inches]");
 }
@@ -100,9 +100,9 @@ TEST(QelXyBoxTest, APointReadsBack) {
     EXPECT_EQ(']', in.get());
     for (char const * text : {"", "QelXyPoint", "QelXyBox[x=", "QelXyPoint[x=1 inch",
                               "QelXyPoint[x=1 inch, x=", "QelXyPoint[x=1 inch, y=2 pixels)"})
-        expectRefused(somePoint(), 13, badPoint, text);
+        expectRefused(somePoint(), QelErrorCode::invalidValue, badPoint, text);
     for (char const * text : {"QelXyPoint[x=1", "QelXyPoint[x=1 inch, y=]"})
-        expectRefused(somePoint(), 13, badUnit, text);
+        expectRefused(somePoint(), QelErrorCode::invalidValue, badUnit, text);
 }
 
 TEST(QelXyBoxTest, ErrorsNameTheReader) {
@@ -154,7 +154,7 @@ TEST(QelXyBoxTest, RandomBoxesReadBack) {
                           true));
         std::string const text = exactText(box);
         if (holdsAMil(box.width()) || holdsAMil(box.yMin())) {
-            expectRefused(someBox(), 13, badUnit, text);
+            expectRefused(someBox(), QelErrorCode::invalidValue, badUnit, text);
             continue;
         }
         std::istringstream in(text);
@@ -185,7 +185,10 @@ TEST(QelXyBoxTest, DamagedTextIsRefusedOrReadsBackTheSame) {
             in >> box;
         } catch (ZanError const & error) {
             int const code = error.getErrcode();
-            ASSERT_TRUE(code == 13 || code == 306 || code == 309) << text << error.getMsg();
+            ASSERT_TRUE(code == QelErrorCode::invalidValue ||
+                        code == QelErrorCode::cannotConvertUnit ||
+                        code == QelErrorCode::illegalWidth)
+                << text << error.getMsg();
             continue;
         }
         std::istringstream again(exactText(box));

@@ -1,0 +1,63 @@
+#include "QelErrorCode.h"
+
+#include <gtest/gtest.h>
+
+// Clients store and compare the numbers, so a name never gets another one.
+TEST(QelErrorCodeTest, EveryNameKeepsItsNumber) {
+    EXPECT_EQ(1, QelErrorCode::notComputed);
+    EXPECT_EQ(2, QelErrorCode::wrongClass);
+    EXPECT_EQ(3, QelErrorCode::misuse);
+    EXPECT_EQ(4, QelErrorCode::nullPointer);
+    EXPECT_EQ(6, QelErrorCode::noNamesGiven);
+    EXPECT_EQ(7, QelErrorCode::outOfRange);
+    EXPECT_EQ(9, QelErrorCode::unsupported);
+    EXPECT_EQ(10, QelErrorCode::unexpectedException);
+    EXPECT_EQ(11, QelErrorCode::memoryLeak);
+    EXPECT_EQ(11, QelErrorCode::limitExceeded);
+    EXPECT_EQ(13, QelErrorCode::invalidValue);
+    EXPECT_EQ(20, QelErrorCode::noSuchAttribute);
+    EXPECT_EQ(21, QelErrorCode::attributeLocked);
+    EXPECT_EQ(22, QelErrorCode::attributesInconsistent);
+    EXPECT_EQ(23, QelErrorCode::endlessCallbacks);
+    EXPECT_EQ(24, QelErrorCode::illegalAttributeName);
+    EXPECT_EQ(118, QelErrorCode::unsupportedDataType);
+    EXPECT_EQ(119, QelErrorCode::wrongPixelFormat);
+    EXPECT_EQ(123, QelErrorCode::invalidInput);
+    EXPECT_EQ(128, QelErrorCode::pixelCountsDiffer);
+    EXPECT_EQ(150, QelErrorCode::simpleDataOrgNeeded);
+    EXPECT_EQ(151, QelErrorCode::outOfBounds);
+    EXPECT_EQ(152, QelErrorCode::unevenBandOffsets);
+    EXPECT_EQ(153, QelErrorCode::invalidDataOrg);
+    EXPECT_EQ(153, QelErrorCode::cannotRescale);
+    EXPECT_EQ(203, QelErrorCode::renderFailed);
+    EXPECT_EQ(204, QelErrorCode::cancelled);
+    EXPECT_EQ(300, QelErrorCode::noSuchUnit);
+    EXPECT_EQ(301, QelErrorCode::unitNotRegistered);
+    EXPECT_EQ(302, QelErrorCode::unitReserved);
+    EXPECT_EQ(303, QelErrorCode::unitTaken);
+    EXPECT_EQ(303, QelErrorCode::illegalDotsPerUnit);
+    EXPECT_EQ(304, QelErrorCode::illegalUnitMultiplier);
+    EXPECT_EQ(305, QelErrorCode::notAStandardUnit);
+    EXPECT_EQ(306, QelErrorCode::cannotConvertUnit);
+    EXPECT_EQ(307, QelErrorCode::lengthsDiffer);
+    EXPECT_EQ(308, QelErrorCode::invertedRange);
+    EXPECT_EQ(309, QelErrorCode::illegalWidth);
+    EXPECT_EQ(310, QelErrorCode::illegalFactor);
+    EXPECT_EQ(311, QelErrorCode::cannotConvertDimension);
+    EXPECT_EQ(312, QelErrorCode::unsuitableUnit);
+    EXPECT_EQ(400, QelErrorCode::countsDiffer);
+    EXPECT_EQ(401, QelErrorCode::noDimensions);
+    EXPECT_EQ(402, QelErrorCode::unsuitableResolution);
+    EXPECT_EQ(403, QelErrorCode::arbitraryResolution);
+    EXPECT_EQ(404, QelErrorCode::noSuchDimension);
+    EXPECT_EQ(405, QelErrorCode::noSamples);
+    EXPECT_EQ(407, QelErrorCode::zeroPixelsWide);
+    EXPECT_EQ(408, QelErrorCode::zeroPixelsHigh);
+    EXPECT_EQ(409, QelErrorCode::noSuchResolution);
+    EXPECT_EQ(410, QelErrorCode::noSelectedResolution);
+    EXPECT_EQ(411, QelErrorCode::illegalExtent);
+    EXPECT_EQ(412, QelErrorCode::illegalWorldWidth);
+    EXPECT_EQ(413, QelErrorCode::illegalWorldHeight);
+    EXPECT_EQ(600, QelErrorCode::noCommonResolution);
+    EXPECT_EQ(602, QelErrorCode::noPixelSource);
+}
