@@ -7,6 +7,7 @@
 
 #include "AllocationCounter.h"
 #include "Qel2DImage.h"
+#include "QelErrorCode.h"
 #include "QelSystemConfig.h"
 #include "ScopedSetting.h"
 #include "TestOps.h"

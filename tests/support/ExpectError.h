@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "QelErrorCode.h"
 #include "ZanError.h"
 
 // The ZanError that `action` raises; a failure of the test, and nothing, when it raises none.
