@@ -82,10 +82,11 @@ TEST_F(QelToolListingsTest, ColoursIsATableInTheOrderOfTheRegistry) {
         EXPECT_EQ(row.text, lines[row.line]);
     }
     std::set<std::string> classes;
-    for (int index = 0; index < qelColorSpaceRows; ++index) {
-        std::string const & line = lines[static_cast<std::size_t>(index) + 1];
+    std::vector<MoxConstSmartPtr<QelColorSpace>> const spaces = qelColorSpaces();
+    for (std::size_t index = 0; index < spaces.size(); ++index) {
+        std::string const & line = lines[index + 1];
         std::string const name = line.substr(0, line.find(' '));
-        EXPECT_EQ(qelColorSpaceRow(index).className, name);
+        EXPECT_EQ(spaces[index]->className(), name);
         classes.insert(name);
     }
     EXPECT_EQ(53U, classes.size());

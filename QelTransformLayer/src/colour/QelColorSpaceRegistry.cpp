@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "QelColorSpaces.h"
+#include "QelColorSpaceFamily.h"
 #include "QelError.h"
 #include "ZanImmortal.h"
 #include "ZanMutex.h"
@@ -22,59 +22,8 @@ struct Known {
 class Registry {
   public:
     Registry() {
-        know<QelGenericColorSpace>();
-        know<QelGenericAColorSpace>();
-        know<QelNormalizedColorSpace>();
-        know<QelRGBColorSpace>();
-        know<QelRGBAColorSpace>();
-        know<QelLumColorSpace>();
-        know<QelLumAColorSpace>();
-        know<QelHRZYCCColorSpace>();
-        know<QelHRZYCCAColorSpace>();
-        know<QelHRZRGBColorSpace>();
-        know<QelHRZRGBAColorSpace>();
-        know<QelYCbCrColorSpace>();
-        know<QelYCbCrAColorSpace>();
-        know<QelHRZLumColorSpace>();
-        know<QelHRZLumAColorSpace>();
-        know<QelFpxYCCColorSpace>();
-        know<QelFpxYCCAColorSpace>();
-        know<QelFpxRGBColorSpace>();
-        know<QelFpxRGBAColorSpace>();
-        know<QelFpxYCbCrColorSpace>();
-        know<QelFpxYCbCrAColorSpace>();
-        know<QelFpxLumColorSpace>();
-        know<QelFpxLumAColorSpace>();
-        know<QelAdobeSRGBColorSpace>();
-        know<QelAdobeSRGBAColorSpace>();
-        know<QelCIEXYZColorSpace>();
-        know<QelCMYColorSpace>();
-        know<QelCMYKColorSpace>();
-        know<QelWTBRGBColorSpace>();
-        know<QelWTBRGBAColorSpace>();
-        know<QelERIMMColorSpace>();
-        know<QelNIF8BitColorSpace>();
-        know<QelNIFA8BitColorSpace>();
-        know<QelNIFColorSpace>();
-        know<QelNIFAColorSpace>();
-        know<QelNIFPColorSpace>();
-        know<QelNIFAPColorSpace>();
-        know<QelPCSCIELABColorSpace>();
-        know<QelPCSXYZColorSpace>();
-        know<QelRIMColorSpace>();
-        know<QelRIMAColorSpace>();
-        know<QelRIMMColorSpace>();
-        know<QelRIMMAColorSpace>();
-        know<QelRIMRGBColorSpace>();
-        know<QelROMColorSpace>();
-        know<QelROMAColorSpace>();
-        know<QelROMMColorSpace>();
-        know<QelROMMAColorSpace>();
-        know<QelRPDColorSpace>();
-        know<QelSRGBColorSpace>();
-        know<QelSRGBAColorSpace>();
-        know<QelTSpaceColorSpace>();
-        know<QelUSpaceColorSpace>();
+        for (QelColorSpaceRow const & row : qelColorSpaceRows())
+            family_.push_back({row.create(), row.name});
     }
 
     void add(QelColorSpaceRegistryEntry const * entry) {
@@ -110,12 +59,6 @@ class Registry {
     }
 
   private:
-    template <class Space>
-    void know() {
-        MoxSmartPtr<QelColorSpace> const prototype = new Space();
-        family_.push_back({prototype, prototype->name()});
-    }
-
     std::vector<Known> family_;
     ZanMutex lock_;
     std::vector<QelColorSpaceRegistryEntry const *> entries_ ZAN_GUARDED_BY(lock_);
