@@ -1,4 +1,3 @@
-#include <cmath>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -79,10 +78,6 @@ bool isPeculiar(T const &) {
 
 bool isPeculiar(QelValue const & value) {
     return hasNoReadableText(value);
-}
-
-bool isPeculiar(Space const & space) {
-    return space && !(std::isfinite(space->minValue()) && std::isfinite(space->maxValue()));
 }
 
 // What may be left where the stream fails: the value as it was, or as much as there was of it.

@@ -55,7 +55,8 @@ class QEL_API QelAttribute : public ZanRefCount {
     std::string const & name() const { return name_; }
 
     // A locked attribute refuses to change its value. For values that others read meanwhile, in a
-    // render for instance; nothing is locked but by a client.
+    // render for instance; nothing is locked but by a client. A mark, and no mutex: nobody waits,
+    // unlike in lock() of a QelColorSpace.
     bool locked() const { return locked_; }
     void lock() { locked_ = true; }
     void unlock() { locked_ = false; }

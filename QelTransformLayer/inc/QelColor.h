@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <iosfwd>
 #include <vector>
 
@@ -14,10 +15,17 @@
 class QEL_API QelColor {
   public:
     // Without a space: so many values of 0.0. Raises invalidValue (13) "A color cannot have ", the
-    // count and " code values" for a negative count.
+    // count and " code values" for a negative count. A code value alone is no count: it does not
+    // compile.
     explicit QelColor(int count = 3);
-    // Without a space: `count` values from `codes` on.
+    template <std::floating_point Number>
+    explicit QelColor(Number) = delete;
+    // Without a space: `count` values from `codes` on. Raises 13 for a negative count, nullPointer
+    // (4) "QelColor cannot be constructed from a null pointer to code values" for null where the
+    // count is not 0.
     QelColor(double const * codes, int count);
+    template <std::floating_point Number>
+    QelColor(double const * codes, Number count) = delete;
 
     // All with a space raise nullPointer (4) "QelColor cannot be constructed from pointer to color
     // space, if pointer value is NULL", and invalidValue (13) for a value outside the range or a
@@ -46,10 +54,11 @@ class QEL_API QelColor {
     // Another space, with the values scaled from the old range to the new one; as the form above if
     // either space is null. With `fromZero` they are multiplied by the quotient of the maxima, or
     // of the minima where the old maximum is 0, so that 0 stays; with `clamp` they are then limited
-    // to the new range. Raises countsDiffer (400) for another number of bands, cannotRescale (153)
-    // for an old range that gives no factor and, without `clamp`, for a value that leaves the new
-    // one (with it too where the numbers are too large to scale, or the new range is empty); the
-    // values before that one are scaled already then.
+    // to the new range. A value that leaves the new range by rounding alone is limited in any case.
+    // Raises countsDiffer (400) for another number of bands, cannotRescale (153) for an old range
+    // that gives no factor and, without `clamp`, for a value that leaves the new one by more (with
+    // it too where the numbers are too large to scale, or the new range is empty); the values
+    // before that one are scaled already then.
     void setColorSpace(MoxSmartPtr<QelColorSpace> space, bool clamp, bool fromZero);
 
     // The same space (see QelColorSpace::isEqual()), or none in both, and the same values exactly.
@@ -72,6 +81,8 @@ class QEL_API QelColor {
 QEL_API QelColor convert(QelColor const & color, bool clamp, MoxSmartPtr<QelColorSpace> space);
 
 // "QelColor[", the space and ":" if there is one, "<", the values, separated by ",", and ">]".
+// Raises invalidValue (13), and writes nothing, for a value that is infinite or no number, and what
+// QelColorSpace::write() raises: what is written can be read.
 QEL_API std::ostream & operator<<(std::ostream & out, QelColor const & color);
 // Reads that form; "NULL" is the colour of no values. Raises invalidValue (13) "Invalid QelColor
 // value", what the reader of the space raises, and what setColorSpace() raises; the colour then

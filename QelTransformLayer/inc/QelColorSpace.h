@@ -15,7 +15,10 @@
 //
 // Held by MoxSmartPtr. Everything but the flag is fixed once a space is made or read, so any thread
 // may ask.
-// The mutex is there for callers that need one for each space; the space itself takes it nowhere.
+//
+// lock() is that of a mutex, which callers may use that need one for each space: it waits while
+// another thread holds it, and keeps nobody from changing the space, which takes it nowhere itself.
+// lock() of a QelAttribute is something else: a mark that makes changes raise, and never waits.
 class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
   public:
     virtual ~QelColorSpace();
@@ -37,9 +40,12 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
     virtual char const * className() const;
 
     // The text form: the class name, "[b=", the bands, ", min=", the minimum, ", max=", the maximum
-    // and "]"; numbers as short as they read back. read() takes everything up to "[" and what
-    // follows; it raises invalidValue (13) "Invalid QelColorSpace value" and changes nothing where
-    // that does not read, or the bands are negative. It is for a space that nobody else has yet.
+    // and "]"; numbers as short as they read back. write() raises invalidValue (13), and writes
+    // nothing, where that could not be read again: for a negative number of bands, a minimum or
+    // maximum that is infinite or no number, and a class name that has a "[" or starts with "NULL".
+    // read() takes everything up to "[" and what follows; it raises invalidValue (13) "Invalid
+    // QelColorSpace value" and changes nothing where that does not read, or the bands are negative.
+    // It is for a space that nobody else has yet.
     virtual void write(std::ostream & out) const;
     virtual void read(std::istream & in);
 
@@ -78,8 +84,11 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
     std::atomic<bool> flag_{false};
 };
 
-// write(), or "NULL" for null.
-QEL_API std::ostream & operator<<(std::ostream & out, MoxSmartPtr<QelColorSpace> const & space);
+// write(), or "NULL" for null. The second form takes every kind of pointer, counted or not, to a
+// space of any class, const or not.
+QEL_API std::ostream & operator<<(std::ostream & out, QelColorSpace const & space);
+QEL_API std::ostream & operator<<(std::ostream & out, QelColorSpace const * space);
 // Makes a space of the class that the text names, and lets it read. Raises invalidValue (13) for a
-// class that is not registered, and what read() raises; the pointer then stays as it is.
+// class that is not registered in this process, and what read() raises; the pointer then stays as
+// it is.
 QEL_API std::istream & operator>>(std::istream & in, MoxSmartPtr<QelColorSpace> & space);

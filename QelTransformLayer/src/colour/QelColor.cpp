@@ -1,7 +1,10 @@
 #include "QelColor.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
+#include <limits>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -51,6 +54,14 @@ std::size_t checkedCount(int count) {
     return static_cast<std::size_t>(count);
 }
 
+double const * checkedCodes(double const * codes, int count) {
+    if (codes == nullptr && count > 0) {
+        qelRaise(QelErrorCode::nullPointer,
+                 "QelColor cannot be constructed from a null pointer to code values");
+    }
+    return codes;
+}
+
 std::vector<double> codesOf(QelColorSpace const & space, double code) {
     return std::vector<double>(checkedCount(space.numBands()), checkedCode(space, code));
 }
@@ -77,7 +88,7 @@ std::vector<double> const & checkedCodes(QelColorSpace const & space,
                                          std::vector<double> const & codes) {
     if (!hasBands(space, codes.size())) {
         QelTextStream text;
-        text << "Cannot construct QelColor from color space " << space.name() << " ("
+        text << "Cannot construct QelColor from color space " << space.name() << '('
              << space.numBands() << " bands) and vector with " << codes.size() << " code values";
         qelRaise(QelErrorCode::countsDiffer, text.str());
     }
@@ -91,7 +102,7 @@ std::vector<double> const & checkedCodes(QelColorSpace const & space,
 QelColor::QelColor(int count) : codeValues_(checkedCount(count)) {}
 
 QelColor::QelColor(double const * codes, int count) : codeValues_(checkedCount(count)) {
-    std::copy_n(codes, count, codeValues_.begin());
+    std::copy_n(checkedCodes(codes, count), count, codeValues_.begin());
 }
 
 QelColor::QelColor(MoxSmartPtr<QelColorSpace> space)
@@ -176,6 +187,17 @@ double checkedScaled(QelColorSpace const & to, double scaled) {
     return scaled;
 }
 
+// Is it rounding alone that takes `code` times `factor` beyond an end of the range? Factor and
+// product are rounded once each, by half of the last digit; the factor by more where it is one of
+// the smallest numbers.
+bool leavesByRounding(QelColorSpace const & to, double code, double factor) {
+    double const scaled = code * factor;
+    double const beyond = std::max(to.minValue() - scaled, scaled - to.maxValue());
+    double const rounding = std::fabs(scaled) * 2.0 * std::numeric_limits<double>::epsilon() +
+                            std::fabs(code) * std::numeric_limits<double>::denorm_min();
+    return std::isfinite(scaled) && beyond <= rounding;
+}
+
 }  // namespace
 
 // From one range to the other: what leaves the new one does so by rounding alone.
@@ -201,7 +223,8 @@ void QelColor::rescaleFromZero(QelColorSpace const & to, bool clamp) {
     double const factor = max != 0.0 ? to.maxValue() / max : to.minValue() / min;
     for (double & code : codeValues_) {
         double const scaled = code * factor;
-        code = checkedScaled(to, clamp ? limited(to, scaled) : scaled);
+        bool const limit = clamp || leavesByRounding(to, code, factor);
+        code = checkedScaled(to, limit ? limited(to, scaled) : scaled);
     }
 }
 
@@ -232,15 +255,33 @@ QelColor convert(QelColor const & color, bool clamp, MoxSmartPtr<QelColorSpace> 
 
 // ---- Text form
 
+namespace {
+
+void writeCode(std::ostream & out, double code) {
+    if (!std::isfinite(code)) {
+        qelRaise(QelErrorCode::invalidValue, "QelColor with a code value of " + qelShortest(code) +
+                                                 " has no text form that can be read");
+    }
+    out << qelShortest(code);
+}
+
+}  // namespace
+
+// Put together first, so that a refusal writes nothing.
 std::ostream & operator<<(std::ostream & out, QelColor const & color) {
-    out << "QelColor[";
-    if (color.colorSpace()) out << color.colorSpace() << ':';
+    std::ostringstream text;
+    text.copyfmt(out);
+    text.width(0);
+    text << "QelColor[";
+    if (color.colorSpace()) text << color.colorSpace() << ':';
     char const * separator = "<";
     for (double const code : color.codeValues()) {
-        out << separator << qelShortest(code);
+        text << separator;
+        writeCode(text, code);
         separator = ",";
     }
-    return out << (color.numChannels() == 0 ? "<>]" : ">]");
+    text << (color.numChannels() == 0 ? "<>]" : ">]");
+    return out << text.str();
 }
 
 namespace {

@@ -1,7 +1,10 @@
 #include "QelColorSpace.h"
 
+#include <cmath>
 #include <iostream>
 #include <limits>
+#include <string>
+#include <string_view>
 #include <typeinfo>
 #include <utility>
 
@@ -70,7 +73,31 @@ void QelColorSpace::setFields(int bands, double min, double max) {
     maxValue_ = max;
 }
 
+namespace {
+
+constexpr std::size_t longestClassName = 1000;
+
+// Does operator>> take this for the name of a class, and all of it?
+bool isReadable(std::string_view className) {
+    constexpr std::string_view space = " \t\n\v\f\r";
+    return className.find_first_not_of(space) == 0 && className.size() <= longestClassName &&
+           className.find('[') == className.npos && !className.starts_with("NULL");
+}
+
+void checkReadable(QelColorSpace const & space) {
+    bool const good = space.numBands() >= 0 && std::isfinite(space.minValue()) &&
+                      std::isfinite(space.maxValue()) && isReadable(space.className());
+    if (good) return;
+    qelRaise(QelErrorCode::invalidValue,
+             std::string("Class ") + space.className() + " with " + qelShortest(space.numBands()) +
+                 " bands and a range of " + qelShortest(space.minValue()) + " to " +
+                 qelShortest(space.maxValue()) + " has no text form that can be read");
+}
+
+}  // namespace
+
 void QelColorSpace::write(std::ostream & out) const {
+    checkReadable(*this);
     out << className() << "[b=" << qelShortest(numBands()) << ", min=" << qelShortest(minValue())
         << ", max=" << qelShortest(maxValue()) << ']';
 }
@@ -102,21 +129,31 @@ void QelColorSpace::read(std::istream & in) {
     setFields(static_cast<int>(bands), min, max);
 }
 
-std::ostream & operator<<(std::ostream & out, MoxSmartPtr<QelColorSpace> const & space) {
-    if (!space) return out << "NULL";
-    space->write(out);
+std::ostream & operator<<(std::ostream & out, QelColorSpace const & space) {
+    space.write(out);
     return out;
 }
 
+std::ostream & operator<<(std::ostream & out, QelColorSpace const * space) {
+    return space != nullptr ? out << *space : out << "NULL";
+}
+
 std::istream & operator>>(std::istream & in, MoxSmartPtr<QelColorSpace> & space) {
-    constexpr std::size_t longestName = 1000;
+    constexpr std::string_view null = "NULL";
     qelSkipSpace(in);
-    if (qelPeek(in) == 'N') {
-        qelExpect(in, "NULL", invalid);
+    bool const maybeNull = qelPeek(in) == null.front();
+    std::string name = maybeNull ? qelReadWord(in, null.size()) : "";
+    if (name == null) {
         space = MoxSmartPtr<QelColorSpace>();
         return in;
     }
-    MoxSmartPtr<QelColorSpace> read = qelNewColorSpace(qelReadUntil(in, '[', longestName));
+    // Other names may start with that letter, too.
+    name += qelReadUntil(in, '[', longestClassName - name.size());
+    if (maybeNull && qelPeek(in) != '[') {
+        in.setstate(std::ios_base::failbit);
+        qelRaise(QelErrorCode::invalidValue, invalid);
+    }
+    MoxSmartPtr<QelColorSpace> read = qelNewColorSpace(name);
     read->read(in);
     space = std::move(read);
     return in;

@@ -4,11 +4,13 @@
 
 #include <cmath>
 #include <iostream>
+#include <limits>
 #include <optional>
 #include <random>
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "ExpectError.h"
@@ -219,6 +221,87 @@ TEST(QelColorSpaceText, IsClassBandsAndRange) {
     EXPECT_EQ("NULL", written(Space()));
 }
 
+template <class Printable>
+std::string printed(Printable const & printable) {
+    std::ostringstream out;
+    out << printable;
+    return out.str();
+}
+
+// Never an address.
+TEST(QelColorSpaceText, IsThatOfTheSpaceForEveryKindOfPointer) {
+    MoxSmartPtr<QelRGBColorSpace> const derived = new QelRGBColorSpace();
+    MoxConstSmartPtr<QelRGBColorSpace> const derivedConst = derived.get();
+    MoxConstSmartPtr<QelColorSpace> const base = derived.get();
+    QelRGBColorSpace * const raw = derived;
+    QelColorSpace const * const rawConst = derived;
+    std::string const expected = "QelRGBColorSpace[b=3, min=0, max=255]";
+    EXPECT_EQ(expected, printed(*rawConst));
+    EXPECT_EQ(expected, printed(*derived));
+    EXPECT_EQ(expected, printed(Space(raw)));
+    EXPECT_EQ(expected, printed(derived));
+    EXPECT_EQ(expected, printed(derivedConst));
+    EXPECT_EQ(expected, printed(base));
+    EXPECT_EQ(expected, printed(raw));
+    EXPECT_EQ(expected, printed(rawConst));
+    EXPECT_EQ("NULL", printed(MoxSmartPtr<QelLumColorSpace>()));
+    EXPECT_EQ("NULL", printed(MoxConstSmartPtr<QelColorSpace>()));
+}
+
+// A client's own class of any name.
+class NamedColorSpace : public MoonColorSpace {
+  public:
+    explicit NamedColorSpace(std::string name) : name_(std::move(name)) {}
+    Space clone() const override { return new NamedColorSpace(*this); }
+    char const * className() const override { return name_.c_str(); }
+
+  private:
+    std::string name_;
+};
+
+// Not everything that starts as "NULL" does is null.
+TEST(QelColorSpaceText, ReadsBackWhateverTheNameOfTheClass) {
+    for (char const * const name : {"N", "NU", "Nul", "NightColorSpace", "Night<int, 3>",
+                                    "(anonymous namespace)::Night", "NUl", "N:LL"}) {
+        SCOPED_TRACE(name);
+        Space const prototype = new NamedColorSpace(name);
+        QelColorSpaceRegistryEntry const entry(prototype, "Night");
+        Space const again = read(written(prototype));
+        ASSERT_TRUE(again);
+        EXPECT_STREQ(name, again->className());
+    }
+}
+
+TEST(QelColorSpaceText, RefusesToWriteWhatDoesNotRead) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    struct Row {
+        Space space;
+        std::string refusal;
+    };
+    std::string const end = " has no text form that can be read";
+    std::string const moon = " with 1 bands and a range of 0 to 1" + end;
+    std::string const longest(1000, 'x');
+    for (Row const & row :
+         {Row{new QelRGBColorSpace(-1, 0.0, 1.0),
+              "Class QelRGBColorSpace with -1 bands and a range of 0 to 1" + end},
+          Row{new QelRGBColorSpace(3, -infinity, 1.0),
+              "Class QelRGBColorSpace with 3 bands and a range of -inf to 1" + end},
+          Row{new QelRGBColorSpace(3, 0.0, nan),
+              "Class QelRGBColorSpace with 3 bands and a range of 0 to nan" + end},
+          Row{new NamedColorSpace("of[2]"), "Class of[2]" + moon},
+          Row{new NamedColorSpace("NULLColorSpace"), "Class NULLColorSpace" + moon},
+          Row{new NamedColorSpace(""), "Class " + moon},
+          Row{new NamedColorSpace(" x"), "Class  x" + moon},
+          Row{new NamedColorSpace(longest + "x"), "Class " + longest + "x" + moon}}) {
+        SCOPED_TRACE(row.refusal);
+        std::ostringstream out;
+        expectRaises(QelErrorCode::invalidValue, row.refusal, [&] { out << row.space; });
+        EXPECT_EQ("", out.str());
+    }
+    EXPECT_EQ(longest + "[b=1, min=0, max=1]", written(new NamedColorSpace(longest)));
+}
+
 TEST(QelColorSpaceText, DependsOnNoLocaleAndNoFlags) {
     GroupedLocale const grouped;
     std::ostringstream out;
@@ -237,6 +320,7 @@ TEST(QelColorSpaceText, ReadsBackWithALostFlag) {
     std::mt19937_64 random(41201);
     std::cout << "seed 41201\n";
     std::uniform_real_distribution<double> exponent(-300.0, 300.0);
+    std::vector<MoxConstSmartPtr<QelColorSpace>> const spaces = qelColorSpaces();
     for (int i = 0; i < 2000; ++i) {
         char const * const className = spaces[random() % spaces.size()]->className();
         double const min = -std::pow(10.0, exponent(random));
@@ -284,7 +368,9 @@ TEST(QelColorSpaceText, RefusesWhatDoesNotRead) {
     for (Row const & row :
          {Row{"", "Class  is not registered as an QelColorSpace."},
           Row{"Moon[b=1, min=0, max=1]", "Class Moon is not registered as an QelColorSpace."},
-          Row{"NUL", "Invalid QelColorSpace value"},
+          Row{"NUL", "Invalid QelColorSpace value"}, Row{"NLLU", "Invalid QelColorSpace value"},
+          Row{"Night", "Invalid QelColorSpace value"},
+          Row{"Night[", "Class Night is not registered as an QelColorSpace."},
           Row{"QelRGBColorSpace", "Invalid QelColorSpace value"},
           Row{"QelRGBColorSpace[b=", "Invalid QelColorSpace value"},
           Row{"QelRGBColorSpace[b=-1, min=0, max=1]", "Invalid QelColorSpace value"},
@@ -319,7 +405,6 @@ TEST(QelColorSpaceText, NoCutOrDamagedTextHangs) {
         } catch (ZanError const & error) {
             EXPECT_EQ(QelErrorCode::invalidValue, error.getErrcode());
         }
-    std::vector<MoxConstSmartPtr<QelColorSpace>> const spaces = qelColorSpaces();
     }
 }
 

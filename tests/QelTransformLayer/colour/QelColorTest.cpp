@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iomanip>
 #include <iostream>
 #include <limits>
 #include <optional>
 #include <random>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "ExpectError.h"
@@ -45,6 +47,26 @@ TEST(QelColor, WithoutASpaceHoldsThreeZerosOrAsAsked) {
     expectRaises(QelErrorCode::invalidValue, "A color cannot have -2 code values",
                  [&] { QelColor(codes, -2); });
 }
+
+// A null array is no colour, whichever constructor was meant.
+TEST(QelColor, CodesMustNotBeNull) {
+    std::string const refusal = "QelColor cannot be constructed from a null pointer to code values";
+    expectRaises(QelErrorCode::nullPointer, refusal, [] { QelColor(nullptr, 3); });
+    double const * const none = nullptr;
+    expectRaises(QelErrorCode::nullPointer, refusal, [&] { QelColor(none, 1); });
+    expectRaises(QelErrorCode::invalidValue, "A color cannot have -2 code values",
+                 [&] { QelColor(none, -2); });
+    EXPECT_EQ(0, QelColor(none, 0).numChannels());
+}
+
+// A count is no code value.
+static_assert(std::is_constructible_v<QelColor, int>);
+static_assert(std::is_constructible_v<QelColor, unsigned char>);
+static_assert(!std::is_constructible_v<QelColor, double>);
+static_assert(!std::is_constructible_v<QelColor, float>);
+static_assert(std::is_constructible_v<QelColor, double const *, int>);
+static_assert(!std::is_constructible_v<QelColor, double const *, double>);
+static_assert(std::is_constructible_v<QelColor, Space, double>);
 
 TEST(QelColor, OfASpaceStartsAtTheMinimum) {
     EXPECT_EQ((Codes{-1.0, -1.0, -1.0}), QelColor(rgb(-1.0, 1.0)).codeValues());
@@ -97,7 +119,7 @@ TEST(QelColor, CountsMustFit) {
                  "Cannot use this QelColor constructor for color spaces with less than three bands",
                  [] { QelColor(new QelLumAColorSpace(), 1.0, 2.0, 3.0); });
     expectRaises(QelErrorCode::countsDiffer,
-                 "Cannot construct QelColor from color space RGB (3 bands) and vector with 2 code "
+                 "Cannot construct QelColor from color space RGB(3 bands) and vector with 2 code "
                  "values",
                  [] {
                      QelColor(rgb(), Codes{1.0, 2.0});
@@ -130,7 +152,7 @@ TEST(QelColor, SomeSpacesHoldNoColour) {
                  "Cannot use this QelColor constructor for color spaces with less than three bands",
                  [&] { QelColor(negative, 0.5, 0.5, 0.5); });
     expectRaises(QelErrorCode::countsDiffer,
-                 "Cannot construct QelColor from color space RGB (-1 bands) and vector with 0 code "
+                 "Cannot construct QelColor from color space RGB(-1 bands) and vector with 0 code "
                  "values",
                  [&] { QelColor(negative, Codes()); });
     expectRaises(QelErrorCode::countsDiffer,
@@ -292,16 +314,55 @@ TEST(QelColor, ScalingThatGivesNoNumberIsRefused) {
     EXPECT_EQ(7.0, color.code(0));
 }
 
+// Wherever a quotient of the ends is rounded up, the end itself would land a digit beyond the new
+// one.
+TEST(QelColor, RoundingAloneLeavesNoRange) {
+    int rounded = 0;
+    for (int from = 1; from <= 300; ++from) {
+        for (int to = 1; to <= 300; ++to) {
+            double const factor = static_cast<double>(to) / from;
+            if (!(from * factor > to)) continue;
+            ++rounded;
+            QelColor most(rgb(0.0, from), from);
+            most.setColorSpace(rgb(0.0, to), false, true);
+            ASSERT_EQ(to, most.code(0)) << from;
+            // By the minima, where the maximum is 0.
+            QelColor least(rgb(-from, 0.0), -from);
+            least.setColorSpace(rgb(-to, 0.0), false, true);
+            ASSERT_EQ(-to, least.code(0)) << from;
+        }
+    }
+    EXPECT_LT(100, rounded);
+    // The smallest numbers have few digits, so that a quotient is off by more than the last one.
+    QelColor large(rgb(0.0, 1e300), 1e300);
+    large.setColorSpace(rgb(0.0, 1e-19), false, true);
+    EXPECT_NEAR(1e-19, large.code(0), 1e-22);
+    EXPECT_LE(large.code(0), 1e-19);
+}
+
+TEST(QelColor, WhatLeavesTheRangeByMoreThanRoundingIsRefused) {
+    QelColor color(rgb(-1.0, 1.0), -1.0);
+    double const justShort = std::nextafter(-0.5, 0.0);
+    expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
+                 [&] { color.setColorSpace(rgb(justShort * (1.0 - 1e-12), 0.5), false, true); });
+    QelColor huge(rgb(0.0, 1e-300), 1e-300);
+    expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
+                 [&] { huge.setColorSpace(rgb(0.0, 1e300), false, true); });
+}
+
 struct Range {
     double min, max;
 };
 
-// What a colour's code becomes from zero; nothing where it leaves the new range.
+// What a colour's code becomes from zero; nothing where it leaves the new range. Whether it does is
+// found out with more digits than are kept: rounding alone may take it no further than the end.
 std::optional<double> fromZero(double code, Range from, Range to, bool clamp) {
-    double const scaled = from.max == 0.0 ? code * (to.min / from.min) : code * (to.max / from.max);
-    if (scaled >= to.min && scaled <= to.max) return scaled;
-    if (!clamp) return std::nullopt;
-    return scaled < to.min ? to.min : to.max;
+    double const factor = from.max == 0.0 ? to.min / from.min : to.max / from.max;
+    long double const exact = from.max == 0.0 ? static_cast<long double>(code) * to.min / from.min
+                                              : static_cast<long double>(code) * to.max / from.max;
+    bool const inside = exact >= to.min - 1e-12L && exact <= to.max + 1e-12L;
+    if (!inside && !clamp) return std::nullopt;
+    return std::clamp(code * factor, to.min, to.max);
 }
 
 TEST(QelColor, RescalesFromZeroAsTheFormulaSays) {
@@ -403,6 +464,36 @@ TEST(QelColorText, IsTheSpaceAndTheValues) {
     EXPECT_EQ("QelColor[<>]", written(QelColor(0)));
     EXPECT_EQ("QelColor[QelGenericColorSpace[b=0, min=0, max=1]:<>]",
               written(QelColor(Space(new QelGenericColorSpace(0, 0.0, 1.0)))));
+}
+
+// What could not be read again is not written, not even in part.
+TEST(QelColorText, RefusesToWriteWhatDoesNotRead) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    struct Row {
+        QelColor color;
+        char const * refusal;
+    };
+    double const codes[] = {1.0, nan, -infinity};
+    for (Row const & row :
+         {Row{QelColor(codes, 3),
+              "QelColor with a code value of nan has no text form that can be read"},
+          Row{QelColor(codes + 2, 1),
+              "QelColor with a code value of -inf has no text form that can be read"},
+          Row{QelColor(rgb(0.0, infinity), 1.0),
+              "Class QelRGBColorSpace with 3 bands and a range of 0 to inf has no text form that "
+              "can be read"}}) {
+        SCOPED_TRACE(row.refusal);
+        std::ostringstream out;
+        expectRaises(QelErrorCode::invalidValue, row.refusal, [&] { out << row.color; });
+        EXPECT_EQ("", out.str());
+        EXPECT_TRUE(out.good());
+    }
+}
+
+TEST(QelColorText, IsPaddedAsAWhole) {
+    std::ostringstream out;
+    out << std::left << std::setw(20) << QelColor(1) << '|';
+    EXPECT_EQ("QelColor[<0>]       |", out.str());
 }
 
 TEST(QelColorText, ReadsBackWhateverTheLocale) {
