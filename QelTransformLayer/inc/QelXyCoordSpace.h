@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <vector>
 
 #include "QelCoordSpace.h"
 #include "QelTileId.h"
@@ -204,7 +205,6 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
   private:
     friend class QelXyCoordSpaceReader;
     class Converter;
-    class Rows;
 
     QelXyDimension const & axis(unsigned index) const {
         return static_cast<QelXyDimension const &>(*body().dimensions[index]);
@@ -250,6 +250,7 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
 };
 
 // The text form: "QelXyCoordSpace[w=", the width, ", h=", the height, ", ", then if there are
+    void replaceRows(std::vector<Resolution> const & rows);
 // resolutions the rows, separated by ", ", and ": sel=" and the selection; and "]". A row is
 // "QelXyCoordSpace::Resolution[", its pixels "WIDTH,HEIGHT:", its dots per unit "X,Y/", the
 // singular name of the unit, and "]".
