@@ -68,6 +68,18 @@ TEST(QelXyCoordSpaceAllocation, ConversionsCostNothing) {
     EXPECT_EQ(0, counter.allocations());
 }
 
+// Nor do they where it is the only resolution that is meant, for want of a selection.
+TEST(QelXyCoordSpaceAllocation, ConversionsWithoutASelectionCostNothing) {
+    QelXyCoordSpace space(inches(10), inches(20));
+    space.addResolution(1000, 2000);
+    ASSERT_FALSE(space.hasSelectedResolution());
+    AllocationCounter const counter;
+    space.convertHorzPosition(inches(1), QEL_UNIT_PIXEL, true);
+    space.convertVertSpan(pixels(10), QEL_UNIT_INCH);
+    space.convertHorzRange({inches(1), inches(2), 0, true, true}, QEL_UNIT_PIXEL, true);
+    EXPECT_EQ(0, counter.allocations());
+}
+
 TEST(QelXyCoordSpaceAllocation, SelectingCopiesNoDimension) {
     QelXyCoordSpace const space = physical();
     QelXyCoordSpace copy(space);
@@ -100,6 +112,7 @@ TEST(QelXyCoordSpaceAllocation, AChangeWithoutMemoryIsNone) {
         [](QelXyCoordSpace & s) { s.setWidth(0, inches(5), true); },
         [](QelXyCoordSpace & s) { s.scale(2.0, true); },
         [](QelXyCoordSpace & s) { s.addResolution(7, 7); },
+        [](QelXyCoordSpace & s) { s.removeResolution(0); },  // that is selected
         [](QelXyCoordSpace & s) { s.removeResolution(1); },
         [](QelXyCoordSpace & s) { s.intersectResolutions(nullptr); },
         [](QelXyCoordSpace & s) { s.scalePixels(0.5, 0.5, true); },

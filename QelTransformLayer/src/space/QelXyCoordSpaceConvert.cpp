@@ -110,22 +110,20 @@ class QelXyCoordSpace::Converter {
     double dpu(char const * direction) const {
         double const selected = space_.selectedOn(index_).dpu;
         if (selected != 0.0) return selected;
-        std::string const sentence =
-            std::string("QelXyCoordSpace cannot convert ") + axisName() + ' ' + thing_ + direction;
         if (axis_.numResolutions() != 1) {
-            qelRaise(QelErrorCode::noSelectedResolution,
-                     sentence +
-                         "when there is no selected resolution and the coord space is not "
-                         "single-res");
+            raiseNoDpu(QelErrorCode::noSelectedResolution, direction,
+                       "when there is no selected resolution and the coord space is not "
+                       "single-res");
         }
         double const only = axis_.resolution(0).dpu;
-        if (only == 0.0) {
-            qelRaise(QelErrorCode::arbitraryResolution,
-                     sentence +
-                         "when there is no selected resolution and coord space supports "
-                         "only arbitrary res");
-        }
-        return only;
+        if (only != 0.0) return only;
+        raiseNoDpu(QelErrorCode::arbitraryResolution, direction,
+                   "when there is no selected resolution and coord space supports only arbitrary "
+                   "res");
+    }
+    [[noreturn]] void raiseNoDpu(int code, char const * direction, char const * why) const {
+        qelRaise(code, std::string("QelXyCoordSpace cannot convert ") + axisName() + ' ' + thing_ +
+                           direction + why);
     }
     double dpuToPixels() const { return dpu(" to pixels, "); }
     double dpuFromPixels() const { return dpu(" in pixels to another unit, "); }

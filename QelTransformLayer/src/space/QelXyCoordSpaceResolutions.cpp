@@ -123,11 +123,9 @@ void QelXyCoordSpace::removeResolution(unsigned index) {
     DimensionSet & set = uniqueBody();
     axisOf(set, 0).removeResolution(index);
     axisOf(set, 1).removeResolution(index);
-    if (!hasSelectedResolution()) return;
-    try {
+    // Where it was the selected row that went, the selection stays.
+    if (hasPixelResolution(numPixelsWide(), numPixelsHigh())) {
         selectResolution(numPixelsWide(), numPixelsHigh());
-    } catch (QelError const &) {
-        // It was the selected row; the selection stays.
     }
 }
 
