@@ -16,6 +16,7 @@
 #include "QelCoordSpace.h"
 #include "QelDataDesc.h"
 #include "QelDimension.h"
+#include "QelPixelCount.h"
 #include "QelPoint.h"
 #include "QelPolygon.h"
 #include "QelRegion.h"

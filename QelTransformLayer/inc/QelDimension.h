@@ -2,7 +2,9 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
+#include "QelPixelCount.h"
 #include "QelValueRange.h"
 
 // A named axis of a coordinate space: an extent in a unit of measure. Three kinds, by the unit:
@@ -18,8 +20,14 @@
 class QEL_API QelDimension {
   public:
     // Pixel based. Raises illegalWidth (309) "pixel based dimension object constructed with width
-    // equal to zero pixels".
+    // equal to zero pixels", and what qelPixelCount() raises. A number with a fraction does not
+    // compile.
     QelDimension(std::string name, unsigned pixels);
+    template <std::integral Number>
+    QelDimension(std::string name, Number pixels)
+        : QelDimension(std::move(name), qelPixelCount(pixels)) {}
+    template <std::floating_point Number>
+    QelDimension(std::string name, Number pixels) = delete;
     // From 0.0, closed, discrete if the unit is pixels. Raises illegalExtent (411) "dimension based
     // on relative unit of measure must have a width of 0.0 or 1.0", illegalWidth (309) "Dimension
     // object constructed with width <= 0.0".

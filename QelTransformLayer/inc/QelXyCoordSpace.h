@@ -35,12 +35,22 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
 
     // One pixel by one pixel, or 1.0 by 1.0 in another unit, without resolutions.
     explicit QelXyCoordSpace(int unit);
+    template <std::floating_point Number>
+    explicit QelXyCoordSpace(Number unit) = delete;
     // Pixel based. Raises zeroPixelsWide (407) "Cannot construct zero pixel-wide coordinate space",
-    // zeroPixelsHigh (408) "Cannot construct zero pixel-high coordinate space".
+    // zeroPixelsHigh (408) "Cannot construct zero pixel-high coordinate space", and what
+    // qelPixelCount() raises. Numbers with a fraction do not compile: a size that is not in pixels
+    // is given as QelValues.
     QelXyCoordSpace(unsigned width, unsigned height);
+    template <std::integral Width, std::integral Height>
+    QelXyCoordSpace(Width width, Height height)
+        : QelXyCoordSpace{qelPixelCount(width), qelPixelCount(height)} {}
+    template <class Width, QelFloatingAmong<Width> Height>
+    QelXyCoordSpace(Width width, Height height) = delete;
     // Continuous from 0.0, without resolutions; pixel based, rounded, if the width is in pixels.
     // The height is converted to the width's unit. Raises illegalWorldWidth (412) or
-    // illegalWorldHeight (413) for what is not above 0.0, unsuitableUnit (312) for a relative unit.
+    // illegalWorldHeight (413) for what is not above 0.0, unsuitableUnit (312) for a relative unit,
+    // invalidValue (13) for more than 4294967295 pixels.
     QelXyCoordSpace(QelValue const & width, QelValue const & height);
     // As large as the pixels of `resolution` are at its dots per unit, in the unit of its
     // horizontal half, with this one row. Raises unsuitableResolution (402) for a relative unit,
@@ -112,7 +122,9 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     bool isArbitraryRes() const;
     bool hasPixelResolution(std::uint32_t widthPixels, std::uint32_t heightPixels) const;
     // This, and what else takes a resolution in dots per unit, raises cannotConvertUnit (306) for a
-    // unit that does not convert and noSamples (405) for less than half a sample.
+    // unit that does not convert, noSamples (405) for less than half a sample, and invalidValue
+    // (13) "pixel count ", the number and " is not from 0 to 4294967295" for more samples than
+    // that.
     bool supportsResolution(Resolution const & resolution) const;
 
     // All raise unsuitableUnit (312) in a relative unit. In pixels, adding a row changes the size
@@ -131,7 +143,8 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     void clearSelection();
     bool hasSelectedResolution() const;
     Resolution const & selectedResolution() const { return selected_; }
-    // Of the selected resolution; 0 without one.
+    // Of the selected resolution; 0 without one. The signed ones raise invalidValue (13) "pixel
+    // count ", the number and " is not from 0 to 2147483647".
     std::uint32_t numPixelsWide() const { return selected_.horz.pixels; }
     std::uint32_t numPixelsHigh() const { return selected_.vert.pixels; }
     std::int32_t selectedPixelWidth() const override;
@@ -166,6 +179,9 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     // `keepSelection` those of the selection, which is otherwise cleared; a ratio of 1 leaves it
     // alone. Raise what QelXyDimension::scalePixels() raises, and unsuitableResolution (402) when
     // no row is left for the selection.
+    //
+    // The types of the numbers decide which form is called: scalePixels(2, 2, true) is the ratio
+    // 2/2, which changes nothing, scalePixels(2.0, 2.0, true) doubles the samples on both axes.
     void scalePixels(double x, double y, bool keepSelection);
     void scalePixels(int denominator, int numerator, bool keepSelection);
 
@@ -237,6 +253,7 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     Resolution specified(Resolution const & resolution) const;
     void addRow(Resolution const & row);
     void dropRows();
+    void replaceRows(std::vector<Resolution> const & rows);
     void setPixelSize(std::uint32_t width, std::uint32_t height);
     void becomePixelBased();
     void becomeRelative(int unit);
@@ -250,7 +267,6 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
 };
 
 // The text form: "QelXyCoordSpace[w=", the width, ", h=", the height, ", ", then if there are
-    void replaceRows(std::vector<Resolution> const & rows);
 // resolutions the rows, separated by ", ", and ": sel=" and the selection; and "]". A row is
 // "QelXyCoordSpace::Resolution[", its pixels "WIDTH,HEIGHT:", its dots per unit "X,Y/", the
 // singular name of the unit, and "]".

@@ -18,6 +18,11 @@ class QEL_API QelXyDimension : public QelDimension {
   public:
     // As QelDimension.
     QelXyDimension(std::string name, unsigned pixels);
+    template <std::integral Number>
+    QelXyDimension(std::string name, Number pixels)
+        : QelXyDimension(std::move(name), qelPixelCount(pixels)) {}
+    template <std::floating_point Number>
+    QelXyDimension(std::string name, Number pixels) = delete;
     QelXyDimension(std::string name, QelValue const & width);
     QelXyDimension(std::string name, QelValue const & origin, QelValue const & width, int discrete);
     // With one resolution, or a list. Raise unsuitableUnit (312) when the kind of dimension does
@@ -47,7 +52,8 @@ class QEL_API QelXyDimension : public QelDimension {
     // `resolution` in full form for this dimension: dots per its unit, and the samples across it,
     // rounded to the nearest. An arbitrary one stays so. Raises unsuitableUnit (312) for a width of
     // 0.0, cannotConvertUnit (306) for units that do not convert, noSamples (405) for less than
-    // half a sample; more than 4294967295 samples count as that.
+    // half a sample, and invalidValue (13) "pixel count ", the number and " is not from 0 to
+    // 4294967295" for more than that. So does everything that counts samples anew.
     QelResolution specify(QelResolution const & resolution) const;
 
     // Raises unsuitableUnit (312) in relative units, in pixels too.
@@ -62,8 +68,11 @@ class QEL_API QelXyDimension : public QelDimension {
     // Multiply the samples of every entry, or of one, rounded down, and leave the extent alone;
     // arbitrary entries stay. In pixels it is the extent that changes. Raise illegalFactor (310)
     // for a factor that is not above 0.0, and for a numerator or denominator of 0; outOfRange (7)
-    // for a bad index; noSamples (405) when no sample is left, with the entries before that one
-    // changed already.
+    // for a bad index; noSamples (405) when no sample is left, and invalidValue (13) for more than
+    // 4294967295, with the entries before that one changed already.
+    //
+    // The types of the numbers decide which form is called: scalePixels(2, 2) is the ratio 2/2,
+    // which changes nothing, scalePixels(2U, 2.0) doubles the samples of entry 2.
     void scalePixels(double factor);
     void scalePixels(unsigned index, double factor);
     void scalePixels(int denominator, int numerator);

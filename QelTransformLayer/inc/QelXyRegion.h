@@ -70,11 +70,16 @@ class QEL_API QelXyRegion : public QelRegion {
     // The box in a plane in which the space's extents are `width` by `height`: its top left, top
     // right, bottom right and bottom left corner.
     virtual MoxSmartPtr<QelPolygon> polygon(double width, double height) const;
-    // The box in pixels, cut to whole 32-bit numbers.
+    // The box in pixels, cut to whole numbers. Raises invalidValue (13) "pixel position " or "pixel
+    // count ", the number and " is not from -2147483648 to 2147483647" for what does not fit.
     virtual QelRect pixelBounds() const;
     virtual MoxConstSmartPtr<QelXyBox> boundingBox(int unit) const;
     virtual void setPixelBounds(QelRect const & bounds);
-    // The text form, from its "[" on, and all of it.
+    // The text form: write() writes all of it, the name of the class first; read() skips that and
+    // everything else ahead of the next "[". Numbers have the stream's own format, so that a
+    // precision of 17 digits is needed for a box that comes back the same. A region that has a
+    // space does not read back: the reader of spaces refuses the text of their writer, see
+    // QelXyCoordSpace.
     virtual void read(std::istream & in) = 0;
     virtual void write(std::ostream & out) const = 0;
     // The same class, box and space.
@@ -106,6 +111,7 @@ class QEL_API QelXyRegion : public QelRegion {
     void scalePixels(int denominator, int numerator, bool keepSelection);
 
   protected:
+    // scalePixels(2, 2, true) is the ratio 2/2, scalePixels(2.0, 2.0, true) doubles the samples.
     // Without a space, empty: to be read from a text.
     QelXyRegion();
 
@@ -118,12 +124,14 @@ class QEL_API QelXyRegion : public QelRegion {
                 QelXyPoint const & bottomRight);
     QelXyRegion(QelXyCoordSpace const * space, QelValue const & x, QelValue const & y,
                 QelValue const & width, QelValue const & height);
-    // In pixels.
+    // In pixels; numbers with a fraction do not compile.
     QelXyRegion(QelXyCoordSpace const * space, int x, int y, int width, int height);
     QelXyRegion(QelXyCoordSpace const * space, QelValueRange const & x, QelValueRange const & y);
 
     // For read(): any space, null too, and a box, which is clipped if there is a space.
     void reset(MoxSmartPtr<QelXyCoordSpace> space, QelXyBox const & box);
+    template <class X, class Y, class Width, QelFloatingAmong<X, Y, Width> Height>
+    QelXyRegion(QelXyCoordSpace const * space, X x, Y y, Width width, Height height) = delete;
     // Same space and box; for equal().
     bool sameArea(QelXyRegion const & other) const;
 

@@ -51,6 +51,8 @@ class QEL_API QelXySimpleRegion : public QelXyRegion {
         : QelXyRegion(space, x, y, width, height) {}
     QelXySimpleRegion(QelXyCoordSpace const * space, int x, int y, int width, int height)
         : QelXyRegion(space, x, y, width, height) {}
+    template <class X, class Y, class Width, QelFloatingAmong<X, Y, Width> Height>
+    QelXySimpleRegion(QelXyCoordSpace const * space, X x, Y y, Width width, Height height) = delete;
     QelXySimpleRegion(QelXyCoordSpace const * space, QelValueRange const & x,
                       QelValueRange const & y)
         : QelXyRegion(space, x, y) {}

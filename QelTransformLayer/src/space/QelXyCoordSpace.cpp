@@ -1,11 +1,10 @@
 #include "QelXyCoordSpace.h"
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 #include "QelError.h"
+#include "QelPixelLimits.h"
 #include "QelTextStream.h"
 
 namespace {
@@ -55,10 +54,7 @@ void checkSize(QelValue const & width, QelValue const & height) {
 }
 
 unsigned roundedPixels(QelValue const & size) {
-    double const rounded = std::floor(size.valueIn(QEL_UNIT_PIXEL) + 0.5);
-    constexpr double most = std::numeric_limits<unsigned>::max();
-    if (!(rounded >= 1.0)) return 0;
-    return rounded < most ? static_cast<unsigned>(rounded) : std::numeric_limits<unsigned>::max();
+    return qelCheckedPixels(std::floor(size.valueIn(QEL_UNIT_PIXEL) + 0.5));
 }
 
 // The axes of a space of this size; the one of y after that of x has been checked.
@@ -208,13 +204,11 @@ bool QelXyCoordSpace::hasSelectedResolution() const {
 }
 
 std::int32_t QelXyCoordSpace::selectedPixelWidth() const {
-    constexpr std::uint32_t most = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::min(numPixelsWide(), most));
+    return qelCheckedSigned(numPixelsWide());
 }
 
 std::int32_t QelXyCoordSpace::selectedPixelHeight() const {
-    constexpr std::uint32_t most = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::min(numPixelsHigh(), most));
+    return qelCheckedSigned(numPixelsHigh());
 }
 
 // ---- Units

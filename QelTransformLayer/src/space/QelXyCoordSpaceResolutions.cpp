@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "QelError.h"
+#include "QelPixelLimits.h"
 #include "QelTextStream.h"
 #include "QelXyCoordSpace.h"
 
@@ -27,13 +28,6 @@ bool offers(QelResolution const & half, std::uint32_t count) {
 
 bool offers(Resolution const & row, std::uint32_t width, std::uint32_t height) {
     return offers(row.horz, width) && offers(row.vert, height);
-}
-
-std::uint32_t truncated(double count) {
-    constexpr double most = std::numeric_limits<std::uint32_t>::max();
-    if (!(count >= 1.0)) return 0;
-    return count < most ? static_cast<std::uint32_t>(count)
-                        : std::numeric_limits<std::uint32_t>::max();
 }
 
 }  // namespace
@@ -367,7 +361,7 @@ void QelXyCoordSpace::scalePixels(double x, double y, bool keepSelection) {
     edit([&](QelXyCoordSpace & copy) {
         copy.uniqueAxis(0).scalePixels(x);
         copy.uniqueAxis(1).scalePixels(y);
-        copy.reselect(truncated(numPixelsWide() * x), truncated(numPixelsHigh() * y),
+        copy.reselect(qelCheckedPixels(numPixelsWide() * x), qelCheckedPixels(numPixelsHigh() * y),
                       keepSelection);
     });
 }
@@ -378,7 +372,8 @@ void QelXyCoordSpace::scalePixels(int denominator, int numerator, bool keepSelec
         copy.uniqueAxis(1).scalePixels(denominator, numerator);
         if (denominator == numerator) return;
         auto const scaled = [&](std::uint32_t count) {
-            return truncated(static_cast<double>(std::int64_t{count} * numerator / denominator));
+            return qelCheckedPixels(
+                static_cast<double>(std::int64_t{count} * numerator / denominator));
         };
         copy.reselect(scaled(numPixelsWide()), scaled(numPixelsHigh()), keepSelection);
     });

@@ -2,20 +2,13 @@
 
 #include <cmath>
 #include <iomanip>
-#include <limits>
 #include <utility>
 
 #include "QelError.h"
+#include "QelPixelLimits.h"
 #include "QelTextStream.h"
 
 namespace {
-
-constexpr double mostSamples = std::numeric_limits<std::uint32_t>::max();
-
-std::uint32_t samples(double count) {
-    return count < mostSamples ? static_cast<std::uint32_t>(count)
-                               : std::numeric_limits<std::uint32_t>::max();
-}
 
 std::string const & singular(int unit) {
     return QelValue::getUnitInfo(unit).singularName;
@@ -60,13 +53,13 @@ void checkRatio(int denominator, int numerator) {
 }
 
 std::uint32_t scaled(std::uint32_t count, double factor) {
-    return samples(std::floor(count * factor));
+    return qelCheckedPixels(count * factor);
 }
 
 // 0 too where the ratio is negative.
 std::uint32_t scaled(std::uint32_t count, int denominator, int numerator) {
     std::int64_t const result = std::int64_t{count} * numerator / denominator;
-    return result < 0 ? 0 : samples(static_cast<double>(result));
+    return qelCheckedPixels(static_cast<double>(result));
 }
 
 }  // namespace
@@ -225,7 +218,7 @@ QelResolution QelXyDimension::specify(QelResolution const & resolution) const {
     full.dpu = resolution.getDpu(unit());
     double const count = std::floor(full.dpu * extent - 0.5) + 1.0;
     if (!(count > 0.0)) raiseNoSamples(*this, resolution, full.dpu, count);
-    full.pixels = samples(count);
+    full.pixels = qelCheckedPixels(count);
     return full;
 }
 

@@ -8,6 +8,7 @@
 
 #include "QelCoreMisc.h"
 #include "QelError.h"
+#include "QelPixelLimits.h"
 #include "QelTextForm.h"
 #include "QelXyRegionRegistryEntry.h"
 
@@ -53,13 +54,6 @@ QelValue inPixels(int count) {
 QelXyBox pixelBox(QelRect const & rect) {
     return {closed(inPixels(rect.x), inPixels(std::max(rect.width, 0))),
             closed(inPixels(rect.y), inPixels(std::max(rect.height, 0)))};
-}
-
-std::int32_t truncated(QelValue const & value) {
-    constexpr double least = std::numeric_limits<std::int32_t>::min();
-    constexpr double most = std::numeric_limits<std::int32_t>::max();
-    if (std::isnan(value.value())) return 0;
-    return static_cast<std::int32_t>(std::clamp(value.value(), least, most));
 }
 
 bool sameRange(QelValueRange const & a, QelValueRange const & b) {
@@ -397,8 +391,10 @@ MoxConstSmartPtr<QelXyBox> QelXyRegion::boundingBox(int unit) const {
 
 QelRect QelXyRegion::pixelBounds() const {
     MoxConstSmartPtr<QelXyBox> const bounds = boundingBox(QEL_UNIT_PIXEL);
-    return {truncated(bounds->xMin()), truncated(bounds->yMin()), truncated(bounds->width()),
-            truncated(bounds->height())};
+    return {qelCheckedSigned("pixel position", bounds->xMin().value()),
+            qelCheckedSigned("pixel position", bounds->yMin().value()),
+            qelCheckedSigned("pixel count", bounds->width().value()),
+            qelCheckedSigned("pixel count", bounds->height().value())};
 }
 
 MoxSmartPtr<QelPolygon> QelXyRegion::polygon(double width, double height) const {

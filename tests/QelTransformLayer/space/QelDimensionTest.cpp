@@ -3,6 +3,8 @@
 #include <cmath>
 #include <iostream>
 #include <limits>
+#include <string>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
@@ -52,6 +54,19 @@ TEST(QelDimension, OfPixelsIsDiscreteFromZero) {
     EXPECT_FALSE(dimension.isRelative());
     expectRange(QelDimension("x", 4294967295U), QEL_UNIT_PIXEL, 0, 4294967294.0, 4294967295.0, 1);
     expectRange(QelDimension("x", pixels(3.6)), QEL_UNIT_PIXEL, 0, 3, 4, 1);
+}
+
+// A length has a unit; its number alone is no count of pixels.
+static_assert(std::is_constructible_v<QelDimension, char const *, int>);
+static_assert(std::is_constructible_v<QelDimension, std::string, std::size_t>);
+static_assert(!std::is_constructible_v<QelDimension, char const *, double>);
+static_assert(!std::is_constructible_v<QelDimension, std::string, float>);
+
+TEST(QelDimension, CountsThatDoNotFitAreRefused) {
+    std::string const end = " is not from 0 to 4294967295";
+    expectRaises(QelErrorCode::invalidValue, "pixel count -5" + end, [] { QelDimension("x", -5); });
+    expectRaises(QelErrorCode::invalidValue, "pixel count 4294967296" + end,
+                 [] { QelDimension("x", std::size_t{1} << 32); });
 }
 
 // The edge cases: no pixel is an error, a relative width of 0.0 is none.

@@ -1,6 +1,10 @@
 #include "QelXyCoordSpace.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <string>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
@@ -74,10 +78,46 @@ TEST(QelXyCoordSpace, CountsMayBeAsLargeAsTheyGet) {
     QelXyCoordSpace const space(4294967295U, 2147483648U);
     expectSize(space, QEL_UNIT_PIXEL, 4294967295.0, 2147483648.0);
     expectSelected(space, 4294967295U, 2147483648U);
-    EXPECT_EQ(2147483647, space.selectedPixelWidth());
-    EXPECT_EQ(2147483647, space.selectedPixelHeight());
+    // A tile's place has them as signed numbers.
+    EXPECT_EQ(2147483647, QelXyCoordSpace(2147483647U, 1U).selectedPixelWidth());
+    expectRaises(QelErrorCode::invalidValue, "pixel count 4294967295 is not from 0 to 2147483647",
+                 [&] { space.selectedPixelWidth(); });
+    expectRaises(QelErrorCode::invalidValue, "pixel count 2147483648 is not from 0 to 2147483647",
+                 [&] { space.selectedPixelHeight(); });
     EXPECT_EQ(4294967294.0, space.convertHorzPosition(normalized(1), QEL_UNIT_PIXEL, true).value());
     EXPECT_EQ(4294967295.0, space.convertHorzSpan(normalized(1), QEL_UNIT_PIXEL, true).value());
+}
+
+// Not cut to what C++ makes of them.
+static_assert(std::is_constructible_v<QelXyCoordSpace, int, int>);
+static_assert(std::is_constructible_v<QelXyCoordSpace, std::size_t, std::uint16_t>);
+static_assert(!std::is_constructible_v<QelXyCoordSpace, double, double>);
+static_assert(!std::is_constructible_v<QelXyCoordSpace, double, int>);
+static_assert(!std::is_constructible_v<QelXyCoordSpace, unsigned, float>);
+static_assert(!std::is_constructible_v<QelXyCoordSpace, double>);
+
+TEST(QelXyCoordSpace, CountsAreRefusedThatDoNotFit) {
+    std::string const end = " is not from 0 to 4294967295";
+    expectRaises(QelErrorCode::invalidValue, "pixel count -5" + end,
+                 [] { QelXyCoordSpace(-5, 5); });
+    expectRaises(QelErrorCode::invalidValue, "pixel count -1" + end,
+                 [] { QelXyCoordSpace(5, -1); });
+    expectRaises(QelErrorCode::invalidValue, "pixel count 4294967296" + end,
+                 [] { QelXyCoordSpace(std::size_t{1} << 32, 1); });
+    expectRaises(QelErrorCode::invalidValue, "pixel count -9223372036854775808" + end,
+                 [] { QelXyCoordSpace(1U, std::numeric_limits<std::int64_t>::min()); });
+    expectRaises(QelErrorCode::invalidValue, "pixel count 5000000000" + end,
+                 [] { QelXyCoordSpace(pixels(5e9), pixels(1)); });
+    expectRaises(QelErrorCode::invalidValue, "pixel count 1e+300" + end,
+                 [] { QelXyCoordSpace(pixels(1e300), pixels(1)); });
+    expectRaises(QelErrorCode::invalidValue, "pixel count 1e+300" + end,
+                 [] { QelXyCoordSpace(640, 480).newSpace(pixels(-5), pixels(1e300)); });
+    expectRaises(QelErrorCode::invalidValue, "pixel count 4294967296" + end,
+                 [] { QelXyCoordSpace(pixels(1), pixels(4294967295.5)); });
+    expectSize(QelXyCoordSpace(pixels(4294967295.4), pixels(1)), QEL_UNIT_PIXEL, 4294967295.0, 1);
+    expectSize(QelXyCoordSpace(std::size_t{7}, std::int8_t{8}), QEL_UNIT_PIXEL, 7, 8);
+    expectRaises(QelErrorCode::zeroPixelsWide, "Cannot construct zero pixel-wide coordinate space",
+                 [] { QelXyCoordSpace(0, -5 + 6); });
 }
 
 TEST(QelXyCoordSpace, OfValuesConvertsTheHeight) {
@@ -86,7 +126,6 @@ TEST(QelXyCoordSpace, OfValuesConvertsTheHeight) {
     QelXyCoordSpace const rounded(pixels(639.5), QelValue(480.4, QEL_UNIT_ARBITRARY));
     expectSize(rounded, QEL_UNIT_PIXEL, 640, 480);
     expectSelected(rounded, 640, 480);
-    expectSelected(QelXyCoordSpace(pixels(1e300), pixels(1)), 4294967295U, 1);
 }
 
 TEST(QelXyCoordSpace, OfAResolutionIsAsLargeAsItsPixels) {
@@ -300,7 +339,7 @@ TEST(QelXyCoordSpace, NewSpaceOfPixelsMustHaveTheSameSize) {
     expectRaises(QelErrorCode::pixelCountsDiffer, prefix + "(1640,481) vs. (1640,480)",
                  [&] { space.newSpace(pixels(1640), pixels(481)); });
     expectRaises(QelErrorCode::pixelCountsDiffer, prefix + "(0,4294967295) vs. (1640,480)",
-                 [&] { space.newSpace(pixels(-5), pixels(1e300)); });
+                 [&] { space.newSpace(pixels(-5), pixels(4294967295.0)); });
     expectRaises(QelErrorCode::pixelCountsDiffer, prefix + "(0,0) vs. (1640,480)",
                  [&] { space.newSpace(pixels(nan), pixels(-1e300)); });
     expectRaises(QelErrorCode::cannotConvertUnit,

@@ -122,10 +122,14 @@ TEST(QelXyDimensionList, ScalesIn64Bits) {
     QelXyDimension dimension = tenInches({4294967295U});
     dimension.scalePixels(2147483647, 2147483647);
     EXPECT_EQ((Counts{4294967295U}), countsOf(dimension));
-    dimension.scalePixels(1, 2147483647);
-    EXPECT_EQ((Counts{4294967295U}), countsOf(dimension));
-    dimension.scalePixels(1e300);
-    dimension.scalePixels(infinity);
+    EXPECT_REFUSED(13, "pixel count 9.22337203041232e+18 is not from 0 to 4294967295", dimension,
+                   dimension.scalePixels(1, 2147483647));
+    EXPECT_REFUSED(13, "pixel count 9.22337203041232e+18 is not from 0 to 4294967295", dimension,
+                   dimension.scalePixels(0U, 1, 2147483647));
+    EXPECT_REFUSED(13, "pixel count 4.294967295e+299 is not from 0 to 4294967295", dimension,
+                   dimension.scalePixels(1e290));
+    EXPECT_REFUSED(13, "pixel count inf is not from 0 to 4294967295", dimension,
+                   dimension.scalePixels(0U, infinity));
     EXPECT_EQ((Counts{4294967295U}), countsOf(dimension));
     dimension.scalePixels(0U, 2147483647, 1);
     EXPECT_EQ((Counts{2}), countsOf(dimension));

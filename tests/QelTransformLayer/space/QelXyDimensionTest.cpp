@@ -1,6 +1,8 @@
 #include "QelXyDimension.h"
 
 #include <limits>
+#include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -34,6 +36,9 @@ void expectEntry(QelResolution const & entry, double dpu, int unit, std::uint32_
     EXPECT_EQ(unit, entry.unit);
     EXPECT_EQ(pixels, entry.pixels);
 }
+
+static_assert(std::is_constructible_v<QelXyDimension, char const *, int>);
+static_assert(!std::is_constructible_v<QelXyDimension, char const *, double>);
 
 // The edge case: pixel based, the entry follows.
 TEST(QelXyDimension, OfPixelsHasOneEntryThatFollowsTheExtent) {
@@ -151,16 +156,33 @@ TEST(QelXyDimension, SpecifyCompletes) {
     expectEntry(part().specify(samples(30)), 30, QEL_UNIT_NORMALIZED, 30);
 }
 
-TEST(QelXyDimension, SpecifySaturates) {
+TEST(QelXyDimension, SpecifyCountsIn32Bits) {
     QelXyDimension const ten = tenInches();
     EXPECT_EQ(4294967295U, ten.specify(dpi(429496729.5)).pixels);
-    EXPECT_EQ(4294967295U, ten.specify(dpi(429496729.7)).pixels);
     EXPECT_EQ(4294967294U, ten.specify(dpi(429496729.4)).pixels);
-    EXPECT_EQ(4294967295U, ten.specify(dpi(1e300)).pixels);
-    EXPECT_EQ(4294967295U, ten.specify(dpi(infinity)).pixels);
     EXPECT_EQ(2147483648U, QelXyDimension("x", 2147483648U).resolution(0).pixels);
     EXPECT_EQ(4294967295U, QelXyDimension("x", 4294967295U).resolution(0).pixels);
-    EXPECT_EQ(4294967295U, QelXyDimension("x", inches(infinity)).specify(dpi(1)).pixels);
+}
+
+TEST(QelXyDimension, SamplesBeyond32BitsAreRefused) {
+    QelXyDimension ten = tenInches();
+    std::string const end = " is not from 0 to 4294967295";
+    EXPECT_REFUSED(13, "pixel count 4294967296" + end, ten, ten.specify(dpi(429496729.6)));
+    EXPECT_REFUSED(13, "pixel count 4294967297" + end, ten, ten.specify(dpi(429496729.7)));
+    EXPECT_REFUSED(13, "pixel count 1e+301" + end, ten, ten.specify(dpi(1e300)));
+    EXPECT_REFUSED(13, "pixel count inf" + end, ten, ten.specify(dpi(infinity)));
+    EXPECT_REFUSED(13, "pixel count 4294967296" + end, ten, ten.addResolution(dpi(429496729.6)));
+    QelXyDimension const endless("x", inches(infinity));
+    expectRaises(13, "pixel count inf" + end, [&] { endless.specify(dpi(1)); });
+    expectRaises(13, "pixel count 4294967296" + end,
+                 [] { QelXyDimension("x", pixels(4294967296.0)); });
+    // What counts them anew: the width by the dots per unit, the pixels by a factor.
+    ten.addResolution(dpi(1000));
+    EXPECT_REFUSED(13, "pixel count 10000000000" + end, ten, ten.setWidth(inches(1e7), true));
+    QelXyDimension raster("x", 1000U);
+    EXPECT_REFUSED(13, "pixel count 5000000000" + end, raster, raster.scale(5e6));
+    EXPECT_REFUSED(13, "pixel count 5000000000" + end, raster, raster.setWidth(pixels(5e9)));
+    EXPECT_REFUSED(13, "pixel count 10000000000" + end, ten, ten.scalePixels(1e6));
 }
 
 TEST(QelXyDimension, SpecifyRefuses) {

@@ -143,11 +143,17 @@ TEST(QelXyRegionIterator, WithoutATileSizeThereIsOneTile) {
 
 TEST(QelXyRegionIterator, ReachesTheLargestPixel) {
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
-    MoxSmartPtr<QelXyCoordSpace> const space = pixelSpace(4294967295U, 1);
+    MoxSmartPtr<QelXyCoordSpace> const space = pixelSpace(most, 1);
     MoxSmartPtr<QelXySimpleRegion> const region =
-        regionOf(space, pixelBoxAt(2147483000.0, 0, 4294967295.0, 1));
+        regionOf(space, pixelBoxAt(2147483000.0, 0, most, 1));
     EXPECT_EQ((std::vector<Tile>{{0, 2147483000 / 500}, {0, most / 500}}),
               tilesOf(region, {500, 500}));
+    MoxSmartPtr<QelXySimpleRegion> const corner =
+        regionOf(pixelSpace(4294967295U, 1), pixelBoxAt(0, 0, 1, 1));
+    expectRaises(QelErrorCode::invalidValue, "pixel count 4294967295 is not from 0 to 2147483647",
+                 [&] {
+                     tilesOf(corner, {500, 500});
+                 });
 }
 
 TEST(QelXyRegionIterator, TilesAreAtTheRegionsResolution) {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -214,8 +215,14 @@ TEST(QelXyRegion, PixelBoundsWithoutASelectionRaise410) {
                  [&] { region->pixelBounds(); });
 }
 
-TEST(QelXyRegion, PixelBoundsAreClampedTo32Bits) {
-    constexpr double infinite = std::numeric_limits<double>::infinity();
+// Any box, for which a region must have no space.
+MoxSmartPtr<LooseRegion> looseRegion(double x, double width) {
+    MoxSmartPtr<LooseRegion> const region(new LooseRegion);
+    region->reset(nullptr, boxIn(QEL_UNIT_PIXEL, x, x, width, width));
+    return region;
+}
+
+TEST(QelXyRegion, PixelBoundsAreCutToWholePixels) {
     struct Case {
         double x;
         double width;
@@ -224,22 +231,14 @@ TEST(QelXyRegion, PixelBoundsAreClampedTo32Bits) {
     };
     Case const cases[] = {
         {0.0, 2147483647.0, 0, most},
-        {0.0, 2147483648.0, 0, most},
         {-2147483648.0, 1.0, least, 1},
-        {-2147483649.0, 1.0, least, 1},
-        {1e300, 1e300, most, most},
-        {-1e300, 0.0, least, 0},
-        {-infinite, infinite, least, most},
-        {infinite, infinite, most, most},
-        {std::nan(""), 1.0, 0, 1},
         {2147483646.9, 0.9, 2147483646, 0},
         {-0.9, 1.9, 0, 1},
+        {2147483647.9, 2147483647.9, most, most},
     };
     for (Case const & row : cases) {
         SCOPED_TRACE(testing::Message() << row.x << " wide " << row.width);
-        MoxSmartPtr<LooseRegion> const region(new LooseRegion);
-        region->reset(nullptr, boxIn(QEL_UNIT_PIXEL, row.x, row.x, row.width, row.width));
-        QelRect const bounds = region->pixelBounds();
+        QelRect const bounds = looseRegion(row.x, row.width)->pixelBounds();
         EXPECT_EQ(row.left, bounds.x);
         EXPECT_EQ(row.left, bounds.y);
         EXPECT_EQ(row.wide, bounds.width);
@@ -247,12 +246,43 @@ TEST(QelXyRegion, PixelBoundsAreClampedTo32Bits) {
     }
 }
 
-TEST(QelXyRegion, ALargeSpacesPixelBoundsAreClampedToo) {
+TEST(QelXyRegion, PixelBoundsBeyond32BitsAreRefused) {
+    constexpr double infinite = std::numeric_limits<double>::infinity();
+    std::string const end = " is not from -2147483648 to 2147483647";
+    struct Case {
+        double x;
+        double width;
+        std::string text;
+    };
+    Case const cases[] = {
+        {0.0, 2147483648.0, "pixel count 2147483648" + end},
+        {-2147483649.0, 1.0, "pixel position -2147483649" + end},
+        {2147483648.0, 1.0, "pixel position 2147483648" + end},
+        {1e300, 1e300, "pixel position 1e+300" + end},
+        {-infinite, 1.0, "pixel position -inf" + end},
+        {0.0, infinite, "pixel count inf" + end},
+        {std::nan(""), 1.0, "pixel position nan" + end},
+    };
+    for (Case const & row : cases) {
+        SCOPED_TRACE(testing::Message() << row.x << " wide " << row.width);
+        expectRaises(QelErrorCode::invalidValue, row.text,
+                     [&] { looseRegion(row.x, row.width)->pixelBounds(); });
+    }
     MoxSmartPtr<QelXyCoordSpace> const space = pixelSpace(4294967295U, 10);
-    EXPECT_EQ(QelRect(0, 0, most, 10), regionOf(space)->pixelBounds());
-    EXPECT_EQ(QelRect(most, 0, 1000, 10),
-              regionOf(space, pixelBoxAt(4e9, 0, 1000, 10))->pixelBounds());
+    expectRaises(QelErrorCode::invalidValue, "pixel count 4294967295" + end,
+                 [&] { regionOf(space)->pixelBounds(); });
+    expectRaises(QelErrorCode::invalidValue, "pixel position 4000000000" + end,
+                 [&] { regionOf(space, pixelBoxAt(4e9, 0, 1000, 10))->pixelBounds(); });
 }
+
+// A corner between pixels is given with a unit.
+static_assert(std::is_constructible_v<QelXySimpleRegion, QelXyCoordSpace *, int, int, int, int>);
+static_assert(
+    !std::is_constructible_v<QelXySimpleRegion, QelXyCoordSpace *, double, double, double, double>);
+static_assert(!std::is_constructible_v<QelXySimpleRegion, QelXyCoordSpace *, int, int, int, float>);
+static_assert(!std::is_constructible_v<QelXySimpleRegion, MoxSmartPtr<QelXyCoordSpace>, double, int,
+                                       int, int>);
+static_assert(!std::is_constructible_v<OtherRegion, QelXyCoordSpace *, int, double, int, int>);
 
 TEST(QelXyRegion, SetPixelBoundsMakesAClippedDiscreteBox) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(sampledSpace(8.0, 4.0, 800, 400));
