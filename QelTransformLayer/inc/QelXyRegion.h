@@ -59,10 +59,11 @@ class QEL_API QelXyRegion : public QelRegion {
     MoxConstSmartPtr<QelXyCoordSpace> xyCoordSpace() const;
 
     // The box keeps its place in the image: it is mapped by the ratio of the extents, and is then
-    // in the new space's unit. Raises nullPointer (4) "null coordinate space pointer passed to
-    // function", wrongClass (2) "coord space passed to QelXyRegion::setCoordSpace must be an
-    // QelXyCoordSpace", and cannotConvertUnit (306) between spaces in width relative and height
-    // relative units. Between spaces in the same relative unit there is nothing to do.
+    // in the new space's unit. In a space like the old one it has the same pixels as before. Raises
+    // nullPointer (4) "null coordinate space pointer passed to function", wrongClass (2) "coord
+    // space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace", and cannotConvertUnit
+    // (306) between spaces in width relative and height relative units. Between spaces in the same
+    // relative unit there is nothing to do.
     void setCoordSpace(QelCoordSpace const * space) override;
 
     // The run-time class, the key of the registry.
@@ -89,7 +90,10 @@ class QEL_API QelXyRegion : public QelRegion {
     MoxConstSmartPtr<QelXyBox> box() const;
     void setBox(QelXyBox const & box);
 
-    // The ranges of the box, and what they are made of, in any unit.
+    // The ranges of the box, and what they are made of, in any unit. Pixels become the place from
+    // the near edge of the first one to the far edge of the last, and a place becomes the pixels
+    // whose centres it has, so that pixels that are read in another unit, and that in pixels, are
+    // the same pixels.
     QelValueRange xRange(int unit) const;
     QelValueRange yRange(int unit) const;
     QelValue xMin(int unit) const { return xRange(unit).min(); }
@@ -107,11 +111,11 @@ class QEL_API QelXyRegion : public QelRegion {
     void scaleWidth(double factor, bool keepDpu);
     void scaleHeight(double factor, bool keepDpu);
     void scaleWidthHeight(double factor, bool keepDpu);
+    // scalePixels(2, 2, true) is the ratio 2/2, scalePixels(2.0, 2.0, true) doubles the samples.
     void scalePixels(double x, double y, bool keepSelection);
     void scalePixels(int denominator, int numerator, bool keepSelection);
 
   protected:
-    // scalePixels(2, 2, true) is the ratio 2/2, scalePixels(2.0, 2.0, true) doubles the samples.
     // Without a space, empty: to be read from a text.
     QelXyRegion();
 
@@ -126,12 +130,12 @@ class QEL_API QelXyRegion : public QelRegion {
                 QelValue const & width, QelValue const & height);
     // In pixels; numbers with a fraction do not compile.
     QelXyRegion(QelXyCoordSpace const * space, int x, int y, int width, int height);
+    template <class X, class Y, class Width, QelFloatingAmong<X, Y, Width> Height>
+    QelXyRegion(QelXyCoordSpace const * space, X x, Y y, Width width, Height height) = delete;
     QelXyRegion(QelXyCoordSpace const * space, QelValueRange const & x, QelValueRange const & y);
 
     // For read(): any space, null too, and a box, which is clipped if there is a space.
     void reset(MoxSmartPtr<QelXyCoordSpace> space, QelXyBox const & box);
-    template <class X, class Y, class Width, QelFloatingAmong<X, Y, Width> Height>
-    QelXyRegion(QelXyCoordSpace const * space, X x, Y y, Width width, Height height) = delete;
     // Same space and box; for equal().
     bool sameArea(QelXyRegion const & other) const;
 

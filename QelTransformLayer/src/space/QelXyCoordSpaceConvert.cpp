@@ -176,9 +176,16 @@ class QelXyCoordSpace::Converter {
                           QelValue(width * dpuToPixels(), QEL_UNIT_PIXEL), 0);
         }
         double const first = ceilingOf(start - 0.5);
-        double const last = floorOf(pixelPosition(world + width) - 0.5);
+        double const last = lastPixelOf(pixelPosition(world + width));
         return closed(QelValue(first, QEL_UNIT_PIXEL),
                       QelValue(std::max(0.0, last - first + 1.0), QEL_UNIT_PIXEL), 1);
+    }
+
+    // The last pixel of a range that ends at `end`, in pixels. Where the extent ends is the last
+    // sample, even if that is all but a centre further on, or back.
+    double lastPixelOf(double end) const {
+        bool const atTheEnd = std::fabs(end - length_ * dpuToPixels()) <= slack;
+        return atTheEnd ? samples() - 1.0 : floorOf(end - 0.5);
     }
 
     // In the world. A range that runs to the last pixel covers the rest of the extent, also where

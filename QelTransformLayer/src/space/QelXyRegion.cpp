@@ -56,6 +56,33 @@ QelXyBox pixelBox(QelRect const & rect) {
             closed(inPixels(rect.y), inPixels(std::max(rect.height, 0)))};
 }
 
+QelValueRange convertedRange(QelXyCoordSpace const & space, unsigned axis,
+                             QelValueRange const & range, int unit, bool discrete) {
+    return axis == 0 ? space.convertHorzRange(range, unit, discrete)
+                     : space.convertVertRange(range, unit, discrete);
+}
+
+// Pixels from the near edge of the first one on, so that they come back as the same pixels. For
+// the conversion itself a range that ends half a dot ahead of the extent's end reaches it; here
+// only the last pixel does.
+QelValueRange pixelsIn(QelXyCoordSpace const & space, unsigned axis, QelValueRange const & range,
+                       int unit) {
+    QelValueRange converted = convertedRange(space, axis, range, unit, false);
+    double const end = (range.min() + range.width()).value();
+    if (end < (axis == 0 ? space.numPixelsWide() : space.numPixelsHigh())) {
+        converted.setWidth(axis == 0 ? space.convertHorzSpan(range.width(), unit)
+                                     : space.convertVertSpan(range.width(), unit));
+    }
+    return converted;
+}
+
+// A range along an axis in another unit; in pixels, whole ones.
+QelValueRange rangeIn(QelXyCoordSpace const & space, unsigned axis, QelValueRange const & range,
+                      int unit) {
+    return isPixelUnit(range.unit()) ? pixelsIn(space, axis, range, unit)
+                                     : convertedRange(space, axis, range, unit, true);
+}
+
 bool sameRange(QelValueRange const & a, QelValueRange const & b) {
     return a.unit() == b.unit() && a.min() == b.min() && a.width() == b.width() &&
            a.minClosed() == b.minClosed() && a.maxClosed() == b.maxClosed() &&
@@ -370,7 +397,7 @@ QelValueRange QelXyRegion::xRange(int unit) const {
     QelValueRange const & range = body_->box->range(0);
     if (range.unit() == unit) return range;
     if (!xCache_ || xCache_->unit() != unit) {
-        xCache_ = std::make_unique<QelValueRange>(space().convertHorzRange(range, unit, true));
+        xCache_ = std::make_unique<QelValueRange>(rangeIn(space(), 0, range, unit));
     }
     return *xCache_;
 }
@@ -379,7 +406,7 @@ QelValueRange QelXyRegion::yRange(int unit) const {
     QelValueRange const & range = body_->box->range(1);
     if (range.unit() == unit) return range;
     if (!yCache_ || yCache_->unit() != unit) {
-        yCache_ = std::make_unique<QelValueRange>(space().convertVertRange(range, unit, true));
+        yCache_ = std::make_unique<QelValueRange>(rangeIn(space(), 1, range, unit));
     }
     return *yCache_;
 }
