@@ -1,9 +1,10 @@
 #include "Arguments.h"
 
-#include <CLI/CLI.hpp>
-
 #include <charconv>
+#include <optional>
+#include <vector>
 
+#include "CommandLine.h"
 #include "Commands.h"
 
 namespace {
@@ -36,16 +37,6 @@ std::uint64_t leadingNumber(std::string const & text) {
     return number;
 }
 
-// The same with the unit behind them; 0 when it is unknown or makes too much of them.
-std::uint64_t withUnit(std::string text) {
-    try {
-        CLI::AsSizeValue(true)(text);
-    } catch (CLI::ValidationError const &) {
-        return 0;
-    }
-    return leadingNumber(text);
-}
-
 }  // namespace
 
 PixelSize parseSize(std::string_view text, std::string const & what, std::int32_t least,
@@ -61,7 +52,7 @@ PixelSize parseSize(std::string_view text, std::string const & what, std::int32_
 
 std::uint64_t parseBytes(std::string const & text, std::string const & what) {
     // By itself the unit's parser would take a minus sign and cut numbers that are too large.
-    std::uint64_t const bytes = leadingNumber(text) != 0 ? withUnit(text) : 0;
+    std::uint64_t const bytes = leadingNumber(text) != 0 ? bytesIn(text).value_or(0) : 0;
     if (bytes == 0) {
         refuse(text, what, "a number of bytes of at least 1, as in 64000000, 64MB or 64MiB");
     }

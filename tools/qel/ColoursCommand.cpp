@@ -1,9 +1,8 @@
-#include <CLI/CLI.hpp>
-
 #include <iostream>
 #include <memory>
 #include <string>
 
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Listing.h"
 #include "QelClients.h"
@@ -46,10 +45,10 @@ void listColours(bool asJson) {
 
 }  // namespace
 
-void addColoursCommand(CLI::App & tool) {
-    CLI::App * const command = tool.add_subcommand(
-        "colours", "List the colour spaces: tags with a range and names for their bands");
+void addColoursCommand(CommandLine & tool) {
+    Command command =
+        tool.add("colours", "List the colour spaces: tags with a range and names for their bands");
     auto const asJson = std::make_shared<bool>(false);
-    command->add_flag("--json", *asJson, "list them as JSON");
-    command->callback([asJson] { listColours(*asJson); });
+    command.flag("--json", *asJson, "list them as JSON");
+    command.runs([asJson] { listColours(*asJson); });
 }

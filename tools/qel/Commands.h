@@ -3,12 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+class CommandLine;
 class ZanError;
-
-namespace CLI {
-class App;
-}
-
 // A command line that cannot be understood.
 class UsageError : public std::runtime_error {
   public:
@@ -18,10 +14,10 @@ class UsageError : public std::runtime_error {
 // The text of an error without its first line, which says no more than the code.
 std::string textOf(ZanError const & error);
 
-// The commands of the tool, each in a file of its own. Each adds itself to the parser, which runs
-// the one that the user chose.
-void addColoursCommand(CLI::App & tool);
-void addConvertCommand(CLI::App & tool);
-void addInfoCommand(CLI::App & tool);
-void addOpsCommand(CLI::App & tool);
-void addSpaceCommand(CLI::App & tool);
+// The commands of the tool, each in a file of its own. Each adds itself to the command line,
+// which runs the one that the user chose.
+void addColoursCommand(CommandLine & tool);
+void addConvertCommand(CommandLine & tool);
+void addInfoCommand(CommandLine & tool);
+void addOpsCommand(CommandLine & tool);
+void addSpaceCommand(CommandLine & tool);

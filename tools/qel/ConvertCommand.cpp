@@ -1,5 +1,3 @@
-#include <CLI/CLI.hpp>
-
 #include <atomic>
 #include <csignal>
 #include <iomanip>
@@ -10,6 +8,7 @@
 #include <vector>
 
 #include "Arguments.h"
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Picture.h"
 #include "Region.h"
@@ -151,37 +150,25 @@ void convert(Arguments const & arguments) {
 
 }  // namespace
 
-void addConvertCommand(CLI::App & tool) {
-    CLI::App * const command = tool.add_subcommand(
-        "convert", "Pull a picture, or a part of it, through operations into a file");
+void addConvertCommand(CommandLine & tool) {
+    Command command =
+        tool.add("convert", "Pull a picture, or a part of it, through operations into a file");
     auto const arguments = std::make_shared<Arguments>();
-    command
-        ->add_option("IN", arguments->in,
-                     "JPEG or PNG file, or the built-in picture: @testcard, @testcard:WxH")
-        ->required();
-    command->add_option("OUT", arguments->out, "file to write, ending in .png, .jpg or .jpeg")
-        ->required();
-    command->add_option("OP", arguments->ops,
-                        "operations in their order, as OP[:NAME=VALUE[,NAME=VALUE]...]; "
-                        "\"qel ops\" lists them");
-    command
-        ->add_option("--region", arguments->region,
-                     "compute only this part of the result, in pixels or as \"1 inches,0.5 "
-                     "normalized units,...\"")
-        ->type_name("X,Y,W,H");
-    command->add_option("--tile", arguments->tile, "size of tiles in pixels, 16 to 8192")
-        ->type_name("WxH");
-    command->add_flag("--stats", arguments->stats, "tell what each image computed and copied");
-    command
-        ->add_option("--max-bytes", arguments->maxBytes,
-                     "refuse pictures that take more memory than this")
-        ->type_name("N")
-        ->check(CLI::PositiveNumber)
-        ->capture_default_str();
-    command
-        ->add_option("--memory-limit", arguments->memoryLimit,
-                     "recycle the memory of pixels; above this, as in 64MB or 64MiB, what is no "
-                     "longer used goes back to the system")
-        ->type_name("BYTES");
-    command->callback([arguments] { convert(*arguments); });
+    command.required("IN", arguments->in,
+                     "JPEG or PNG file, or the built-in picture: @testcard, @testcard:WxH");
+    command.required("OUT", arguments->out, "file to write, ending in .png, .jpg or .jpeg");
+    command.rest("OP", arguments->ops,
+                 "operations in their order, as OP[:NAME=VALUE[,NAME=VALUE]...]; \"qel ops\" "
+                 "lists them");
+    command.option("--region", arguments->region, "X,Y,W,H",
+                   "compute only this part of the result, in pixels or as \"1 inches,0.5 "
+                   "normalized units,...\"");
+    command.option("--tile", arguments->tile, "WxH", "size of tiles in pixels, 16 to 8192");
+    command.flag("--stats", arguments->stats, "tell what each image computed and copied");
+    command.option("--max-bytes", arguments->maxBytes, "N",
+                   "refuse pictures that take more memory than this");
+    command.option("--memory-limit", arguments->memoryLimit, "BYTES",
+                   "recycle the memory of pixels; above this, as in 64MB or 64MiB, what is no "
+                   "longer used goes back to the system");
+    command.runs([arguments] { convert(*arguments); });
 }

@@ -1,5 +1,3 @@
-#include <CLI/CLI.hpp>
-
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -9,6 +7,7 @@
 #include <vector>
 
 #include "BandStatistics.h"
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Listing.h"
 #include "Picture.h"
@@ -108,18 +107,15 @@ void info(Arguments const & arguments) {
 
 }  // namespace
 
-void addInfoCommand(CLI::App & tool) {
-    CLI::App * const command = tool.add_subcommand(
-        "info", "Tell what a picture holds; without --stats nothing is decoded");
+void addInfoCommand(CommandLine & tool) {
+    Command command =
+        tool.add("info", "Tell what a picture holds; without --stats nothing is decoded");
     auto const arguments = std::make_shared<Arguments>();
-    command->add_option("IN", arguments->in, "JPEG or PNG file, @testcard or @testcard:WxH")
-        ->required();
-    command
-        ->add_option("--region", arguments->region,
-                     "tell the pixels of this part, as in \"1 inches,0.5 normalized units,...\"")
-        ->type_name("X,Y,W,H");
-    command->add_flag("--stats", arguments->stats,
-                      "decode the picture, or the region, and tell the minimum, maximum, mean and "
-                      "standard deviation of each band");
-    command->callback([arguments] { info(*arguments); });
+    command.required("IN", arguments->in, "JPEG or PNG file, @testcard or @testcard:WxH");
+    command.option("--region", arguments->region, "X,Y,W,H",
+                   "tell the pixels of this part, as in \"1 inches,0.5 normalized units,...\"");
+    command.flag("--stats", arguments->stats,
+                 "decode the picture, or the region, and tell the minimum, maximum, mean and "
+                 "standard deviation of each band");
+    command.runs([arguments] { info(*arguments); });
 }

@@ -1,9 +1,8 @@
-#include <CLI/CLI.hpp>
-
 #include <iomanip>
 #include <iostream>
 #include <memory>
 
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Listing.h"
 #include "QelClients.h"
@@ -45,10 +44,9 @@ void printOpsAsJson() {
 
 }  // namespace
 
-void addOpsCommand(CLI::App & tool) {
-    CLI::App * const command =
-        tool.add_subcommand("ops", "List the operations with their parameters");
+void addOpsCommand(CommandLine & tool) {
+    Command command = tool.add("ops", "List the operations with their parameters");
     auto const asJson = std::make_shared<bool>(false);
-    command->add_flag("--json", *asJson, "list them as JSON");
-    command->callback([asJson] { *asJson ? printOpsAsJson() : printOps(); });
+    command.flag("--json", *asJson, "list them as JSON");
+    command.runs([asJson] { *asJson ? printOpsAsJson() : printOps(); });
 }

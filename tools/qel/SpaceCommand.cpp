@@ -1,5 +1,3 @@
-#include <CLI/CLI.hpp>
-
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -7,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Listing.h"
 #include "QelClients.h"
@@ -135,23 +134,15 @@ void run(Arguments const & arguments) {
 
 }  // namespace
 
-void addSpaceCommand(CLI::App & tool) {
-    CLI::App * const command =
-        tool.add_subcommand("space", "Show how units, extents and pixels convert");
+void addSpaceCommand(CommandLine & tool) {
+    Command command = tool.add("space", "Show how units, extents and pixels convert");
     auto const arguments = std::make_shared<Arguments>();
-    command->add_option("--size", arguments->size, "width and height, as in \"8.5 inches\"")
-        ->expected(2)
-        ->type_name("W H");
-    command->add_option("--dpi", arguments->dpi, "dots per inch, of both axes or of each")
-        ->expected(1, 2)
-        ->check(CLI::PositiveNumber)
-        ->type_name("N");
-    command
-        ->add_option("--convert", arguments->convert,
-                     "a value, as in \"2.5 centimeters\": as a position, a length and a range "
-                     "along the width")
-        ->type_name("VALUE");
-    command->add_flag("--list-units", arguments->listUnits, "list the units of measure");
-    command->add_flag("--json", arguments->json, "list the units as JSON");
-    command->callback([arguments] { run(*arguments); });
+    command.option("--size", arguments->size, 2, "W H", "width and height, as in \"8.5 inches\"");
+    command.option("--dpi", arguments->dpi, "N", "dots per inch, of both axes or of each");
+    command.option("--convert", arguments->convert, "VALUE",
+                   "a value, as in \"2.5 centimeters\": as a position, a length and a range along "
+                   "the width");
+    command.flag("--list-units", arguments->listUnits, "list the units of measure");
+    command.flag("--json", arguments->json, "list the units as JSON");
+    command.runs([arguments] { run(*arguments); });
 }

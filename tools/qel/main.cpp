@@ -3,13 +3,12 @@
 // Exit codes: 0 done; 1 failed; 2 the command line cannot be understood. A failure is one line on
 // standard error.
 
-#include <CLI/CLI.hpp>
-
 #include <exception>
 #include <iostream>
 #include <new>
 #include <string>
 
+#include "CommandLine.h"
 #include "Commands.h"
 #include "QelClients.h"
 
@@ -31,13 +30,8 @@ int report(int code, std::string const & text) {
     return code;
 }
 
-int run(CLI::App & tool, int argc, char ** argv) {
-    try {
-        tool.parse(argc, argv);
-    } catch (CLI::ParseError const & error) {
-        if (error.get_exit_code() != 0) return report(misused, error.what());
-        tool.exit(error);  // prints the help or the version
-    }
+int run(CommandLine & tool, int argc, char ** argv) {
+    tool.run(argc, argv);
     std::cout.flush();
     return std::cout ? 0 : report(failed, "Cannot write to standard output");
 }
@@ -52,10 +46,9 @@ std::string textOf(ZanError const & error) {
 }
 
 int main(int argc, char ** argv) {
-    CLI::App tool("Demand-driven image processing: only the tiles that a result needs are computed",
-                  "qel");
-    tool.require_subcommand(1);
-    tool.set_version_flag("--version", "qel " QEL_VERSION, "Print the version and exit");
+    CommandLine tool("qel", QEL_VERSION,
+                     "Demand-driven image processing: only the tiles that a result needs are "
+                     "computed");
     addColoursCommand(tool);
     addConvertCommand(tool);
     addInfoCommand(tool);
