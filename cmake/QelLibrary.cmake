@@ -17,12 +17,24 @@ function(qel_settings target)
         -ffile-prefix-map=${Qel_SOURCE_DIR}/=)
 endfunction()
 
+# qel_precompile(TARGET [HEADER...]): standard headers, and these, parsed once for all sources of the
+# target and of those that reuse them. They take longer than most sources have of their own. A source
+# includes what it uses all the same. No header of ours belongs here, since each change of one would
+# compile everything again, nor <iostream>, which puts a static object into each source.
+function(qel_precompile target)
+    target_precompile_headers(${target} PRIVATE
+        <algorithm> <array> <atomic> <cerrno> <cmath> <cstddef> <cstdint> <cstdlib> <cstring>
+        <functional> <limits> <map> <memory> <mutex> <new> <optional> <ostream> <sstream> <stdexcept>
+        <string> <string_view> <thread> <type_traits> <utility> <vector> ${ARGN})
+endfunction()
+
 # qel_library(TARGET NAME): the shared library libTARGET.so, known to its users as Qel::NAME. Its
 # layers fill it with qel_layer.
 function(qel_library target name)
     add_library(${target} SHARED)
     add_library(Qel::${name} ALIAS ${target})
     qel_settings(${target})
+    qel_precompile(${target})
     # Until 1.0.0 each minor version may break the binary interface, so it is part of the name.
     set_target_properties(${target} PROPERTIES
         EXPORT_NAME ${name}

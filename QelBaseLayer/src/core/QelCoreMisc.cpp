@@ -39,7 +39,7 @@ std::string without(std::string_view text, std::string_view word) {
     result.reserve(text.size());
     for (char const c : text) {
         result += c;
-        if (result.ends_with(word)) result.resize(result.size() - word.size());
+        if (result.ends_with(word)) result.erase(result.size() - word.size());
     }
     return result;
 }

@@ -1,0 +1,1 @@
+// Nothing. The target of this source makes the precompiled header that the test programs share.
