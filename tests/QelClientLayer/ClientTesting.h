@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -9,7 +8,6 @@
 #include <iterator>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -217,24 +215,4 @@ inline MoxSmartPtr<QelRectBuffer> allOf(Qel2DImage & image) {
 inline MoxSmartPtr<QelRectBuffer> readPicture(std::string const & file) {
     Qel2DImage image(qelOpenPicture(file));
     return allOf(image);
-}
-
-// Each thread asks for all tiles, starting at a place of its own.
-inline void pullOnThreads(int threads, Qel2DImage & image, QelRectBuffer const & expected) {
-    std::vector<std::thread> workers;
-    std::atomic<int> wrong{0};
-    int const count = image.tilesAcross() * image.tilesDown();
-    for (int t = 0; t < threads; ++t) {
-        workers.emplace_back([&, t] {
-            for (int i = 0; i < count; ++i) {
-                int const at = (i + t * count / threads) % count;
-                MoxSmartPtr<QelTile> const tile =
-                    image.getTile(at % image.tilesAcross(), at / image.tilesAcross());
-                if (!showsPixels(*tile, tile->rect(), pixelsOf(expected))) ++wrong;
-            }
-        });
-    }
-    for (std::thread & worker : workers)
-        worker.join();
-    EXPECT_EQ(0, wrong.load());
 }

@@ -2,9 +2,8 @@
 
 #include "QelConvolveOp.h"
 
-#include <thread>
-
 #include "ClientTesting.h"
+#include "ClientThreadTesting.h"
 #include "ConvolveReference.h"
 
 namespace {

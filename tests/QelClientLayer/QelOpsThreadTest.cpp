@@ -1,8 +1,7 @@
 // Several threads on one chain: the same pixels, nothing computed twice that is held.
 
-#include <thread>
-
 #include "ClientTesting.h"
+#include "ClientThreadTesting.h"
 
 namespace {
 
