@@ -25,7 +25,7 @@ Weights secondHalf(QelConvolutionKernel const & kernel) {
     return Weights(kernel.weights().begin() + kernel.side(), kernel.weights().end());
 }
 
-TEST(QelConvolutionKernel, BlursOfSmallRadiiAreBinomial) {
+TEST(QelConvolutionKernelTest, BlursOfSmallRadiiAreBinomial) {
     struct Row {
         std::int32_t radius;
         Weights expected;
@@ -58,7 +58,7 @@ Weights pascal(std::int32_t n) {
     return row;
 }
 
-TEST(QelConvolutionKernel, BlursOfAllRadiiAddUpTo1AndAreSymmetric) {
+TEST(QelConvolutionKernelTest, BlursOfAllRadiiAddUpTo1AndAreSymmetric) {
     for (std::int32_t radius = 1; radius <= QelConvolutionKernel::maxReach; ++radius) {
         SCOPED_TRACE(radius);
         Weights const row = firstHalf(QelConvolutionKernel::blur(radius));
@@ -70,7 +70,7 @@ TEST(QelConvolutionKernel, BlursOfAllRadiiAddUpTo1AndAreSymmetric) {
     }
 }
 
-TEST(QelConvolutionKernel, UnsharpIsTwiceThePixelMinusTheBlur) {
+TEST(QelConvolutionKernelTest, UnsharpIsTwiceThePixelMinusTheBlur) {
     for (std::int32_t const radius : {1, 7, 64}) {
         SCOPED_TRACE(radius);
         QelConvolutionKernel const blur = QelConvolutionKernel::blur(radius);
@@ -89,7 +89,7 @@ TEST(QelConvolutionKernel, UnsharpIsTwiceThePixelMinusTheBlur) {
     }
 }
 
-TEST(QelConvolutionKernel, WeightsAreDividedByTheirSum) {
+TEST(QelConvolutionKernelTest, WeightsAreDividedByTheirSum) {
     QelConvolutionKernel const kernel({1, 2, 1, 2, 4, 2, 1, 2, 1});
     EXPECT_FALSE(kernel.isSeparable());
     EXPECT_EQ(1, kernel.reach());
@@ -105,14 +105,14 @@ TEST(QelConvolutionKernel, WeightsAreDividedByTheirSum) {
               QelConvolutionKernel({0, 2, 0, 0, -6, 0, 0, 2, 0}).weights());
 }
 
-TEST(QelConvolutionKernel, WeightsThatAddUpTo0StayAsTheyAre) {
+TEST(QelConvolutionKernelTest, WeightsThatAddUpTo0StayAsTheyAre) {
     Weights const edges{-1, -1, -1, -1, 8, -1, -1, -1, -1};
     EXPECT_EQ(edges, QelConvolutionKernel(edges).weights());
     EXPECT_EQ(Weights(9, 0.0), QelConvolutionKernel(Weights(9, 0.0)).weights());
 }
 
 // In doubles these add up to something like 1e-16.
-TEST(QelConvolutionKernel, WeightsWhoseSumIsTheirRoundingStayAsTheyAre) {
+TEST(QelConvolutionKernelTest, WeightsWhoseSumIsTheirRoundingStayAsTheyAre) {
     Weights const edges{.1, .1, .1, .1, -.8, .1, .1, .1, .1};
     ASSERT_NE(0, sumOf(edges));
     EXPECT_EQ(edges, QelConvolutionKernel(edges).weights());
@@ -122,12 +122,12 @@ TEST(QelConvolutionKernel, WeightsWhoseSumIsTheirRoundingStayAsTheyAre) {
     EXPECT_EQ(1e12, QelConvolutionKernel({1, -1, 1e-12, 0, 0, 0, 0, 0, 0}).weights()[0]);
 }
 
-TEST(QelConvolutionKernel, VerySmallWeightsAreWeightsAsWell) {
+TEST(QelConvolutionKernelTest, VerySmallWeightsAreWeightsAsWell) {
     EXPECT_EQ(Weights{1}, QelConvolutionKernel({5e-324}).weights());
     EXPECT_EQ(Weights(9, 1 / 9.0), QelConvolutionKernel(Weights(9, 1e-310)).weights());
 }
 
-TEST(QelConvolutionKernel, WeightIsFoundByItsPlace) {
+TEST(QelConvolutionKernelTest, WeightIsFoundByItsPlace) {
     QelConvolutionKernel const kernel({1, 2, 3, 4, 5, 6, 7, 8, -35});
     EXPECT_EQ(1, kernel.weight(-1, -1));
     EXPECT_EQ(3, kernel.weight(1, -1));
@@ -140,7 +140,7 @@ TEST(QelConvolutionKernel, WeightIsFoundByItsPlace) {
     EXPECT_EQ(4 / 16.0, blur.weight(0, 0));
 }
 
-TEST(QelConvolutionKernel, WeightBeyondTheReachIs0) {
+TEST(QelConvolutionKernelTest, WeightBeyondTheReachIs0) {
     constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
     for (QelConvolutionKernel const & kernel :
@@ -153,7 +153,7 @@ TEST(QelConvolutionKernel, WeightBeyondTheReachIs0) {
     }
 }
 
-TEST(QelConvolutionKernel, RefusesNumbersOfWeightsThatMakeNoSquareAroundAPixel) {
+TEST(QelConvolutionKernelTest, RefusesNumbersOfWeightsThatMakeNoSquareAroundAPixel) {
     for (std::size_t const count : std::vector<std::size_t>{0, 2, 4, 16, 24, 131 * 131}) {
         SCOPED_TRACE(count);
         expectRaises(QelErrorCode::invalidValue,
@@ -166,7 +166,7 @@ TEST(QelConvolutionKernel, RefusesNumbersOfWeightsThatMakeNoSquareAroundAPixel) 
     EXPECT_EQ(0, QelConvolutionKernel(Weights(1, 1)).reach());
 }
 
-TEST(QelConvolutionKernel, RefusesRadiiThatAreTooSmallOrTooLarge) {
+TEST(QelConvolutionKernelTest, RefusesRadiiThatAreTooSmallOrTooLarge) {
     for (std::int32_t const radius : {0, -1, 65, std::numeric_limits<std::int32_t>::min(),
                                       std::numeric_limits<std::int32_t>::max()}) {
         std::string const text = "The radius of a kernel is " + std::to_string(radius) +
@@ -177,7 +177,7 @@ TEST(QelConvolutionKernel, RefusesRadiiThatAreTooSmallOrTooLarge) {
     }
 }
 
-TEST(QelConvolutionKernel, RefusesWeightsThatAreNotFinite) {
+TEST(QelConvolutionKernelTest, RefusesWeightsThatAreNotFinite) {
     double const infinity = std::numeric_limits<double>::infinity();
     for (double const bad : {std::nan(""), infinity, -infinity}) {
         Weights weights(9, 1);
@@ -187,7 +187,7 @@ TEST(QelConvolutionKernel, RefusesWeightsThatAreNotFinite) {
     }
 }
 
-TEST(QelConvolutionKernel, RefusesWeightsWhoseSumOverflows) {
+TEST(QelConvolutionKernelTest, RefusesWeightsWhoseSumOverflows) {
     expectRaises(QelErrorCode::invalidValue, notFinite,
                  [] { QelConvolutionKernel{Weights(9, 1e308)}; });
     Weights opposed(9, 1e308);
@@ -196,7 +196,7 @@ TEST(QelConvolutionKernel, RefusesWeightsWhoseSumOverflows) {
     EXPECT_EQ(Weights{1}, QelConvolutionKernel({1.7e308}).weights());
 }
 
-TEST(QelConvolutionKernel, AreEqualWithEqualWeightsOfTheSameKind) {
+TEST(QelConvolutionKernelTest, AreEqualWithEqualWeightsOfTheSameKind) {
     EXPECT_EQ(QelConvolutionKernel::blur(2), QelConvolutionKernel::blur(2));
     EXPECT_NE(QelConvolutionKernel::blur(2), QelConvolutionKernel::blur(3));
     EXPECT_NE(QelConvolutionKernel::blur(2), QelConvolutionKernel::unsharp(2));

@@ -201,7 +201,7 @@ struct Ground {
     std::int64_t left, right, above, below;
 };
 
-TEST(QelConvolveKernels, RandomConvolutionsAgreeWithTheReferenceInBothSets) {
+TEST(QelConvolveKernelsTest, RandomConvolutionsAgreeWithTheReferenceInBothSets) {
     Random random(20240301);
     for (int round = 0; round < 1200; ++round) {
         QelDataType const type = random.oneOf(numberTypes());
@@ -224,7 +224,7 @@ TEST(QelConvolveKernels, RandomConvolutionsAgreeWithTheReferenceInBothSets) {
 }
 
 // Rows that are convolved in several strips, which must not show.
-TEST(QelConvolveKernels, RowsOfManyStrips) {
+TEST(QelConvolveKernelsTest, RowsOfManyStrips) {
     Random random(20240304);
     for (QelConvolutionKernel const & kernel :
          {QelConvolutionKernel::blur(3), QelConvolutionKernel::unsharp(64),
@@ -247,7 +247,7 @@ TEST(QelConvolveKernels, RowsOfManyStrips) {
 }
 
 // Kernels by hand that reach each corner of fixed point, over the ends of the range.
-TEST(QelConvolveKernels, ExtremeKernelsInFixedPoint) {
+TEST(QelConvolveKernelsTest, ExtremeKernelsInFixedPoint) {
     Random random(20240302);
     std::vector<std::vector<double>> const table{
         {0},
@@ -277,7 +277,7 @@ TEST(QelConvolveKernels, ExtremeKernelsInFixedPoint) {
 }
 
 // Sums of float and double have one order, which the compiler must not change.
-TEST(QelConvolveKernels, NanAndInfinityStayWhatTheyAre) {
+TEST(QelConvolveKernelsTest, NanAndInfinityStayWhatTheyAre) {
     double const nan = std::numeric_limits<double>::quiet_NaN();
     double const infinity = std::numeric_limits<double>::infinity();
     Random random(20240303);

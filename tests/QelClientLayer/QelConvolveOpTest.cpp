@@ -33,7 +33,7 @@ testing::AssertionResult isConvolved(QelRectBuffer const & buffer,
     return testing::AssertionSuccess();
 }
 
-TEST(QelConvolveOp, RandomPicturesAgreeWithTheReference) {
+TEST(QelConvolveOpTest, RandomPicturesAgreeWithTheReference) {
     Random random(20240311);
     for (int round = 0; round < 250; ++round) {
         QelConvolutionKernel const kernel = randomKernel(random, 64);
@@ -62,7 +62,7 @@ TEST(QelConvolveOp, RandomPicturesAgreeWithTheReference) {
 }
 
 // Tiles much smaller than the reach, so that each needs many of the input.
-TEST(QelConvolveOp, TilesSmallerThanTheReach) {
+TEST(QelConvolveOpTest, TilesSmallerThanTheReach) {
     Random random(20240312);
     TileSize const tiles(16, 16);
     for (QelDataType const & type : numberTypes()) {
@@ -77,7 +77,7 @@ TEST(QelConvolveOp, TilesSmallerThanTheReach) {
     }
 }
 
-TEST(QelConvolveOp, TheTileSizeChangesNoByte) {
+TEST(QelConvolveOpTest, TheTileSizeChangesNoByte) {
     Random random(20240313);
     for (QelDataType const & type : numberTypes()) {
         SCOPED_TRACE(type.name());
@@ -102,7 +102,7 @@ TEST(QelConvolveOp, TheTileSizeChangesNoByte) {
 
 // ---- Even areas
 
-class EvenAreas : public testing::TestWithParam<int> {
+class QelConvolveOpEvenAreasTest : public testing::TestWithParam<int> {
   protected:
     // Every value of the type in a picture of its own pixels would take long; a band for each.
     void expectKept(QelConvolutionKernel const & kernel) const {
@@ -119,7 +119,7 @@ class EvenAreas : public testing::TestWithParam<int> {
     }
 };
 
-TEST_P(EvenAreas, KeepEveryValueUnderBlursAndUnsharpMasksOfEveryRadius) {
+TEST_P(QelConvolveOpEvenAreasTest, KeepEveryValueUnderBlursAndUnsharpMasksOfEveryRadius) {
     for (std::int32_t radius = 1; radius <= QelConvolutionKernel::maxReach; ++radius) {
         SCOPED_TRACE(radius);
         expectKept(QelConvolutionKernel::blur(radius));
@@ -127,14 +127,14 @@ TEST_P(EvenAreas, KeepEveryValueUnderBlursAndUnsharpMasksOfEveryRadius) {
     }
 }
 
-TEST_P(EvenAreas, KeepEveryValueUnderMeansOfEverySize) {
+TEST_P(QelConvolveOpEvenAreasTest, KeepEveryValueUnderMeansOfEverySize) {
     for (std::size_t side = 1; side <= 129; side += 2) {
         SCOPED_TRACE(side);
         expectKept(QelConvolutionKernel(std::vector<double>(side * side, 1)));
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(QelConvolveOp, EvenAreas,
+INSTANTIATE_TEST_SUITE_P(QelConvolveOp, QelConvolveOpEvenAreasTest,
                          testing::Values(QelDataType::UChar, QelDataType::Char));
 
 // ---- The slight operations and their kernels
@@ -155,7 +155,7 @@ void expectSamePixels(QelImageOp * first, QelImageOp * second) {
     EXPECT_TRUE(showsPixels(*found, found->rect(), pixelsOf(*expected)));
 }
 
-TEST(QelConvolveOp, TheSlightBlurIsItsKernelAndItsRadius) {
+TEST(QelConvolveOpTest, TheSlightBlurIsItsKernelAndItsRadius) {
     Random random(20240314);
     QelConvolutionKernel const kernel({1, 2, 1, 2, 4, 2, 1, 2, 1});
     for (QelDataType const & type : smallTypes()) {
@@ -169,7 +169,7 @@ TEST(QelConvolveOp, TheSlightBlurIsItsKernelAndItsRadius) {
     }
 }
 
-TEST(QelConvolveOp, TheSlightSharpeningIsItsKernel) {
+TEST(QelConvolveOpTest, TheSlightSharpeningIsItsKernel) {
     Random random(20240315);
     QelConvolutionKernel const kernel({0, -1, 0, -1, 8, -1, 0, -1, 0});
     for (QelDataType const & type : smallTypes()) {
@@ -181,7 +181,7 @@ TEST(QelConvolveOp, TheSlightSharpeningIsItsKernel) {
 }
 
 // Both take any kernel, also one that the other one is named after.
-TEST(QelConvolveOp, BlurAndSharpenComputeTheKernelThatTheyAreGiven) {
+TEST(QelConvolveOpTest, BlurAndSharpenComputeTheKernelThatTheyAreGiven) {
     Random random(20240316);
     for (QelDataType const & type : numberTypes()) {
         SCOPED_TRACE(type.name());
@@ -200,7 +200,7 @@ TEST(QelConvolveOp, BlurAndSharpenComputeTheKernelThatTheyAreGiven) {
     }
 }
 
-TEST(QelConvolveOp, KernelIsTheOneGiven) {
+TEST(QelConvolveOpTest, KernelIsTheOneGiven) {
     MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new QelTestCardOp(20, 10));
     EXPECT_EQ(QelConvolutionKernel::blur(7),
               QelConvolveOp(input, QelConvolutionKernel::blur(7)).kernel());
@@ -210,7 +210,7 @@ TEST(QelConvolveOp, KernelIsTheOneGiven) {
     EXPECT_EQ(QelConvolutionKernel({0, -1, 0, -1, 8, -1, 0, -1, 0}), QelSharpenOp(input).kernel());
 }
 
-TEST(QelConvolveOp, RefusesRadiiAsTheKernelDoes) {
+TEST(QelConvolveOpTest, RefusesRadiiAsTheKernelDoes) {
     MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new QelTestCardOp(20, 10));
     expectRaises(QelErrorCode::invalidValue,
                  "The radius of a kernel is 0, it must lie between 1 and 64",
@@ -222,7 +222,7 @@ TEST(QelConvolveOp, RefusesRadiiAsTheKernelDoes) {
 
 // ---- Threads
 
-TEST(QelConvolveOpThread, ThreadsSeeThePixelsThatOneSees) {
+TEST(QelConvolveOpThreadTest, ThreadsSeeThePixelsThatOneSees) {
     Random random(20240317);
     TileSize const tiles(32, 32);
     for (QelDataType const type : {QelDataType::UChar, QelDataType::Float}) {

@@ -15,7 +15,7 @@ MoxSmartPtr<Qel2DImage> gradientImage(std::int32_t width, std::int32_t height) {
     return new Qel2DImage(new GradientOp({.width = width, .height = height}));
 }
 
-TEST(QelNeighbourOp, ReportsThatItHasNoInput) {
+TEST(QelNeighbourOpTest, ReportsThatItHasNoInput) {
     QelBlurOp op(nullptr);
     QelImageInfo info;
     EXPECT_FALSE(op.outputInfo(info));
@@ -35,7 +35,7 @@ class NarrowOp : public QelBlurOp {
     bool supports(QelDataType type) const override { return type == QelDataType::UChar; }
 };
 
-TEST(QelNeighbourOp, RefusesAnElementTypeInItsReport) {
+TEST(QelNeighbourOpTest, RefusesAnElementTypeInItsReport) {
     NarrowOp op(new Qel2DImage(new GradientOp({.width = 9, .height = 9, .type = 3})));
     QelImageInfo info;
     EXPECT_FALSE(op.outputInfo(info));
@@ -44,7 +44,7 @@ TEST(QelNeighbourOp, RefusesAnElementTypeInItsReport) {
                        std::string(QelCoreMisc::classNameOf(op)));
 }
 
-TEST(QelNeighbourOp, RefusesBuffersOfOtherElements) {
+TEST(QelNeighbourOpTest, RefusesBuffersOfOtherElements) {
     QelBlurOp op(gradientImage(30, 30));
     expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
@@ -63,7 +63,7 @@ TEST(QelNeighbourOp, RefusesBuffersOfOtherElements) {
                  });
 }
 
-TEST(QelNeighbourOp, EdgesOfTheImageAreRepeatedAndNotThoseOfTheRegion) {
+TEST(QelNeighbourOpTest, EdgesOfTheImageAreRepeatedAndNotThoseOfTheRegion) {
     MoxSmartPtr<Qel2DImage> const input = gradientImage(400, 300);
     Qel2DImage image(new QelSharpenOp(input));
     MoxSmartPtr<QelRectBuffer> const whole = allOf(image);
@@ -77,7 +77,7 @@ TEST(QelNeighbourOp, EdgesOfTheImageAreRepeatedAndNotThoseOfTheRegion) {
     }
 }
 
-TEST(QelNeighbourOp, ImageOfOnePixel) {
+TEST(QelNeighbourOpTest, ImageOfOnePixel) {
     MoxSmartPtr<QelRectBuffer> const picture =
         new QelRectBuffer(1, 1, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
     fillPixels(*picture, picture->rect(), gradientAt);
@@ -86,7 +86,7 @@ TEST(QelNeighbourOp, ImageOfOnePixel) {
     EXPECT_TRUE(showsPixels(*result, result->rect(), gradientAt));
 }
 
-TEST(QelNeighbourOp, EachTileIsComputedOnceWhenPulledByRows) {
+TEST(QelNeighbourOpTest, EachTileIsComputedOnceWhenPulledByRows) {
     MoxSmartPtr<Qel2DImage> const source = gradientImage(128 * 9, 128 * 7);
     MoxSmartPtr<Qel2DImage> const blurred = new Qel2DImage(new QelBlurOp(source));
     Qel2DImage image(new QelSharpenOp(blurred));
@@ -100,7 +100,7 @@ TEST(QelNeighbourOp, EachTileIsComputedOnceWhenPulledByRows) {
     EXPECT_EQ(0, blurred->statistics().pixelsCopied);
 }
 
-TEST(QelNeighbourOp, EachTileIsComputedOnceWhenPulledByColumns) {
+TEST(QelNeighbourOpTest, EachTileIsComputedOnceWhenPulledByColumns) {
     MoxSmartPtr<Qel2DImage> const source = gradientImage(128 * 6, 128 * 6);
     Qel2DImage image(new QelSharpenOp(source));
     for (int x = 0; x < 6; ++x) {
@@ -111,7 +111,7 @@ TEST(QelNeighbourOp, EachTileIsComputedOnceWhenPulledByColumns) {
 }
 
 // With a reach of several tiles, and of one that is no multiple of them.
-TEST(QelNeighbourOp, EachTileIsComputedOnceWhenPulledByRowsAlsoWithAReachBeyondTheNextTile) {
+TEST(QelNeighbourOpTest, EachTileIsComputedOnceWhenPulledByRowsAlsoWithAReachBeyondTheNextTile) {
     struct Row {
         std::int32_t tileWidth, tileHeight, reach;
     };
@@ -140,7 +140,7 @@ TEST(QelNeighbourOp, EachTileIsComputedOnceWhenPulledByRowsAlsoWithAReachBeyondT
     }
 }
 
-TEST(QelNeighbourOp, RefusesAReachBelow0) {
+TEST(QelNeighbourOpTest, RefusesAReachBelow0) {
     class BackwardOp : public QelNeighbourOp {
       public:
         BackwardOp() : QelNeighbourOp(nullptr, -1) {}
@@ -152,7 +152,7 @@ TEST(QelNeighbourOp, RefusesAReachBelow0) {
                  [] { BackwardOp(); });
 }
 
-TEST(QelNeighbourOp, ChainsComputeOneRingOfTilesMoreForEachOperation) {
+TEST(QelNeighbourOpTest, ChainsComputeOneRingOfTilesMoreForEachOperation) {
     MoxSmartPtr<Qel2DImage> image = gradientImage(10000, 10000);
     std::vector<MoxSmartPtr<Qel2DImage>> chain{image};
     for (int i = 0; i < 6; ++i) {
@@ -169,7 +169,7 @@ TEST(QelNeighbourOp, ChainsComputeOneRingOfTilesMoreForEachOperation) {
     }
 }
 
-TEST(QelNeighbourOp, HoldsNoMoreThanAFewRowsOfTiles) {
+TEST(QelNeighbourOpTest, HoldsNoMoreThanAFewRowsOfTiles) {
     constexpr int across = 10;
     constexpr int down = 40;
     FaultySystem const memory;
@@ -183,7 +183,7 @@ TEST(QelNeighbourOp, HoldsNoMoreThanAFewRowsOfTiles) {
     EXPECT_LE(memory.liveBytes() - before, (3 * across + 16 + 2) * tile);
 }
 
-TEST(QelNeighbourOp, GivesAllMemoryBack) {
+TEST(QelNeighbourOpTest, GivesAllMemoryBack) {
     FaultySystem const memory;
     {
         Qel2DImage image(new QelSharpenOp(new Qel2DImage(new QelBlurOp(gradientImage(500, 500)))));
@@ -193,7 +193,7 @@ TEST(QelNeighbourOp, GivesAllMemoryBack) {
     EXPECT_EQ(0U, memory.liveAllocations());
 }
 
-TEST(QelNeighbourOp, ReadsAWrappedBufferWhereItIs) {
+TEST(QelNeighbourOpTest, ReadsAWrappedBufferWhereItIs) {
     MoxSmartPtr<QelRectBuffer> const picture =
         new QelRectBuffer(300, 200, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
     fillPixels(*picture, picture->rect(), gradientAt);
@@ -209,7 +209,7 @@ TEST(QelNeighbourOp, ReadsAWrappedBufferWhereItIs) {
 }
 
 // The image of a buffer that starts at (20,10) has pixels without memory left of it and above it.
-TEST(QelNeighbourOp, AWrappedBufferIsZeroWhereItHasNoPixels) {
+TEST(QelNeighbourOpTest, AWrappedBufferIsZeroWhereItHasNoPixels) {
     QelRect const there(20, 10, 30, 25);
     MoxSmartPtr<QelRectBuffer> const picture =
         new QelRectBuffer(there, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
@@ -235,7 +235,7 @@ TEST(QelNeighbourOp, AWrappedBufferIsZeroWhereItHasNoPixels) {
     }
 }
 
-TEST(QelNeighbourOp, FaultsOfTheInputPassThrough) {
+TEST(QelNeighbourOpTest, FaultsOfTheInputPassThrough) {
     MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new ThrowingOp(
         {.width = 300, .height = 300}, [] { qelRaise(204, "cancelled"); }, 3));
     Qel2DImage image(new QelBlurOp(input));

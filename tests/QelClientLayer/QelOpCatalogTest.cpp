@@ -18,14 +18,14 @@ void expectRefused(Refusal const & row) {
     expectRaises(QelErrorCode::invalidValue, row.error, [&] { standard().parse(row.text); });
 }
 
-TEST(QelOpCatalog, ListsTheLibrarysOwnByName) {
+TEST(QelOpCatalogTest, ListsTheLibrarysOwnByName) {
     std::vector<std::string> names;
     for (QelOpDescription const & op : standard().ops())
         names.push_back(op.name);
     EXPECT_EQ((std::vector<std::string>{"blur", "invert", "linear", "sharpen"}), names);
 }
 
-TEST(QelOpCatalog, DescribesParameters) {
+TEST(QelOpCatalogTest, DescribesParameters) {
     QelOpDescription const * const linear = standard().find("linear");
     ASSERT_NE(nullptr, linear);
     ASSERT_EQ(2U, linear->parameters.size());
@@ -39,7 +39,7 @@ TEST(QelOpCatalog, DescribesParameters) {
     EXPECT_EQ(nullptr, standard().find("Linear"));
 }
 
-TEST(QelOpCatalog, BlurAndSharpenHaveARadiusAndAKernelThatMayBeLeftOut) {
+TEST(QelOpCatalogTest, BlurAndSharpenHaveARadiusAndAKernelThatMayBeLeftOut) {
     for (char const * const name : {"blur", "sharpen"}) {
         SCOPED_TRACE(name);
         std::vector<QelOpParameter> const & parameters = standard().find(name)->parameters;
@@ -57,7 +57,7 @@ TEST(QelOpCatalog, BlurAndSharpenHaveARadiusAndAKernelThatMayBeLeftOut) {
     }
 }
 
-TEST(QelOpCatalog, NamesTypes) {
+TEST(QelOpCatalogTest, NamesTypes) {
     QelOpParameter parameter;
     EXPECT_STREQ("number", parameter.typeName());
     parameter.list = true;
@@ -68,7 +68,7 @@ TEST(QelOpCatalog, NamesTypes) {
     EXPECT_STREQ("integer", parameter.typeName());
 }
 
-TEST(QelOpCatalog, ReadsParametersInAnyOrder) {
+TEST(QelOpCatalogTest, ReadsParametersInAnyOrder) {
     struct Row {
         char const * text;
         QelOpValues values;
@@ -91,7 +91,7 @@ TEST(QelOpCatalog, ReadsParametersInAnyOrder) {
     }
 }
 
-TEST(QelOpCatalog, MakesTheOperation) {
+TEST(QelOpCatalogTest, MakesTheOperation) {
     MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new QelTestCardOp(20, 10));
     MoxSmartPtr<QelImageOp> const op = standard().parse("linear:gain=2,offset=3").make(input);
     auto const * const linear = dynamic_cast<QelLinearOp const *>(op.get());
@@ -105,7 +105,7 @@ TEST(QelOpCatalog, MakesTheOperation) {
     EXPECT_NE(nullptr, dynamic_cast<QelSharpenOp *>(makes("sharpen").get()));
 }
 
-TEST(QelOpCatalog, MakesConvolutionsWithTheirKernels) {
+TEST(QelOpCatalogTest, MakesConvolutionsWithTheirKernels) {
     MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new QelTestCardOp(20, 10));
     auto const kernelOf = [&](char const * text) {
         MoxSmartPtr<QelImageOp> const op = standard().parse(text).make(input);
@@ -122,7 +122,7 @@ TEST(QelOpCatalog, MakesConvolutionsWithTheirKernels) {
     EXPECT_EQ(QelConvolutionKernel::unsharp(7), kernelOf("sharpen:radius=7"));
 }
 
-TEST(QelOpCatalog, UnknownOperationListsTheValidOnes) {
+TEST(QelOpCatalogTest, UnknownOperationListsTheValidOnes) {
     constexpr char const * valid = "; there are blur, invert, linear and sharpen";
     for (std::string const name : {"inverse", "", "INVERT"}) {
         std::string const text = "There is no operation \"" + name + "\"" + valid;
@@ -133,7 +133,7 @@ TEST(QelOpCatalog, UnknownOperationListsTheValidOnes) {
                    "sharpen"});
 }
 
-TEST(QelOpCatalog, UnknownParameterListsTheValidOnes) {
+TEST(QelOpCatalogTest, UnknownParameterListsTheValidOnes) {
     expectRefused({"linear:scale=1",
                    "The operation linear has no parameter \"scale\"; it has gain and offset"});
     expectRefused({"linear:gain=1,scale",
@@ -145,12 +145,12 @@ TEST(QelOpCatalog, UnknownParameterListsTheValidOnes) {
     expectRefused({"invert:gain=1", "The operation invert has no parameter \"gain\"; it has none"});
 }
 
-TEST(QelOpCatalog, ParametersNeedOneValueEach) {
+TEST(QelOpCatalogTest, ParametersNeedOneValueEach) {
     expectRefused({"linear:gain", "The parameter linear:gain has no value"});
     expectRefused({"linear:gain=1,gain=2", "The parameter linear:gain is given twice"});
 }
 
-TEST(QelOpCatalog, ValuesMustBeNumbers) {
+TEST(QelOpCatalogTest, ValuesMustBeNumbers) {
     for (char const * const value :
          {"", "x", "1x", " 1", "1 ", "1=2", "nan", "inf", "-inf", "1e999", "0x10", "+1"}) {
         std::string const text = std::string("linear:gain=") + value;
@@ -163,7 +163,7 @@ TEST(QelOpCatalog, ValuesMustBeNumbers) {
                    "and offset"});
 }
 
-TEST(QelOpCatalog, ValuesMustBeInRange) {
+TEST(QelOpCatalogTest, ValuesMustBeInRange) {
     expectRefused({"linear:gain=1000000.5",
                    "The value of linear:gain is 1000000.5, it must lie "
                    "between -1000000 and 1000000"});
@@ -172,7 +172,7 @@ TEST(QelOpCatalog, ValuesMustBeInRange) {
                    "between -1000000 and 1000000"});
 }
 
-TEST(QelOpCatalog, RadiiMustBeIntegersInRange) {
+TEST(QelOpCatalogTest, RadiiMustBeIntegersInRange) {
     for (char const * const value : {"1.5", "1:2", "", "1:", ":1", "x"}) {
         std::string const text = std::string("blur:radius=") + value;
         std::string const error =
@@ -187,7 +187,7 @@ TEST(QelOpCatalog, RadiiMustBeIntegersInRange) {
 }
 
 // The text names the number that is none.
-TEST(QelOpCatalog, ListsHoldNumbersOnly) {
+TEST(QelOpCatalogTest, ListsHoldNumbersOnly) {
     struct Row {
         char const * list;
         char const * wrong;
@@ -209,7 +209,7 @@ TEST(QelOpCatalog, ListsHoldNumbersOnly) {
                    "The operation blur has no parameter \"2\"; it has radius and kernel"});
 }
 
-TEST(QelOpCatalog, KernelsMustBeSquaresAroundAPixel) {
+TEST(QelOpCatalogTest, KernelsMustBeSquaresAroundAPixel) {
     expectRefused({"sharpen:kernel=1:2",
                    "A kernel of 2 weights is impossible; their number must be 1, 9, 25 or another "
                    "square of an odd number up to 129"});
@@ -218,7 +218,7 @@ TEST(QelOpCatalog, KernelsMustBeSquaresAroundAPixel) {
                    "square of an odd number up to 129"});
 }
 
-TEST(QelOpCatalog, ARadiusAndAKernelDoNotGoTogether) {
+TEST(QelOpCatalogTest, ARadiusAndAKernelDoNotGoTogether) {
     expectRefused(
         {"blur:radius=1,kernel=1", "The operation blur takes a radius or a kernel, not both"});
     expectRefused({"sharpen:kernel=1:2,radius=3",
@@ -235,7 +235,7 @@ QelOpDescription described(std::string const & name, std::string const & paramet
             }};
 }
 
-TEST(QelOpCatalog, TakesOperationsOfAClient) {
+TEST(QelOpCatalogTest, TakesOperationsOfAClient) {
     QelOpCatalog catalog;
     catalog.add(described("zoom", "factor"));
     catalog.add(described("add", "factor"));
@@ -253,7 +253,7 @@ TEST(QelOpCatalog, TakesOperationsOfAClient) {
                  [] { QelOpCatalog().parse("x"); });
 }
 
-TEST(QelOpCatalog, ChecksValuesTogetherAsAClientWishes) {
+TEST(QelOpCatalogTest, ChecksValuesTogetherAsAClientWishes) {
     QelOpCatalog catalog;
     QelOpDescription op = described("zoom", "factor");
     op.parameters[0].list = true;
@@ -269,7 +269,7 @@ TEST(QelOpCatalog, ChecksValuesTogetherAsAClientWishes) {
                  [&] { catalog.parse("zoom:factor=1:2.5"); });
 }
 
-TEST(QelOpCatalog, RefusesNamesThatCannotBeAskedFor) {
+TEST(QelOpCatalogTest, RefusesNamesThatCannotBeAskedFor) {
     QelOpCatalog catalog;
     catalog.add(described("zoom", "factor"));
     expectRaises(QelErrorCode::invalidValue, "There is an operation \"zoom\" already",

@@ -72,7 +72,7 @@ void expectLinear(Set const & set, QelDataType type, std::vector<double> const &
     }
 }
 
-TEST(QelOpKernels, LinearOfEveryValueOfNarrowTypes) {
+TEST(QelOpKernelsTest, LinearOfEveryValueOfNarrowTypes) {
     struct Terms {
         double gain, offset;
     };
@@ -92,7 +92,7 @@ TEST(QelOpKernels, LinearOfEveryValueOfNarrowTypes) {
     }
 }
 
-TEST(QelOpKernels, LinearRoundsHalvesToTheEvenNumber) {
+TEST(QelOpKernelsTest, LinearRoundsHalvesToTheEvenNumber) {
     for (Set const & set : setsOfThisProcessor()) {
         Row row(QelDataType::UChar, {1, 3, 5, 7});
         set.kernels.linear[QelDataType::UChar](row.inPlace(), 0.5, 0);
@@ -103,7 +103,7 @@ TEST(QelOpKernels, LinearRoundsHalvesToTheEvenNumber) {
     }
 }
 
-TEST(QelOpKernels, LinearKeepsNanAndInfinityOfRealTypes) {
+TEST(QelOpKernelsTest, LinearKeepsNanAndInfinityOfRealTypes) {
     double const nan = std::numeric_limits<double>::quiet_NaN();
     double const infinity = std::numeric_limits<double>::infinity();
     for (Set const & set : setsOfThisProcessor()) {
@@ -167,7 +167,7 @@ MoxSmartPtr<QelRectBuffer> copyOf(QelRectBuffer const & buffer) {
     return copy;
 }
 
-TEST(QelOpKernels, RandomInvertAgreesWithTheReference) {
+TEST(QelOpKernelsTest, RandomInvertAgreesWithTheReference) {
     Random random(20240101);
     for (int round = 0; round < 400; ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
@@ -189,7 +189,7 @@ TEST(QelOpKernels, RandomInvertAgreesWithTheReference) {
     }
 }
 
-TEST(QelOpKernels, RandomNeighbourhoodsAgreeWithTheReference) {
+TEST(QelOpKernelsTest, RandomNeighbourhoodsAgreeWithTheReference) {
     Random random(20240102);
     for (int round = 0; round < 400; ++round) {
         SCOPED_TRACE("round " + std::to_string(round));

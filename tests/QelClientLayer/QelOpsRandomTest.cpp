@@ -60,7 +60,7 @@ MoxSmartPtr<QelRectBuffer> pull(Random & random, Qel2DImage & image, QelRect con
     return buffer;
 }
 
-TEST(QelOps, RandomRegionsAgreeWithTheReference) {
+TEST(QelOpsRandomTest, RandomRegionsAgreeWithTheReference) {
     Random random(20240103);
     for (int round = 0; round < 600; ++round) {
         OpCase const op = random.oneOf(opCases());
@@ -95,7 +95,7 @@ MoxSmartPtr<QelRectBuffer> chained(MoxSmartPtr<QelRectBuffer> const & picture, T
     return allOf(*image);
 }
 
-TEST(QelOps, ChainsShowTheSamePixelsForEveryTileSize) {
+TEST(QelOpsRandomTest, ChainsShowTheSamePixelsForEveryTileSize) {
     Random random(20240104);
     for (QelDataType const & type : numberTypes()) {
         SCOPED_TRACE(type.name());
@@ -111,7 +111,7 @@ TEST(QelOps, ChainsShowTheSamePixelsForEveryTileSize) {
     }
 }
 
-TEST(QelOps, InvertingTwiceGivesIntegerImagesBack) {
+TEST(QelOpsRandomTest, InvertingTwiceGivesIntegerImagesBack) {
     Random random(20240105);
     for (QelDataType const & type : numberTypes()) {
         if (isReal(type)) continue;

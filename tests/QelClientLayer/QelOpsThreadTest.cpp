@@ -15,13 +15,13 @@ MoxSmartPtr<Qel2DImage> chainOver(MoxSmartPtr<QelImageOp> const & source) {
     return new Qel2DImage(new QelSharpenOp(image));
 }
 
-TEST(QelOpsThread, ChainOverTheTestCard) {
+TEST(QelOpsThreadTest, ChainOverTheTestCard) {
     TileSize const tiles(32, 32);
     MoxSmartPtr<QelRectBuffer> const expected = allOf(*chainOver(new QelTestCardOp(300, 200)));
     pullOnThreads(threads, *chainOver(new QelTestCardOp(300, 200)), *expected);
 }
 
-TEST(QelOpsThread, ChainOverAFileThatIsDecodedMeanwhile) {
+TEST(QelOpsThreadTest, ChainOverAFileThatIsDecodedMeanwhile) {
     TileSize const tiles(32, 32);
     TemporaryFolder const folder;
     Qel2DImage card(new QelTestCardOp(300, 200));

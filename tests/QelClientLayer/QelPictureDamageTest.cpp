@@ -5,7 +5,7 @@
 
 namespace {
 
-class QelPictureDamage : public testing::TestWithParam<char const *> {
+class QelPictureDamageTest : public testing::TestWithParam<char const *> {
   protected:
     // A file of some thousand bytes, with flat parts and fine ones.
     Bytes picture() {
@@ -40,7 +40,7 @@ class QelPictureDamage : public testing::TestWithParam<char const *> {
     TemporaryFolder folder_;
 };
 
-TEST_P(QelPictureDamage, TruncatedFilesAreErrors) {
+TEST_P(QelPictureDamageTest, TruncatedFilesAreErrors) {
     Bytes const whole = picture();
     ASSERT_GT(whole.size(), 2000U);
     for (int i = 0; i < 500; ++i) {
@@ -50,7 +50,7 @@ TEST_P(QelPictureDamage, TruncatedFilesAreErrors) {
     }
 }
 
-TEST_P(QelPictureDamage, FilesWithOneByteChangedAreErrorsOrPictures) {
+TEST_P(QelPictureDamageTest, FilesWithOneByteChangedAreErrorsOrPictures) {
     Bytes const whole = picture();
     bool const checksums = std::string(GetParam()) == "picture.png";
     Random random(20240112);
@@ -66,7 +66,8 @@ TEST_P(QelPictureDamage, FilesWithOneByteChangedAreErrorsOrPictures) {
     std::cout << pictures << " of 500 damaged files still read as pictures\n";
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, QelPictureDamage, testing::Values("picture.png", "picture.jpg"),
+INSTANTIATE_TEST_SUITE_P(Formats, QelPictureDamageTest,
+                         testing::Values("picture.png", "picture.jpg"),
                          [](auto const & format) { return std::string(format.param).substr(8); });
 
 }  // namespace

@@ -23,7 +23,7 @@ std::vector<FileFault> fileFaults() {
             {FaultySystem::RENAME, "rename", EXDEV, "Invalid cross-device link"}};
 }
 
-class QelPictureWriterFault : public testing::TestWithParam<char const *> {
+class QelPictureWriterFaultTest : public testing::TestWithParam<char const *> {
   protected:
     std::string file() const { return folder_.file(GetParam()); }
     // Large enough for several writes.
@@ -47,7 +47,7 @@ class QelPictureWriterFault : public testing::TestWithParam<char const *> {
     TemporaryFolder folder_;
 };
 
-TEST_P(QelPictureWriterFault, EachFileCallFailsInTurn) {
+TEST_P(QelPictureWriterFaultTest, EachFileCallFailsInTurn) {
     for (FileFault const & fault : fileFaults()) {
         std::uint64_t calls = 0;
         {
@@ -73,7 +73,7 @@ TEST_P(QelPictureWriterFault, EachFileCallFailsInTurn) {
     }
 }
 
-TEST_P(QelPictureWriterFault, EachAllocationFailsInTurn) {
+TEST_P(QelPictureWriterFaultTest, EachAllocationFailsInTurn) {
     std::uint64_t allocations = 0;
     {
         FaultySystem system;
@@ -95,7 +95,7 @@ TEST_P(QelPictureWriterFault, EachAllocationFailsInTurn) {
     }
 }
 
-TEST_P(QelPictureWriterFault, WritesThatTakeLittleAtATimeAreEnough) {
+TEST_P(QelPictureWriterFaultTest, WritesThatTakeLittleAtATimeAreEnough) {
     write(file());
     Bytes const expected = contentOf(file());
     FaultySystem system;
@@ -104,7 +104,7 @@ TEST_P(QelPictureWriterFault, WritesThatTakeLittleAtATimeAreEnough) {
     EXPECT_EQ(expected, contentOf(file()));
 }
 
-TEST_P(QelPictureWriterFault, TemporaryNamesThatAreTakenAreSkipped) {
+TEST_P(QelPictureWriterFaultTest, TemporaryNamesThatAreTakenAreSkipped) {
     FaultySystem system;
     system.failFile(FaultySystem::OPEN, 1, EEXIST);
     write(file());
@@ -112,7 +112,7 @@ TEST_P(QelPictureWriterFault, TemporaryNamesThatAreTakenAreSkipped) {
     EXPECT_EQ(std::vector<std::string>{GetParam()}, folder_.names());
 }
 
-TEST_P(QelPictureWriterFault, ErrorsOfTheImageLeaveNoTrace) {
+TEST_P(QelPictureWriterFaultTest, ErrorsOfTheImageLeaveNoTrace) {
     makeTarget(true);
     Qel2DImage image(new ThrowingOp(
         {.width = 400, .height = 400}, [] { qelRaise(77, "the op failed"); }, 5));
@@ -120,7 +120,7 @@ TEST_P(QelPictureWriterFault, ErrorsOfTheImageLeaveNoTrace) {
     expectUntouched(true);
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, QelPictureWriterFault,
+INSTANTIATE_TEST_SUITE_P(Formats, QelPictureWriterFaultTest,
                          testing::Values("picture.png", "picture.jpg"),
                          [](auto const & format) { return std::string(format.param).substr(8); });
 

@@ -47,7 +47,7 @@ MoxSmartPtr<QelRectBuffer> gradientBuffer(QelLayout layout = PIXEL_INTERLEAVED) 
     return buffer;
 }
 
-TEST(QelPointOp, ReportsItsInput) {
+TEST(QelPointOpTest, ReportsItsInput) {
     MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new GradientOp(
         {.width = 300, .height = 200, .bands = 4, .type = QelDataType::UShort, .tileWidth = 130}));
     QelInvertOp op(input);
@@ -61,7 +61,7 @@ TEST(QelPointOp, ReportsItsInput) {
     EXPECT_EQ(input.get(), op.input().get());
 }
 
-TEST(QelPointOp, ReportsThatItHasNoInput) {
+TEST(QelPointOpTest, ReportsThatItHasNoInput) {
     QelInvertOp op(nullptr);
     QelImageInfo info;
     EXPECT_FALSE(op.outputInfo(info));
@@ -72,7 +72,7 @@ TEST(QelPointOp, ReportsThatItHasNoInput) {
     });
 }
 
-TEST(QelPointOp, RefusesAnElementTypeInItsReport) {
+TEST(QelPointOpTest, RefusesAnElementTypeInItsReport) {
     AddOneOp op(new Qel2DImage(new GradientOp({.width = 9, .height = 9, .type = 3})));
     QelImageInfo info;
     EXPECT_FALSE(op.outputInfo(info));
@@ -81,7 +81,7 @@ TEST(QelPointOp, RefusesAnElementTypeInItsReport) {
                        std::string(QelCoreMisc::classNameOf(op)));
 }
 
-TEST(QelPointOp, RefusesBuffersOfOtherElements) {
+TEST(QelPointOpTest, RefusesBuffersOfOtherElements) {
     QelInvertOp op(new Qel2DImage(new GradientOp(small)));
     expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
@@ -94,7 +94,7 @@ TEST(QelPointOp, RefusesBuffersOfOtherElements) {
                  });
 }
 
-TEST(QelPointOp, RefusesOrganisationsThatAreNotSimple) {
+TEST(QelPointOpTest, RefusesOrganisationsThatAreNotSimple) {
     QelInvertOp op(new Qel2DImage(new GradientOp(small)));
     expectRaises(QelErrorCode::simpleDataOrgNeeded,
                  "Operations on pixels work with QelSimpleDataOrg only", [&] {
@@ -104,7 +104,7 @@ TEST(QelPointOp, RefusesOrganisationsThatAreNotSimple) {
                  });
 }
 
-TEST(QelPointOp, RaisesWhenItsInputHasNothingToComputeWith) {
+TEST(QelPointOpTest, RaisesWhenItsInputHasNothingToComputeWith) {
     MoxSmartPtr<QelDataOrg> const org =
         new QelSimpleDataOrg(64, 64, QelDataType::UChar, 3, PIXEL_INTERLEAVED);
     QelInvertOp op(new Qel2DImage(QelTileId(-1, -1, 90, 90), org, 90, 90, nullptr));
@@ -115,7 +115,7 @@ TEST(QelPointOp, RaisesWhenItsInputHasNothingToComputeWith) {
                  });
 }
 
-TEST(QelPointOp, ReadsAWrappedBufferWhereItIs) {
+TEST(QelPointOpTest, ReadsAWrappedBufferWhereItIs) {
     MoxSmartPtr<QelRectBuffer> const picture = gradientBuffer();
     MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(picture.get());
     MoxSmartPtr<AddOneOp> const op = new AddOneOp(input);
@@ -127,7 +127,7 @@ TEST(QelPointOp, ReadsAWrappedBufferWhereItIs) {
     EXPECT_TRUE(showsPixels(*picture, picture->rect(), gradientAt)) << "the input was changed";
 }
 
-TEST(QelPointOp, WorksInTheResultsOwnMemory) {
+TEST(QelPointOpTest, WorksInTheResultsOwnMemory) {
     MoxSmartPtr<Qel2DImage> const input = new Qel2DImage(new GradientOp(small));
     MoxSmartPtr<AddOneOp> const op = new AddOneOp(input);
     Qel2DImage image(op);
@@ -137,7 +137,7 @@ TEST(QelPointOp, WorksInTheResultsOwnMemory) {
     EXPECT_EQ(0, input->statistics().pixelsCopied);
 }
 
-TEST(QelPointOp, TakesAllBandsInOneCallWhereTheyLieSideBySide) {
+TEST(QelPointOpTest, TakesAllBandsInOneCallWhereTheyLieSideBySide) {
     struct Row {
         QelLayout layout;
         int calls;
@@ -153,7 +153,7 @@ TEST(QelPointOp, TakesAllBandsInOneCallWhereTheyLieSideBySide) {
     }
 }
 
-TEST(QelPointOp, LeavesWhatLiesOutsideTheImage) {
+TEST(QelPointOpTest, LeavesWhatLiesOutsideTheImage) {
     MoxSmartPtr<QelRectBuffer> const picture = gradientBuffer();
     AddOneOp op(new Qel2DImage(picture.get()));
     QelRectBuffer buffer(QelRect(290, 190, 20, 20), 3, PIXEL_INTERLEAVED, QelDataType::UChar);
@@ -164,7 +164,7 @@ TEST(QelPointOp, LeavesWhatLiesOutsideTheImage) {
     }));
 }
 
-TEST(QelPointOp, InputThatStartsAwayFromTheCornerStaysQuiet) {
+TEST(QelPointOpTest, InputThatStartsAwayFromTheCornerStaysQuiet) {
     // Tile positions left of and above the buffer are none of the image's.
     MoxSmartPtr<QelRectBuffer> const picture =
         new QelRectBuffer(QelRect(100, 50, 60, 40), 1, PIXEL_INTERLEAVED, QelDataType::UChar);

@@ -9,7 +9,7 @@ MoxSmartPtr<QelRectBuffer> card(std::int32_t width, std::int32_t height, TileSiz
     return allOf(image);
 }
 
-TEST(QelTestCardOp, RefusesSizesOutOfRange) {
+TEST(QelTestCardOpTest, RefusesSizesOutOfRange) {
     expectRaises(QelErrorCode::invalidValue,
                  "The test card's width is 0, it must lie between 1 and 1000000",
                  [] { QelTestCardOp op(0, 10); });
@@ -18,7 +18,7 @@ TEST(QelTestCardOp, RefusesSizesOutOfRange) {
                  [] { QelTestCardOp op(10, 1000001); });
 }
 
-TEST(QelTestCardOp, RefusesBuffersOfOtherElements) {
+TEST(QelTestCardOpTest, RefusesBuffersOfOtherElements) {
     QelTestCardOp op(64, 48);
     expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
@@ -31,7 +31,7 @@ TEST(QelTestCardOp, RefusesBuffersOfOtherElements) {
                  });
 }
 
-TEST(QelTestCardOp, ReportsThreeBandsOfBytes) {
+TEST(QelTestCardOpTest, ReportsThreeBandsOfBytes) {
     QelTestCardOp op(1000000, 7);
     QelImageInfo info;
     ASSERT_TRUE(op.outputInfo(info));
@@ -41,7 +41,7 @@ TEST(QelTestCardOp, ReportsThreeBandsOfBytes) {
     EXPECT_TRUE(info.precision() == QelDataType::UChar);
 }
 
-TEST(QelTestCardOp, IsTheSameForEveryTileSize) {
+TEST(QelTestCardOpTest, IsTheSameForEveryTileSize) {
     Random random(20240106);
     for (int round = 0; round < 30; ++round) {
         int const width = random.between(1, 400);
@@ -54,7 +54,7 @@ TEST(QelTestCardOp, IsTheSameForEveryTileSize) {
     }
 }
 
-TEST(QelTestCardOp, IsTheSameInEveryLayout) {
+TEST(QelTestCardOpTest, IsTheSameInEveryLayout) {
     Random random(20240107);
     MoxSmartPtr<QelRectBuffer> const whole = card(200, 150, TileSize(200, 150));
     QelTestCardOp op(200, 150);
@@ -66,7 +66,7 @@ TEST(QelTestCardOp, IsTheSameInEveryLayout) {
     }
 }
 
-TEST(QelTestCardOp, LargestSizeHasNoOverflow) {
+TEST(QelTestCardOpTest, LargestSizeHasNoOverflow) {
     QelTestCardOp op(QelTestCardOp::maxSide, QelTestCardOp::maxSide);
     for (QelRect const & rect : {QelRect(0, 0, 64, 64), QelRect(340000, 425000, 64, 64),
                                  QelRect(999936, 999936, 64, 64), QelRect(640, 425000, 64, 64)}) {
@@ -76,7 +76,7 @@ TEST(QelTestCardOp, LargestSizeHasNoOverflow) {
     }
 }
 
-TEST(QelTestCardOp, HoldsWhatItIsMeantToShow) {
+TEST(QelTestCardOpTest, HoldsWhatItIsMeantToShow) {
     MoxSmartPtr<QelRectBuffer> const picture = card(1024, 768, TileSize(128, 128));
     auto const grey = [&](int x, int y) {
         double const value = elementAt(*picture, x, y, 0);

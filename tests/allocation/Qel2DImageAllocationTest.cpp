@@ -111,7 +111,7 @@ Attempt attempt(std::int64_t n, Action const & action) {
     }
 }
 
-class Qel2DImageAllocation : public testing::TestWithParam<Row> {
+class Qel2DImageAllocationTest : public testing::TestWithParam<Row> {
   protected:
     // A thread keeps some memory for what it did first: here, computes within computes.
     void SetUp() override { renderCopy(*chain(false)); }
@@ -152,13 +152,13 @@ class Qel2DImageAllocation : public testing::TestWithParam<Row> {
 
 }  // namespace
 
-INSTANTIATE_TEST_SUITE_P(Render, Qel2DImageAllocation,
+INSTANTIATE_TEST_SUITE_P(Render, Qel2DImageAllocationTest,
                          testing::Values(Row{"Tile", renderTile}, Row{"View", renderView},
                                          Row{"Copy", renderCopy}, Row{"Stolen", renderStolen},
                                          Row{"Filled", renderFilled}, Row{"Shared", renderShared}),
                          [](auto const & row) { return std::string(row.param.name); });
 
-TEST_P(Qel2DImageAllocation, EachFailsOnceAndLeavesNothingBehind) {
+TEST_P(Qel2DImageAllocationTest, EachFailsOnceAndLeavesNothingBehind) {
     for (bool const cached : {false, true}) {
         std::int64_t n = 1;
         while (failOnce(n, cached)) {
@@ -169,7 +169,7 @@ TEST_P(Qel2DImageAllocation, EachFailsOnceAndLeavesNothingBehind) {
     }
 }
 
-TEST(Qel2DImageAllocationText, AFailedViewOfOneOfManyTilesHasNoRectangle) {
+TEST(Qel2DImageAllocationTextTest, AFailedViewOfOneOfManyTilesHasNoRectangle) {
     MoxSmartPtr<Qel2DImage> const image(
         new Qel2DImage(new GradientOp({.width = 300, .height = 9})));
     MoxSmartPtr<QelRectBuffer> const dest(
@@ -186,7 +186,7 @@ TEST(Qel2DImageAllocationText, AFailedViewOfOneOfManyTilesHasNoRectangle) {
                          "[tme=(100,0,60,9)] Q:Copying a Tile? A:No [NULL sub-rect]\nagainst "));
 }
 
-TEST(Qel2DImageAllocationSetup, AnImageThatCannotBeMadeLeavesNothingBehind) {
+TEST(Qel2DImageAllocationSetupTest, AnImageThatCannotBeMadeLeavesNothingBehind) {
     MoxSmartPtr<QelImageOp> const op(new GradientOp({.width = 300, .height = 200}));
     MoxSmartPtr<Qel2DImage>(new Qel2DImage(op)).release();
     AllocationCounter const counter;
@@ -202,7 +202,7 @@ TEST(Qel2DImageAllocationSetup, AnImageThatCannotBeMadeLeavesNothingBehind) {
     }
 }
 
-TEST(Qel2DImageAllocationSetup, AnOpThatCannotBeSetLeavesTheOldOne) {
+TEST(Qel2DImageAllocationSetupTest, AnOpThatCannotBeSetLeavesTheOldOne) {
     MoxSmartPtr<QelImageOp> const old(new GradientOp({.width = 300, .height = 200}));
     MoxSmartPtr<QelImageOp> const next(new GradientOp({.width = 200, .height = 300}));
     for (std::int64_t n = 1;; ++n) {

@@ -80,7 +80,7 @@ int failEach(std::function<void()> const & action, std::function<void()> const &
 }
 
 // Through several sizes, at some of which the list of attributes has to grow.
-TEST(QelAttributeAllocation, AddAttributeThatFailsLeavesBothCollectionsUnchanged) {
+TEST(QelAttributeAllocationTest, AddAttributeThatFailsLeavesBothCollectionsUnchanged) {
     Observed object;
     for (int i = 0; i < 20; ++i) {
         SCOPED_TRACE("attribute " + std::to_string(i));
@@ -96,7 +96,7 @@ TEST(QelAttributeAllocation, AddAttributeThatFailsLeavesBothCollectionsUnchanged
     }
 }
 
-TEST(QelAttributeAllocation, ACopyThatFailsLeavesTheSourceUnchanged) {
+TEST(QelAttributeAllocationTest, ACopyThatFailsLeavesTheSourceUnchanged) {
     Observed const object(5);
     int const failures = failEach([&] { Observed const copy(object); },
                                   [&] {
@@ -108,7 +108,7 @@ TEST(QelAttributeAllocation, ACopyThatFailsLeavesTheSourceUnchanged) {
     EXPECT_GE(failures, 25);
 }
 
-TEST(QelAttributeAllocation, AddCallbackThatFailsAddsNone) {
+TEST(QelAttributeAllocationTest, AddCallbackThatFailsAddsNone) {
     Observed object(1);
     MoxSmartPtr<QelAttribute> const number = object.getAttribute(0);
     auto const registration = [&] {
@@ -119,7 +119,7 @@ TEST(QelAttributeAllocation, AddCallbackThatFailsAddsNone) {
     EXPECT_EQ(2, number->numCallbacks());
 }
 
-TEST(QelAttributeAllocation, RenamingMovesTheKeyAndAllocatesNothing) {
+TEST(QelAttributeAllocationTest, RenamingMovesTheKeyAndAllocatesNothing) {
     Observed object(5);
     std::string newName = longName(7);
     AllocationCounter const counter;
@@ -128,7 +128,7 @@ TEST(QelAttributeAllocation, RenamingMovesTheKeyAndAllocatesNothing) {
     EXPECT_EQ(longName(7), object.getAttributeName(3));
 }
 
-TEST(QelAttributeAllocation, LookingUpSettingAndRemovingAllocateNothing) {
+TEST(QelAttributeAllocationTest, LookingUpSettingAndRemovingAllocateNothing) {
     Observed object(100);
     NumberPtr const number = Number::of(object.getAttribute(50));
     NumberPtr const other(new Number("other", 3.0));

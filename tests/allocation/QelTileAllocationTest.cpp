@@ -1,5 +1,4 @@
 #include <cstdint>
-#include <new>
 
 #include <gtest/gtest.h>
 
@@ -24,19 +23,7 @@ std::int64_t bytesOfPixels() {
 
 }  // namespace
 
-TEST(AllocationCounter, CountsWhatItsThreadAllocates) {
-    AllocationCounter const counter;
-    ::operator delete(::operator new(10));
-    ::operator delete(::operator new(20, std::nothrow));
-    ::operator delete (::operator new (64, std::align_val_t{64}), std::align_val_t{64});
-    EXPECT_EQ(3, counter.allocations());
-    EXPECT_EQ(94, counter.bytes());
-
-    AllocationCounter const later;
-    EXPECT_EQ(0, later.allocations());
-}
-
-TEST(QelTileAllocation, AnUnusedTileIsTheTileAndItsDataBufferObject) {
+TEST(QelTileAllocationTest, AnUnusedTileIsTheTileAndItsDataBufferObject) {
     MoxSmartPtr<QelDataOrg> const org = TestImage().dataOrg();
     AllocationCounter const counter;
     {
@@ -47,14 +34,14 @@ TEST(QelTileAllocation, AnUnusedTileIsTheTileAndItsDataBufferObject) {
     EXPECT_EQ(2, counter.allocations());
 }
 
-TEST(QelTileAllocation, AClippedTileCostsNoMore) {
+TEST(QelTileAllocationTest, AClippedTileCostsNoMore) {
     MoxSmartPtr<QelDataOrg> const org = TestImage{.originX = -84, .originY = -3}.dataOrg();
     AllocationCounter const counter;
     MoxSmartPtr<QelTile> const tile(new QelTile(org, QelTileId(0, 0)));
     EXPECT_EQ(2, counter.allocations());
 }
 
-TEST(QelTileAllocation, PixelsCostOneBlockOnFirstUse) {
+TEST(QelTileAllocationTest, PixelsCostOneBlockOnFirstUse) {
     MoxSmartPtr<QelDataOrg> const org = TestImage().dataOrg();
     MoxSmartPtr<QelTile> const tile(new QelTile(org, QelTileId(0, 0)));
     AllocationCounter const counter;
@@ -66,7 +53,7 @@ TEST(QelTileAllocation, PixelsCostOneBlockOnFirstUse) {
     EXPECT_EQ(1, counter.allocations());
 }
 
-TEST(QelTileAllocation, ATilesLifeInAnImageCostsNothingElse) {
+TEST(QelTileAllocationTest, ATilesLifeInAnImageCostsNothingElse) {
     MoxSmartPtr<Qel2DImage> const image(
         new Qel2DImage(new EmptyOp({.width = 1000, .height = 1000})));
     image->getTile(0, 0);  // What a thread needs once is not part of a tile's life.

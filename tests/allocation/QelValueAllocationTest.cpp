@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(QelValueAllocation, ConversionsAndComparisonsAllocateNothing) {
+TEST(QelValueAllocationTest, ConversionsAndComparisonsAllocateNothing) {
     QelValue const length(2.5, QEL_UNIT_INCH);  // the registry is there from now on
     AllocationCounter const counter;
     QelValue sum = length + QelValue(1.0, QEL_UNIT_CENTIMETER);
@@ -21,7 +21,7 @@ TEST(QelValueAllocation, ConversionsAndComparisonsAllocateNothing) {
     EXPECT_EQ(0, counter.allocations());
 }
 
-TEST(QelValueAllocation, RangesAllocateNothing) {
+TEST(QelValueAllocationTest, RangesAllocateNothing) {
     QelValue const one(1.0, QEL_UNIT_INCH);
     AllocationCounter const counter;
     QelValueRange range(one, one * 4.0, 0, true, false);

@@ -17,7 +17,7 @@ namespace {
 
 using Counters = QelVirtualMemoryManager::Counters;
 
-class QelVirtualMemoryManagerAllocation : public testing::Test {
+class QelVirtualMemoryManagerAllocationTest : public testing::Test {
   protected:
     // Takes a few blocks of a few sizes and gives them back, not in the order of their coming.
     void cycle() {
@@ -33,7 +33,7 @@ class QelVirtualMemoryManagerAllocation : public testing::Test {
     std::vector<void *> memory_ = std::vector<void *>(4);
 };
 
-TEST_F(QelVirtualMemoryManagerAllocation, AWarmCycleAllocatesNothing) {
+TEST_F(QelVirtualMemoryManagerAllocationTest, AWarmCycleAllocatesNothing) {
     cycle();
     AllocationCounter const counter;
     for (int i = 0; i < 1000; ++i)
@@ -42,7 +42,7 @@ TEST_F(QelVirtualMemoryManagerAllocation, AWarmCycleAllocatesNothing) {
     EXPECT_EQ(0, counter.live());
 }
 
-TEST_F(QelVirtualMemoryManagerAllocation, ABlockThatIsLetGoTakesItsPlacesAlong) {
+TEST_F(QelVirtualMemoryManagerAllocationTest, ABlockThatIsLetGoTakesItsPlacesAlong) {
     manager_->setLimit(1);
     cycle();
     AllocationCounter const counter;
@@ -52,7 +52,7 @@ TEST_F(QelVirtualMemoryManagerAllocation, ABlockThatIsLetGoTakesItsPlacesAlong) 
     EXPECT_EQ(3 * 1000, counter.allocations()) << "the block and its place in either map";
 }
 
-TEST_F(QelVirtualMemoryManagerAllocation, EachFailsOnceGivesNullAndLeavesNothingBehind) {
+TEST_F(QelVirtualMemoryManagerAllocationTest, EachFailsOnceGivesNullAndLeavesNothingBehind) {
     for (std::size_t const size : {page_, std::size_t{100}}) {
         for (std::int64_t n = 1;; ++n) {
             SCOPED_TRACE(std::to_string(size) + " bytes, allocation " + std::to_string(n));
@@ -83,39 +83,7 @@ TEST_F(QelVirtualMemoryManagerAllocation, EachFailsOnceGivesNullAndLeavesNothing
     }
 }
 
-// The room for places and the place itself.
-TEST(QelVirtualMemoryMapAllocation, APlaceThatCannotBeHadChangesNothing) {
-    for (std::int64_t n = 1; n <= 2; ++n) {
-        SCOPED_TRACE(n);
-        QelVirtualMemoryMap<std::size_t> map;
-        {
-            AllocationFault const fault(n);
-            EXPECT_FALSE(map.reserve());
-        }
-        EXPECT_EQ(0U, map.spares());
-        EXPECT_TRUE(map.reserve());
-        EXPECT_EQ(1U, map.spares());
-    }
-}
-
-TEST(QelVirtualMemoryMapAllocation, AnInsertionWithoutAPlaceRaisesBadAllocAndEndsItsBlockOnly) {
-    QelVirtualMemoryMap<std::size_t> map;
-    map.insert(10, std::make_unique<QelVMem>(10));
-    map.insert(20, std::make_unique<QelVMem>(20));
-    auto block = std::make_unique<QelVMem>(30);
-    AllocationCounter const counter;
-    {
-        AllocationFault const fault(1);
-        EXPECT_THROW(map.insert(30, std::move(block)), std::bad_alloc);
-    }
-    EXPECT_EQ(-2, counter.live()) << "the block and its bytes";
-    EXPECT_EQ(2U, map.size());
-    EXPECT_EQ(nullptr, map.takeNotLess(21));
-    EXPECT_EQ(20U, map.takeNotLess(11)->requestedSize());
-    EXPECT_EQ(10U, map.takeNotLess(0)->requestedSize());
-}
-
-TEST_F(QelVirtualMemoryManagerAllocation, ComingBackNeedsNoMemory) {
+TEST_F(QelVirtualMemoryManagerAllocationTest, ComingBackNeedsNoMemory) {
     void * const memory = manager_->allocate(page_);
     AllocationFault const fault(1);
     EXPECT_TRUE(manager_->free(memory));

@@ -20,7 +20,7 @@ QelXyCoordSpace physical() {
     return space;
 }
 
-TEST(QelXyCoordSpaceAllocation, ACopyCostsNothing) {
+TEST(QelXyCoordSpaceAllocationTest, ACopyCostsNothing) {
     QelXyCoordSpace const space = physical();
     QelXyCoordSpace assigned(1, 1);
     AllocationCounter const counter;
@@ -32,14 +32,14 @@ TEST(QelXyCoordSpaceAllocation, ACopyCostsNothing) {
     EXPECT_EQ(0, counter.allocations());
 }
 
-TEST(QelXyCoordSpaceAllocation, ACloneIsOneObject) {
+TEST(QelXyCoordSpaceAllocationTest, ACloneIsOneObject) {
     QelXyCoordSpace const space = physical();
     AllocationCounter const counter;
     MoxSmartPtr<QelXyCoordSpace> const clone = space.cloneXy();
     EXPECT_EQ(1, counter.allocations());
 }
 
-TEST(QelXyCoordSpaceAllocation, ReadingCostsNothing) {
+TEST(QelXyCoordSpaceAllocationTest, ReadingCostsNothing) {
     QelXyCoordSpace const space = physical();
     AllocationCounter const counter;
     std::uint32_t width = 0;
@@ -53,7 +53,7 @@ TEST(QelXyCoordSpaceAllocation, ReadingCostsNothing) {
     EXPECT_EQ(0, counter.allocations());
 }
 
-TEST(QelXyCoordSpaceAllocation, ConversionsCostNothing) {
+TEST(QelXyCoordSpaceAllocationTest, ConversionsCostNothing) {
     QelXyCoordSpace const space = physical();
     AllocationCounter const counter;
     for (int const from : {1, 2, 3, 4, 43, 32}) {
@@ -91,7 +91,7 @@ TEST(QelXyCoordSpaceAllocation, SelectingCopiesNoDimension) {
 }
 
 // Only the first change of a copy pays for the dimensions.
-TEST(QelXyCoordSpaceAllocation, AChangeCopiesSharedDimensionsOnce) {
+TEST(QelXyCoordSpaceAllocationTest, AChangeCopiesSharedDimensionsOnce) {
     QelXyCoordSpace const space = physical();
     QelXyCoordSpace copy(space);
     AllocationCounter const first;
@@ -103,7 +103,7 @@ TEST(QelXyCoordSpaceAllocation, AChangeCopiesSharedDimensionsOnce) {
 }
 
 // Where memory ends in the middle of a change, the space is as it was.
-TEST(QelXyCoordSpaceAllocation, AChangeWithoutMemoryIsNone) {
+TEST(QelXyCoordSpaceAllocationTest, AChangeWithoutMemoryIsNone) {
     using Change = void (*)(QelXyCoordSpace &);
     Change const changes[] = {
         [](QelXyCoordSpace & s) { s.setXyUnit(QEL_UNIT_CENTIMETER); },

@@ -16,7 +16,7 @@ MoxSmartPtr<QelXySimpleRegion> regionOfInches() {
 
 }  // namespace
 
-TEST(QelXyRegionAllocation, ACopyIsOneCountAndNoBlock) {
+TEST(QelXyRegionAllocationTest, ACopyIsOneCountAndNoBlock) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOfInches();
     region->xRange(QEL_UNIT_PIXEL);  // what is kept is not copied
     AllocationCounter const counter;
@@ -28,7 +28,7 @@ TEST(QelXyRegionAllocation, ACopyIsOneCountAndNoBlock) {
     EXPECT_EQ(0, counter.allocations());
 }
 
-TEST(QelXyRegionAllocation, AssigningCostsNoBlock) {
+TEST(QelXyRegionAllocationTest, AssigningCostsNoBlock) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOfInches();
     QelXySimpleRegion other;
     AllocationCounter const counter;
@@ -36,14 +36,14 @@ TEST(QelXyRegionAllocation, AssigningCostsNoBlock) {
     EXPECT_EQ(0, counter.allocations());
 }
 
-TEST(QelXyRegionAllocation, ACloneIsTheRegionAlone) {
+TEST(QelXyRegionAllocationTest, ACloneIsTheRegionAlone) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOfInches();
     AllocationCounter const counter;
     MoxSmartPtr<QelRegion> const clone = region->clone();
     EXPECT_EQ(1, counter.allocations());
 }
 
-TEST(QelXyRegionAllocation, AskingTwiceForTheSameUnitConvertsOnce) {
+TEST(QelXyRegionAllocationTest, AskingTwiceForTheSameUnitConvertsOnce) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOfInches();
     for (int round = 0; round < 3; ++round) {
         AllocationCounter const counter;
@@ -53,7 +53,7 @@ TEST(QelXyRegionAllocation, AskingTwiceForTheSameUnitConvertsOnce) {
     }
 }
 
-TEST(QelXyRegionAllocation, AskingForAnotherUnitReplacesTheKeptOne) {
+TEST(QelXyRegionAllocationTest, AskingForAnotherUnitReplacesTheKeptOne) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOfInches();
     region->xRange(QEL_UNIT_PIXEL);
     for (int round = 0; round < 3; ++round) {
@@ -67,7 +67,7 @@ TEST(QelXyRegionAllocation, AskingForAnotherUnitReplacesTheKeptOne) {
     }
 }
 
-TEST(QelXyRegionAllocation, TheBoxesOwnUnitIsNotKept) {
+TEST(QelXyRegionAllocationTest, TheBoxesOwnUnitIsNotKept) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOfInches();
     AllocationCounter const counter;
     region->xRange(QEL_UNIT_INCH);
@@ -75,7 +75,7 @@ TEST(QelXyRegionAllocation, TheBoxesOwnUnitIsNotKept) {
     EXPECT_EQ(0, counter.allocations());
 }
 
-TEST(QelXyRegionAllocation, EveryChangeDropsWhatIsKept) {
+TEST(QelXyRegionAllocationTest, EveryChangeDropsWhatIsKept) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOfInches();
     QelXyBox const box(*region->box());
     MoxSmartPtr<QelXyCoordSpace> const next(region->xyCoordSpace()->cloneXy());

@@ -162,14 +162,14 @@ TEST_F(FaultySystemTest, CountsPages) {
     EXPECT_EQ(1U, system_.foreignPages());
 }
 
-class FaultyFileTest : public FaultySystemTest {
+class FaultySystemFileTest : public FaultySystemTest {
   protected:
-    FaultyFileTest() {
+    FaultySystemFileTest() {
         std::string pattern = (std::filesystem::temp_directory_path() / "qel-XXXXXX").string();
         if (::mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "no directory " << pattern;
         folder_ = pattern;
     }
-    ~FaultyFileTest() override { std::filesystem::remove_all(folder_); }
+    ~FaultySystemFileTest() override { std::filesystem::remove_all(folder_); }
 
     std::string path(char const * name) const { return (folder_ / name).string(); }
 
@@ -199,7 +199,7 @@ class FaultyFileTest : public FaultySystemTest {
     }
 };
 
-TEST_F(FaultyFileTest, FailsTheNthOperationOfItsKindAndNoOther) {
+TEST_F(FaultySystemFileTest, FailsTheNthOperationOfItsKindAndNoOther) {
     EXPECT_EQ("yyyyyyy", everyOperation());
     for (std::size_t op = 0; op < FaultySystem::fileOps; ++op) {
         SCOPED_TRACE(op);
@@ -214,7 +214,7 @@ TEST_F(FaultyFileTest, FailsTheNthOperationOfItsKindAndNoOther) {
     }
 }
 
-TEST_F(FaultyFileTest, CountsOpenFilesAlsoWhenCloseFails) {
+TEST_F(FaultySystemFileTest, CountsOpenFilesAlsoWhenCloseFails) {
     int const file = system_.openFile(path("f"), O_RDWR | O_CREAT, 0600);
     EXPECT_EQ(1, system_.openFiles());
     system_.failFile(FaultySystem::CLOSE, 1, EIO);
@@ -224,7 +224,7 @@ TEST_F(FaultyFileTest, CountsOpenFilesAlsoWhenCloseFails) {
     EXPECT_EQ(-1, ::fcntl(file, F_GETFD)) << "the file is still open";
 }
 
-TEST_F(FaultyFileTest, LimitsTransfers) {
+TEST_F(FaultySystemFileTest, LimitsTransfers) {
     int const file = system_.openFile(path("f"), O_RDWR | O_CREAT, 0600);
     system_.limitTransfers(3);
     EXPECT_EQ(3, system_.writeFile(file, "abcdef", 6));

@@ -20,7 +20,7 @@
 
 namespace {
 
-TEST(ZanThreadLaunchTest, AFailedLaunchIsToldByStateAndError) {
+TEST(ZanThreadLifeLaunchTest, AFailedLaunchIsToldByStateAndError) {
     FaultySystem system;
     system.failLaunch(1, EAGAIN);
     bool ran = false;
@@ -40,7 +40,7 @@ TEST(ZanThreadLaunchTest, AFailedLaunchIsToldByStateAndError) {
     EXPECT_FALSE(thread.getError());
 }
 
-TEST(ZanThreadLaunchTest, WaitingForAFailedLaunchReturnsAtOnce) {
+TEST(ZanThreadLifeLaunchTest, WaitingForAFailedLaunchReturnsAtOnce) {
     FaultySystem system;
     system.failLaunch(1, EAGAIN);
     BodyThread thread;
@@ -49,7 +49,7 @@ TEST(ZanThreadLaunchTest, WaitingForAFailedLaunchReturnsAtOnce) {
     thread.join();
 }
 
-TEST(ZanThreadLaunchTest, TheNextLaunchMayWork) {
+TEST(ZanThreadLifeLaunchTest, TheNextLaunchMayWork) {
     FaultySystem system;
     system.failLaunch(1, ENOMEM);
     bool ran = false;
@@ -63,7 +63,7 @@ TEST(ZanThreadLaunchTest, TheNextLaunchMayWork) {
     EXPECT_EQ(2U, system.launches());
 }
 
-TEST(ZanThreadLaunchTest, AFailedRelaunchReplacesTheErrorOfTheBody) {
+TEST(ZanThreadLifeLaunchTest, AFailedRelaunchReplacesTheErrorOfTheBody) {
     FaultySystem system;
     BodyThread thread([] { throw ZanError("QEL", 7, "f", 1); });
     thread.runAndWait();
@@ -74,7 +74,7 @@ TEST(ZanThreadLaunchTest, AFailedRelaunchReplacesTheErrorOfTheBody) {
     EXPECT_EQ(10, error->getErrcode());
 }
 
-TEST(ZanThreadLaunchTest, OwnersKeepAThreadThatCouldNotBeLaunched) {
+TEST(ZanThreadLifeLaunchTest, OwnersKeepAThreadThatCouldNotBeLaunched) {
     FaultySystem system;
     system.failLaunch(1, EAGAIN);
     MoxSmartPtr<BodyThread> const thread = new BodyThread;
@@ -97,7 +97,7 @@ class InlineSystem : public ZanSystem {
     ZanSystem * before_;
 };
 
-TEST(ZanThreadLaunchTest, ABodyThatEndsBeforeLaunchReturnsIsNoTrouble) {
+TEST(ZanThreadLifeLaunchTest, ABodyThatEndsBeforeLaunchReturnsIsNoTrouble) {
     InlineSystem const system;
     unsigned long seen = 0;
     BodyThread thread([&seen] { seen = ZanThreadBase::currentId(); });
@@ -107,7 +107,7 @@ TEST(ZanThreadLaunchTest, ABodyThatEndsBeforeLaunchReturnsIsNoTrouble) {
     EXPECT_EQ(ZAN_THREAD_ENDED, thread.state());
 }
 
-TEST(ZanThreadLaunchTest, EndedThreadsLeaveNothingBehind) {
+TEST(ZanThreadLifeLaunchTest, EndedThreadsLeaveNothingBehind) {
     if (sanitized) GTEST_SKIP() << "the heap of a sanitizer cannot be asked for its size";
     InlineSystem const system;
     auto const runMany = [] {
@@ -141,7 +141,7 @@ class PrioritySystem : public FaultySystem {
     std::vector<int> asked_;
 };
 
-TEST(ZanThreadPriorityTest, IsLimitedToMinusTwoToTwo) {
+TEST(ZanThreadLifePriorityTest, IsLimitedToMinusTwoToTwo) {
     struct {
         int asked;
         int kept;
@@ -154,7 +154,7 @@ TEST(ZanThreadPriorityTest, IsLimitedToMinusTwoToTwo) {
     }
 }
 
-TEST(ZanThreadPriorityTest, TakesEffectWithTheLaunch) {
+TEST(ZanThreadLifePriorityTest, TakesEffectWithTheLaunch) {
     PrioritySystem system;
     BodyThread thread;
     EXPECT_TRUE(thread.setPriority(-2));
@@ -163,7 +163,7 @@ TEST(ZanThreadPriorityTest, TakesEffectWithTheLaunch) {
     EXPECT_EQ(std::vector<int>({-2}), system.asked());
 }
 
-TEST(ZanThreadPriorityTest, TakesEffectAtOnceOnARunningThread) {
+TEST(ZanThreadLifePriorityTest, TakesEffectAtOnceOnARunningThread) {
     PrioritySystem system;
     ZanSemaphore entered;
     ZanSemaphore leave;
@@ -182,14 +182,14 @@ TEST(ZanThreadPriorityTest, TakesEffectAtOnceOnARunningThread) {
     EXPECT_EQ(2U, system.asked().size()) << "an ended thread was given a priority";
 }
 
-TEST(ZanThreadPriorityTest, TheDefaultIsNotAskedFor) {
+TEST(ZanThreadLifePriorityTest, TheDefaultIsNotAskedFor) {
     PrioritySystem system;
     BodyThread thread;
     thread.runAndWait();
     EXPECT_TRUE(system.asked().empty());
 }
 
-TEST(ZanThreadPriorityTest, ARefusalIsReturnedAndOtherwiseIgnored) {
+TEST(ZanThreadLifePriorityTest, ARefusalIsReturnedAndOtherwiseIgnored) {
     PrioritySystem system;
     system.refusal = EACCES;
     bool accepted = true;
@@ -206,7 +206,7 @@ TEST(ZanThreadPriorityTest, ARefusalIsReturnedAndOtherwiseIgnored) {
     EXPECT_FALSE(own.getError());
 }
 
-TEST(ZanThreadPriorityTest, LowersTheThreadAndNoOther) {
+TEST(ZanThreadLifePriorityTest, LowersTheThreadAndNoOther) {
     int const process = ::getpriority(PRIO_PROCESS, static_cast<id_t>(::getpid()));
     int inBody = -100;
     BodyThread thread(
@@ -242,7 +242,7 @@ class Mortal : public ZanThread<ZanMutex> {
     Fate & fate_;
 };
 
-TEST(ZanThreadOwnershipTest, TheBodyKeepsAThreadThatItsOwnerDropped) {
+TEST(ZanThreadLifeOwnershipTest, TheBodyKeepsAThreadThatItsOwnerDropped) {
     Mortal::Fate fate;
     MoxSmartPtr<Mortal> thread = new Mortal(fate);
     unsigned long const id = thread->id();
@@ -255,7 +255,7 @@ TEST(ZanThreadOwnershipTest, TheBodyKeepsAThreadThatItsOwnerDropped) {
     EXPECT_NE(std::this_thread::get_id(), fate.on);
 }
 
-TEST(ZanThreadOwnershipTest, AnOwnedThreadStaysWithItsOwner) {
+TEST(ZanThreadLifeOwnershipTest, AnOwnedThreadStaysWithItsOwner) {
     Mortal::Fate fate;
     fate.mayEnd.post();
     MoxSmartPtr<Mortal> thread = new Mortal(fate);
@@ -268,7 +268,7 @@ TEST(ZanThreadOwnershipTest, AnOwnedThreadStaysWithItsOwner) {
     EXPECT_EQ(std::this_thread::get_id(), fate.on);
 }
 
-TEST(ZanThreadOwnershipTest, AnObjectWithoutOwnersIsNotDeleted) {
+TEST(ZanThreadLifeOwnershipTest, AnObjectWithoutOwnersIsNotDeleted) {
     Mortal::Fate fate;
     Mortal thread(fate);
     fate.mayEnd.post();
@@ -278,7 +278,7 @@ TEST(ZanThreadOwnershipTest, AnObjectWithoutOwnersIsNotDeleted) {
     EXPECT_EQ(0, thread.refCount());
 }
 
-TEST(ZanThreadOwnershipTest, ManyDroppedThreadsAllDie) {
+TEST(ZanThreadLifeOwnershipTest, ManyDroppedThreadsAllDie) {
     constexpr int count = 40;
     std::vector<Mortal::Fate> fates(count);
     std::vector<unsigned long> ids;
@@ -295,7 +295,7 @@ TEST(ZanThreadOwnershipTest, ManyDroppedThreadsAllDie) {
         EXPECT_TRUE(fate.destroyed);
 }
 
-TEST(ZanThreadOwnershipTest, ACopyIsAThreadOfItsOwn) {
+TEST(ZanThreadLifeOwnershipTest, ACopyIsAThreadOfItsOwn) {
     Mortal::Fate fate;
     MoxSmartPtr<Mortal> const thread = new Mortal(fate);
     thread->setPriority(-1);
@@ -314,7 +314,7 @@ TEST(ZanThreadOwnershipTest, ACopyIsAThreadOfItsOwn) {
 
 using ZanThreadDeathTest = testing::Test;
 
-TEST(ZanThreadDeathTest, DestroyingARunningThreadEndsTheProgram) {
+TEST(ZanThreadLifeDeathTest, DestroyingARunningThreadEndsTheProgram) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_DEATH(
         {

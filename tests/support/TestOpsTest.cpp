@@ -25,7 +25,7 @@ void expectImage(Qel2DImage & image, PixelFunction const & pixels) {
 
 }  // namespace
 
-TEST(TestOps, TheGradientFitsEveryTypeAndDiffersUnderEverySmallShift) {
+TEST(TestOpsTest, TheGradientFitsEveryTypeAndDiffersUnderEverySmallShift) {
     auto const sameUnderShift = [](int dx, int dy, int dBand) {
         int same = 0;
         for (int i = 0; i < 64; ++i) {
@@ -48,7 +48,7 @@ TEST(TestOps, TheGradientFitsEveryTypeAndDiffersUnderEverySmallShift) {
     }
 }
 
-TEST(TestOps, ElementsOfEveryTypeAreStoredAndFound) {
+TEST(TestOpsTest, ElementsOfEveryTypeAreStoredAndFound) {
     for (int code = QelDataType::UChar; code <= QelDataType::ULong; ++code) {
         QelRectBuffer buffer(QelRect(-3, 5, 4, 3), 2, LINE_INTERLEAVED, QelDataType(code));
         fillPixels(buffer, buffer.rect(), gradientAt);
@@ -60,7 +60,7 @@ TEST(TestOps, ElementsOfEveryTypeAreStoredAndFound) {
     }
 }
 
-TEST(TestOps, ElementsKeepTheLowBytes) {
+TEST(TestOpsTest, ElementsKeepTheLowBytes) {
     EXPECT_EQ(44, storedAs(QelDataType::UChar, 300));
     EXPECT_EQ(255, storedAs(QelDataType::UChar, -1));
     EXPECT_EQ(-2, storedAs(QelDataType::Char, 254));
@@ -70,7 +70,7 @@ TEST(TestOps, ElementsKeepTheLowBytes) {
                  [] { storedAs(QelDataType(), 0); });
 }
 
-TEST(TestOps, ShowsPixelsNamesTheFirstWrongElement) {
+TEST(TestOpsTest, ShowsPixelsNamesTheFirstWrongElement) {
     QelRectBuffer buffer(QelRect(0, 0, 4, 3), 2, PIXEL_INTERLEAVED, QelDataType::UChar);
     PixelFunction const five = [](std::int32_t, std::int32_t, int) { return 5.0; };
     EXPECT_STREQ("the buffer has no memory",
@@ -84,7 +84,7 @@ TEST(TestOps, ShowsPixelsNamesTheFirstWrongElement) {
                  showsPixels(buffer, QelRect(0, 0, 5, 3), five).failure_message());
 }
 
-TEST(TestOps, CountingOpCountsAndPassesOn) {
+TEST(TestOpsTest, CountingOpCountsAndPassesOn) {
     CountingOp op(new GradientOp(shape));
     MoxSmartPtr<QelRectBuffer> const buffer(new QelRectBuffer(shape.dataOrg(), 3, 4, 5, 6));
     EXPECT_TRUE(op.canFill(buffer, 0));
@@ -99,7 +99,7 @@ TEST(TestOps, CountingOpCountsAndPassesOn) {
     EXPECT_EQ(51U, op.lastContext());
 }
 
-TEST(TestOps, PointOpsReadTheImageBelow) {
+TEST(TestOpsTest, PointOpsReadTheImageBelow) {
     MoxSmartPtr<Qel2DImage> const source = imageOf(new GradientOp(shape));
     MoxSmartPtr<Qel2DImage> const sum = imageOf(new AddOp(source, 3));
     MoxSmartPtr<Qel2DImage> const inverse = imageOf(new InvertOp(sum));
@@ -107,7 +107,7 @@ TEST(TestOps, PointOpsReadTheImageBelow) {
     expectImage(*inverse, [](auto x, auto y, int band) { return 252 - gradientAt(x, y, band); });
 }
 
-TEST(TestOps, ARefusingOpTakesOnlyWhatItIsToldTo) {
+TEST(TestOpsTest, ARefusingOpTakesOnlyWhatItIsToldTo) {
     MoxSmartPtr<QelRectBuffer> const buffer(new QelRectBuffer(shape.dataOrg(), 0, 0, 4, 4));
     for (bool const buffers : {false, true}) {
         for (bool const orgs : {false, true}) {
@@ -118,7 +118,7 @@ TEST(TestOps, ARefusingOpTakesOnlyWhatItIsToldTo) {
     }
 }
 
-TEST(TestOps, AThrowingOpThrowsWhenItsGoodComputesAreDone) {
+TEST(TestOpsTest, AThrowingOpThrowsWhenItsGoodComputesAreDone) {
     ThrowingOp op(
         shape, [] { throw 7; }, 2);
     QelRectBuffer buffer(QelRect(0, 0, 2, 2), 3, PIXEL_INTERLEAVED, QelDataType::UChar);
@@ -128,7 +128,7 @@ TEST(TestOps, AThrowingOpThrowsWhenItsGoodComputesAreDone) {
     EXPECT_THROW(op.compute(&buffer, 0), int);
 }
 
-TEST(TestOps, ABadOpCannotCompute) {
+TEST(TestOpsTest, ABadOpCannotCompute) {
     BadOp op;
     QelRectBuffer buffer;
     expectRaises(QelErrorCode::misuse, "BadOp::compute", [&] { op.compute(&buffer, 0); });

@@ -23,7 +23,7 @@ void expectStatistics(double min, double max, double mean, double deviation,
     EXPECT_DOUBLE_EQ(deviation, found.standardDeviation);
 }
 
-TEST(BandStatistics, AreThoseOfASlowReferenceInEveryTypeLayoutAndRegion) {
+TEST(BandStatisticsTest, AreThoseOfASlowReferenceInEveryTypeLayoutAndRegion) {
     Random random(20261121);
     for (QelDataType const & type : numberTypes()) {
         for (int round = 0; round < 12; ++round) {
@@ -54,7 +54,7 @@ TEST(BandStatistics, AreThoseOfASlowReferenceInEveryTypeLayoutAndRegion) {
     }
 }
 
-TEST(BandStatistics, OnePixelHasNoDeviation) {
+TEST(BandStatisticsTest, OnePixelHasNoDeviation) {
     for (QelDataType const & type : numberTypes()) {
         Statistics const found = statisticsOf({.width = 1, .height = 1, .bands = 1, .type = type},
                                               [](auto, auto, int) { return 100; });
@@ -62,7 +62,7 @@ TEST(BandStatistics, OnePixelHasNoDeviation) {
     }
 }
 
-TEST(BandStatistics, AFlatPictureHasExactlyItsValueAndNoDeviation) {
+TEST(BandStatisticsTest, AFlatPictureHasExactlyItsValueAndNoDeviation) {
     for (double const value : {-32768.0, -1.0, 0.0, 32767.0}) {
         Statistics const found =
             statisticsOf({.width = 333, .height = 222, .bands = 1, .type = QelDataType::Short},
@@ -74,7 +74,7 @@ TEST(BandStatistics, AFlatPictureHasExactlyItsValueAndNoDeviation) {
 
 // The sum of the squares is 4e16 here: in a double it would be off by a few units, and the small
 // deviation lost.
-TEST(BandStatistics, OneOfMillionsThatDiffersByOneShows) {
+TEST(BandStatisticsTest, OneOfMillionsThatDiffersByOneShows) {
     constexpr std::int32_t side = 3000;
     MoxSmartPtr<QelRectBuffer> const pixels =
         new QelRectBuffer(side, side, 1, PIXEL_INTERLEAVED, QelDataType::UShort);
@@ -87,7 +87,7 @@ TEST(BandStatistics, OneOfMillionsThatDiffersByOneShows) {
     expectStatistics(65534, 65535, 65535 - share, std::sqrt(share * (1 - share)), found);
 }
 
-TEST(BandStatistics, HalfAndHalfOfTheExtremesLieFarthestFromTheMean) {
+TEST(BandStatisticsTest, HalfAndHalfOfTheExtremesLieFarthestFromTheMean) {
     struct Row {
         QelDataType::Code type;
         double min;
@@ -111,7 +111,7 @@ TEST(BandStatistics, HalfAndHalfOfTheExtremesLieFarthestFromTheMean) {
     }
 }
 
-TEST(BandStatistics, ANanLeavesTheOthersExtremesAndNoMean) {
+TEST(BandStatisticsTest, ANanLeavesTheOthersExtremesAndNoMean) {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     Statistics const found =
         statisticsOf({.width = 5, .height = 5, .bands = 3, .type = QelDataType::Float},
@@ -128,7 +128,7 @@ TEST(BandStatistics, ANanLeavesTheOthersExtremesAndNoMean) {
     EXPECT_TRUE(std::isnan(found.at(2).maximum));
 }
 
-TEST(BandStatistics, ComputesEachTileOnceAndOnlyThoseOfTheRegion) {
+TEST(BandStatisticsTest, ComputesEachTileOnceAndOnlyThoseOfTheRegion) {
     Qel2DImage image(new QelTestCardOp(1000, 700));
     bandStatistics(image, QelRect(120, 130, 200, 20));
     EXPECT_EQ(3, image.statistics().tilesComputed);
@@ -137,7 +137,7 @@ TEST(BandStatistics, ComputesEachTileOnceAndOnlyThoseOfTheRegion) {
     EXPECT_EQ(8 * 6, all.statistics().tilesComputed);
 }
 
-TEST(BandStatistics, HoldsOneTileAtATime) {
+TEST(BandStatisticsTest, HoldsOneTileAtATime) {
     Qel2DImage image(new QelTestCardOp(3000, 2000));
     ScopedSetting<std::int64_t> const peak(QelSystemConfig::peakBytes,
                                            QelSystemConfig::currentBytes);
@@ -146,7 +146,7 @@ TEST(BandStatistics, HoldsOneTileAtATime) {
     EXPECT_GE(2 * 128 * 128 * 3, QelSystemConfig::peakBytes - before);
 }
 
-TEST(BandStatistics, RefusesRegionsThatAreEmptyOrOutside) {
+TEST(BandStatisticsTest, RefusesRegionsThatAreEmptyOrOutside) {
     Qel2DImage image(new GradientOp({.width = 30, .height = 20}));
     for (QelRect const & region :
          {QelRect(), QelRect(0, 0, 31, 1), QelRect(-1, 0, 2, 2), QelRect(0, 19, 1, 2),
@@ -159,7 +159,7 @@ TEST(BandStatistics, RefusesRegionsThatAreEmptyOrOutside) {
     EXPECT_EQ(0, image.statistics().tilesComputed);
 }
 
-TEST(BandStatistics, RefusesBandsOfSeveralTypes) {
+TEST(BandStatisticsTest, RefusesBandsOfSeveralTypes) {
     MoxSmartPtr<QelDataOrg> const org =
         new RigidDataOrg(16, 16, {QelDataType::UChar, QelDataType::Float});
     Qel2DImage image(new GradientOp({.width = 16, .height = 16, .org = org}));
@@ -169,7 +169,7 @@ TEST(BandStatistics, RefusesBandsOfSeveralTypes) {
                  [&] { bandStatistics(image, image.imageRect()); });
 }
 
-TEST(BandStatistics, RefusesOrganisationsOfAnotherKind) {
+TEST(BandStatisticsTest, RefusesOrganisationsOfAnotherKind) {
     MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(16, 16);
     Qel2DImage image(new GradientOp({.width = 16, .height = 16, .org = org}));
     expectRaises(QelErrorCode::simpleDataOrgNeeded,
@@ -178,7 +178,7 @@ TEST(BandStatistics, RefusesOrganisationsOfAnotherKind) {
                  [&] { bandStatistics(image, image.imageRect()); });
 }
 
-TEST(BandStatistics, ErrorsOfTheImagePassThrough) {
+TEST(BandStatisticsTest, ErrorsOfTheImagePassThrough) {
     Qel2DImage image(
         new GradientOp({.width = 300, .height = 20}, [](std::int32_t x, auto, int) -> double {
             if (x == 299) qelRaise(77, "no more pixels");

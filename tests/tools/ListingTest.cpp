@@ -43,7 +43,7 @@ Listing fruits() {
     return listing;
 }
 
-TEST(Listing, TheTableIsAsWideAsItHasToBeAndNoLineEndsInBlanks) {
+TEST(ListingTest, TheTableIsAsWideAsItHasToBeAndNoLineEndsInBlanks) {
     EXPECT_EQ(
         "fruit          seeds  taste\n"
         "apple          5      sour\n"
@@ -52,7 +52,7 @@ TEST(Listing, TheTableIsAsWideAsItHasToBeAndNoLineEndsInBlanks) {
         printed(fruits(), false));
 }
 
-TEST(Listing, JsonHasTheKeysInTheOrderOfTheColumns) {
+TEST(ListingTest, JsonHasTheKeysInTheOrderOfTheColumns) {
     EXPECT_EQ(R"([
   {
     "fruit": "apple",
@@ -77,13 +77,13 @@ TEST(Listing, JsonHasTheKeysInTheOrderOfTheColumns) {
               printed(fruits(), true));
 }
 
-TEST(Listing, WithoutRowsTheTableIsItsHeadingsAndTheArrayEmpty) {
+TEST(ListingTest, WithoutRowsTheTableIsItsHeadingsAndTheArrayEmpty) {
     Listing const listing(std::vector<Listing::Column>{{"a", "A"}, {"b", "B"}});
     EXPECT_EQ("A  B\n", printed(listing, false));
     EXPECT_EQ("[]\n", printed(listing, true));
 }
 
-TEST(Listing, KindsOfValues) {
+TEST(ListingTest, KindsOfValues) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     struct Row {
         Value value;
@@ -102,7 +102,7 @@ TEST(Listing, KindsOfValues) {
               said(Value::Record{{"z", 1}, {"a", Value::List{"x"}}}));
 }
 
-TEST(Listing, NumbersReadBackAsTheSame) {
+TEST(ListingTest, NumbersReadBackAsTheSame) {
     constexpr unsigned seed = 20261122;
     std::cout << "random seed " << seed << '\n';
     std::mt19937_64 random(seed);
@@ -120,7 +120,7 @@ TEST(Listing, NumbersReadBackAsTheSame) {
     }
 }
 
-TEST(Listing, TextsOfNumbersAndRanges) {
+TEST(ListingTest, TextsOfNumbersAndRanges) {
     EXPECT_EQ("0 to 255", textOfRange(0, 255));
     EXPECT_EQ("-0.1 to 1e+300", textOfRange(-0.1, 1e300));
     EXPECT_EQ("-2147483648 to 4294967295", textOfRange(-2147483648.0, 4294967295.0));

@@ -6,6 +6,8 @@
 
 namespace {
 
+class QelToolUnitsTest : public QelToolTest {};
+
 // A picture that says how many dots per unit it has.
 void writeScan(std::string const & name, double horz, double vert, int unit) {
     Random random(20261120);
@@ -16,7 +18,7 @@ void writeScan(std::string const & name, double horz, double vert, int unit) {
     QelPictureWriter(name, options).write(image);
 }
 
-TEST_F(QelToolTest, SpaceListsUnits) {
+TEST_F(QelToolUnitsTest, SpaceListsUnits) {
     Outcome const outcome = run({"space", "--list-units"});
     EXPECT_EQ(0, outcome.code) << outcome.err;
     for (char const * const line :
@@ -33,14 +35,14 @@ TEST_F(QelToolTest, SpaceListsUnits) {
     EXPECT_EQ(25, std::count(outcome.out.begin(), outcome.out.end(), '\n'));
 }
 
-TEST_F(QelToolTest, SpaceTakesOneOrTwoDotsPerInch) {
+TEST_F(QelToolUnitsTest, SpaceTakesOneOrTwoDotsPerInch) {
     EXPECT_EQ("space:       2 inches by 1 inch, 200 by 50 pixels\n",
               run({"space", "--size", "2 inches", "1 inch", "--dpi", "100", "50"}).out);
     EXPECT_EQ("space:       2 inches by 1 inch, 200 by 100 pixels\n",
               run({"space", "--size", "2 inches", "1 inch", "--dpi", "100"}).out);
 }
 
-TEST_F(QelToolTest, SpaceRefusals) {
+TEST_F(QelToolUnitsTest, SpaceRefusals) {
     expectFailed(2, "--size or --list-units is required", {"space"});
     expectFailed(2,
                  "--size is \"2\", it must be a number and a unit, as in \"2.5 centimeters\"; "
@@ -57,7 +59,7 @@ TEST_F(QelToolTest, SpaceRefusals) {
                  {"space", "--size", "2 inches", "0 inches"});
 }
 
-TEST_F(QelToolTest, InfoTellsTheResolutionOfBothFormats) {
+TEST_F(QelToolUnitsTest, InfoTellsTheResolutionOfBothFormats) {
     writeScan(file("a.jpg"), 300, 150, QEL_UNIT_INCH);
     writeScan(file("b.jpg"), 40, 80, QEL_UNIT_CENTIMETER);
     writeScan(file("c.png"), 300, 150, QEL_UNIT_INCH);
@@ -79,14 +81,14 @@ TEST_F(QelToolTest, InfoTellsTheResolutionOfBothFormats) {
     }
 }
 
-TEST_F(QelToolTest, ConvertKeepsTheResolution) {
+TEST_F(QelToolUnitsTest, ConvertKeepsTheResolution) {
     writeScan(file("a.jpg"), 300, 150, QEL_UNIT_INCH);
     expectDone({"convert", file("a.jpg"), file("b.png"), "invert"});
     expectDone({"convert", file("b.png"), file("c.jpg")});
     EXPECT_NE(std::string::npos, run({"info", file("c.jpg")}).out.find("300 x 150 dots per inch"));
 }
 
-TEST_F(QelToolTest, RegionsInUnitsAreThePixelsWhoseCentresTheyHave) {
+TEST_F(QelToolUnitsTest, RegionsInUnitsAreThePixelsWhoseCentresTheyHave) {
     writeScan(file("a.png"), 100, 50, QEL_UNIT_CENTIMETER);
     struct Row {
         char const * region;
@@ -112,7 +114,7 @@ TEST_F(QelToolTest, RegionsInUnitsAreThePixelsWhoseCentresTheyHave) {
     }
 }
 
-TEST_F(QelToolTest, ConvertTakesRegionsInUnits) {
+TEST_F(QelToolUnitsTest, ConvertTakesRegionsInUnits) {
     writeScan(file("a.png"), 100, 50, QEL_UNIT_CENTIMETER);
     expectDone({"convert", file("a.png"), file("units.png"), "blur", "--region",
                 "1 centimeter,20 millimeters,0.01 meters,1 centimeter"});
@@ -121,7 +123,7 @@ TEST_F(QelToolTest, ConvertTakesRegionsInUnits) {
     EXPECT_EQ(contentOf(file("pixels.png")), contentOf(file("units.png")));
 }
 
-TEST_F(QelToolTest, WithoutAResolutionItAssumes72DotsPerInchAndSaysSo) {
+TEST_F(QelToolUnitsTest, WithoutAResolutionItAssumes72DotsPerInchAndSaysSo) {
     Outcome const physical =
         run({"info", "@testcard", "--region", "1 inches,1 inches,2 inches,50 millimeters"});
     EXPECT_EQ(0, physical.code);
@@ -135,7 +137,7 @@ TEST_F(QelToolTest, WithoutAResolutionItAssumes72DotsPerInchAndSaysSo) {
     EXPECT_NE(std::string::npos, relative.out.find("\nregion:             0,0,1024,768\n"));
 }
 
-TEST_F(QelToolTest, RegionsWithoutAPixelAreRefused) {
+TEST_F(QelToolUnitsTest, RegionsWithoutAPixelAreRefused) {
     writeScan(file("a.png"), 100, 50, QEL_UNIT_CENTIMETER);
     for (char const * const region :
          {"9 centimeters,1,1,1", "1 centimeter,1 centimeter,1 microns,1 centimeter"}) {

@@ -26,7 +26,7 @@ std::set<std::string> reportedFeatures() {
 
 }  // namespace
 
-TEST(QelCpu, HasV3ExactlyIfTheKernelReportsAllItsFeatures) {
+TEST(QelCpuTest, HasV3ExactlyIfTheKernelReportsAllItsFeatures) {
     std::set<std::string> const features = reportedFeatures();
     if (features.empty()) GTEST_SKIP() << "this system does not report features";
     bool all = true;

@@ -35,7 +35,7 @@ MoxSmartPtr<QelDataOrg> rigid(std::vector<QelDataType> types) {
     return MoxSmartPtr<QelDataOrg>(new RigidDataOrg(4, 5, std::move(types)));
 }
 
-TEST(QelLayoutTest, ValuesAndNames) {
+TEST(QelDataOrgLayoutTest, ValuesAndNames) {
     struct {
         int value;
         QelLayout layout;
@@ -59,12 +59,12 @@ TEST(QelLayoutTest, ValuesAndNames) {
     EXPECT_EQ(QelSimpleDataOrg::SPELLED_OUT, SPELLED_OUT);
 }
 
-TEST(QelLayoutTest, AnyOtherValuePrintsUnknown) {
+TEST(QelDataOrgLayoutTest, AnyOtherValuePrintsUnknown) {
     for (int const value : {4, -1, 1000})
         EXPECT_EQ("UNKNOWN", printed(QelLayout(value)));
 }
 
-TEST(QelLayoutTest, ReadingAnyOtherWordFailsAndChangesNothing) {
+TEST(QelDataOrgLayoutTest, ReadingAnyOtherWordFailsAndChangesNothing) {
     for (char const * word : {"", "UNKNOWN", "pixel_interleaved", "PIXEL", "0"}) {
         SCOPED_TRACE(word);
         std::istringstream in(word);

@@ -27,7 +27,7 @@ void computeAndComplete(QelTile * tile) {
     tile->setComplete(true);
 }
 
-class Qel2DImageNoticeTest : public testing::Test {
+class Qel2DImageContainerNoticeTest : public testing::Test {
   protected:
     // 3 by 2 tiles of 128 by 128.
     TestImage const report{.width = 300, .height = 200};
@@ -167,7 +167,7 @@ TEST_F(Qel2DImageContainerTest, AnExceptionOfCreateTileLeavesTheSlotFree) {
     EXPECT_TRUE(image->getTile(1, 0));
 }
 
-TEST_F(Qel2DImageNoticeTest, DroppingWhatIsNotATileOfTheImageIsALine) {
+TEST_F(Qel2DImageContainerNoticeTest, DroppingWhatIsNotATileOfTheImageIsALine) {
     MoxSmartPtr<QelTile> const tile = image->getTile(1, 1);
     image->discardReference(nullptr);
     EXPECT_EQ("Not a tile in Qel2DImage::discardReference\n", output_.take());
@@ -185,7 +185,7 @@ TEST_F(Qel2DImageNoticeTest, DroppingWhatIsNotATileOfTheImageIsALine) {
     EXPECT_EQ("", output_.text());
 }
 
-TEST_F(Qel2DImageNoticeTest, ATileThatWasNeverInsertedLeavesTheSlotAlone) {
+TEST_F(Qel2DImageContainerNoticeTest, ATileThatWasNeverInsertedLeavesTheSlotAlone) {
     MoxSmartPtr<QelTile> const tile = image->getTile(1, 1);
     MoxSmartPtr<QelTile> stranger = new QelTile(image->dataOrg(), QelTileId(1, 1));
     stranger->setContainer(image);
@@ -194,7 +194,7 @@ TEST_F(Qel2DImageNoticeTest, ATileThatWasNeverInsertedLeavesTheSlotAlone) {
     EXPECT_EQ(tile.get(), image->findTile(1, 1).get());
 }
 
-TEST_F(Qel2DImageNoticeTest, NewsOfWhatIsNotATileOfTheImageIsALineOnlyWhenTraced) {
+TEST_F(Qel2DImageContainerNoticeTest, NewsOfWhatIsNotATileOfTheImageIsALineOnlyWhenTraced) {
     MoxSmartPtr<QelRectBuffer> const buffer(new QelRectBuffer);
     MoxSmartPtr<QelTile> const outside(new QelTile(image->dataOrg(), QelTileId(3, 1)));
     MoxSmartPtr<QelTile> const stranger(new QelTile(image->dataOrg(), QelTileId(1, 1)));
@@ -220,7 +220,7 @@ TEST_F(Qel2DImageNoticeTest, NewsOfWhatIsNotATileOfTheImageIsALineOnlyWhenTraced
     EXPECT_EQ(0U, image->tileFlags(1, 1));
 }
 
-TEST_F(Qel2DImageNoticeTest, FlagsAreTheHistoryOfAPosition) {
+TEST_F(Qel2DImageContainerNoticeTest, FlagsAreTheHistoryOfAPosition) {
     EXPECT_EQ(0U, image->tileFlags(1, 1));
     MoxSmartPtr<QelTile> tile = image->createTile(1, 1);
     EXPECT_EQ(0U, image->tileFlags(1, 1));
@@ -241,12 +241,12 @@ TEST_F(Qel2DImageNoticeTest, FlagsAreTheHistoryOfAPosition) {
     EXPECT_EQ(0U, image->tileFlags(0, 0));
 }
 
-TEST_F(Qel2DImageNoticeTest, FlagsOutsideTheGridAreARangeError) {
+TEST_F(Qel2DImageContainerNoticeTest, FlagsOutsideTheGridAreARangeError) {
     EXPECT_THROW(image->tileFlags(3, 0), std::out_of_range);
     EXPECT_THROW(image->tileFlags(0, -1), std::out_of_range);
 }
 
-TEST_F(Qel2DImageNoticeTest, PopulatingTwiceIsAnErrorOnlyInStrictMode) {
+TEST_F(Qel2DImageContainerNoticeTest, PopulatingTwiceIsAnErrorOnlyInStrictMode) {
     MoxSmartPtr<QelTile> tile = image->createTile(1, 0);
     tile->setState(QelRenderedItem::pending, true);
     tile = image->getTile(1, 0);
@@ -266,7 +266,7 @@ TEST_F(Qel2DImageNoticeTest, PopulatingTwiceIsAnErrorOnlyInStrictMode) {
     EXPECT_EQ(5U, image->tileFlags(1, 0));
 }
 
-TEST_F(Qel2DImageNoticeTest, PopulatingTwiceWithoutAnOpNamesNone) {
+TEST_F(Qel2DImageContainerNoticeTest, PopulatingTwiceWithoutAnOpNamesNone) {
     MoxSmartPtr<Qel2DImage> const bare = imageWithoutOp(report);
     MoxSmartPtr<QelTile> const tile = bare->createTile(2, 1);
     ScopedSetting<std::uint32_t> const strict(QelSystemConfig::traceFlags,
@@ -279,7 +279,7 @@ TEST_F(Qel2DImageNoticeTest, PopulatingTwiceWithoutAnOpNamesNone) {
     EXPECT_EQ("", output_.text());
 }
 
-TEST_F(Qel2DImageNoticeTest, ATileThatWasNeverPendingMayBePopulatedTwice) {
+TEST_F(Qel2DImageContainerNoticeTest, ATileThatWasNeverPendingMayBePopulatedTwice) {
     ScopedSetting<std::uint32_t> const strict(QelSystemConfig::traceFlags,
                                               QelSystemConfig::strictTiles);
     image->getTile(1, 0);

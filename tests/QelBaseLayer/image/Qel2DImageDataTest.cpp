@@ -168,6 +168,18 @@ TEST_F(Qel2DImageDataTest, WhatCannotBeSharedIsFilled) {
     EXPECT_TRUE(showsPixels(*sharer, rect, gradientAt));
 }
 
+// The buffer's rows go on below the tile, whose memory ends there.
+TEST_F(Qel2DImageDataTest, ABufferThatReachesBeyondTheTileIsFilledAndDoesNotShare) {
+    image = imageOf(new GradientOp({.width = 100, .height = 400}));
+    QelRect const reach(0, 0, 100, 300);
+    MoxSmartPtr<QelRectBuffer> const buffer =
+        new QelRectBuffer(image->dataOrg(), 0, 0, reach.width, reach.height);
+    image->shareBuffer(buffer, QelRect(0, 0, 10, 10), false);
+    EXPECT_FALSE(buffer->isAllocated());
+    image->shareBuffer(buffer, QelRect(0, 0, 10, 10), true);
+    EXPECT_TRUE(showsPixels(*buffer, reach, gradientAt));
+}
+
 TEST_F(Qel2DImageDataTest, ABufferWhoseMemoryWasReleasedSharesOrIsFilled) {
     for (QelRect const & rect : {QelRect(128, 0, 50, 40), inFourTiles}) {
         MoxSmartPtr<QelRectBuffer> const buffer = emptyBuffer(image->dataOrg(), rect);

@@ -103,9 +103,9 @@ std::vector<Row> rows() {
             {"Stolen", renderStolen}, {"Filled", renderFilled}, {"Shared", renderShared}};
 }
 
-class Qel2DImageFault : public testing::TestWithParam<Row> {
+class Qel2DImageFaultTest : public testing::TestWithParam<Row> {
   protected:
-    Qel2DImageFault()
+    Qel2DImageFaultTest()
         : bytes_(QelSystemConfig::currentBytes), blocks_(QelSystemConfig::liveBlocks) {}
 
     std::uint64_t allocationsOf(Chain const & chain) const {
@@ -149,10 +149,10 @@ class Qel2DImageFault : public testing::TestWithParam<Row> {
 
 }  // namespace
 
-INSTANTIATE_TEST_SUITE_P(Render, Qel2DImageFault, testing::ValuesIn(rows()),
+INSTANTIATE_TEST_SUITE_P(Render, Qel2DImageFaultTest, testing::ValuesIn(rows()),
                          [](auto const & row) { return std::string(row.param.name); });
 
-TEST_P(Qel2DImageFault, EachAllocationFailsOnceAndLeavesNothingBehind) {
+TEST_P(Qel2DImageFaultTest, EachAllocationFailsOnceAndLeavesNothingBehind) {
     for (bool const cached : {false, true}) {
         for (bool const fills : {false, true}) {
             std::uint64_t const allocations = allocationsOf(Chain(cached, fills));
@@ -168,7 +168,7 @@ TEST_P(Qel2DImageFault, EachAllocationFailsOnceAndLeavesNothingBehind) {
     }
 }
 
-TEST_P(Qel2DImageFault, AMemoryThatIsUsedUpIsAnErrorEachTime) {
+TEST_P(Qel2DImageFaultTest, AMemoryThatIsUsedUpIsAnErrorEachTime) {
     FaultySystem system;
     Chain const chain(true, true);
     system.failAllocationsFrom(1);

@@ -11,7 +11,7 @@
 #include "OutputCapture.h"
 #include "QelError.h"
 
-// Replacing the op of an image, its word for op calls, and the walk over its tiles.
+// Replacing the op of an image, and its word for op calls.
 
 namespace {
 
@@ -38,16 +38,9 @@ double reversed(std::int32_t x, std::int32_t y, int band) {
     return 126 - gradientAt(x, y, band);
 }
 
-std::vector<QelTileId> placesOf(Qel2DImage::TileIterator at) {
-    std::vector<QelTileId> places;
-    for (; !at.done(); ++at)
-        places.emplace_back(at.tileX(), at.tileY());
-    return places;
-}
-
 }  // namespace
 
-class Qel2DImageSetOp : public testing::TestWithParam<bool> {
+class Qel2DImageSetOpTest : public testing::TestWithParam<bool> {
   protected:
     // Caches its tiles or not, by the parameter.
     MoxSmartPtr<Qel2DImage> smallImage() const {
@@ -60,11 +53,11 @@ class Qel2DImageSetOp : public testing::TestWithParam<bool> {
     OutputCapture output_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Caching, Qel2DImageSetOp, testing::Bool(), [](auto const & row) {
+INSTANTIATE_TEST_SUITE_P(Caching, Qel2DImageSetOpTest, testing::Bool(), [](auto const & row) {
     return std::string(row.param ? "Cached" : "Uncached");
 });
 
-TEST_P(Qel2DImageSetOp, AnUnchangedGridKeepsItsTiles) {
+TEST_P(Qel2DImageSetOpTest, AnUnchangedGridKeepsItsTiles) {
     MoxSmartPtr<Qel2DImage> const image = smallImage();
     MoxSmartPtr<QelTile> const tile = image->getTile(1, 1);
     MoxSmartPtr<QelImageOp> const next = new GradientOp(report, reversed);
@@ -79,7 +72,7 @@ TEST_P(Qel2DImageSetOp, AnUnchangedGridKeepsItsTiles) {
     EXPECT_TRUE(showsPixels(*fresh, fresh->rect(), reversed));
 }
 
-TEST_P(Qel2DImageSetOp, AChangedGridDetachesItsTiles) {
+TEST_P(Qel2DImageSetOpTest, AChangedGridDetachesItsTiles) {
     std::vector<TestImage> changes(6, report);
     changes[0].width = 301;
     changes[1].originX = 5;
@@ -104,7 +97,7 @@ TEST_P(Qel2DImageSetOp, AChangedGridDetachesItsTiles) {
     EXPECT_EQ("", output_.text());
 }
 
-TEST_P(Qel2DImageSetOp, AFailureKeepsTheOpTheGridAndTheTiles) {
+TEST_P(Qel2DImageSetOpTest, AFailureKeepsTheOpTheGridAndTheTiles) {
     MoxSmartPtr<Qel2DImage> const image = smallImage();
     MoxSmartPtr<QelImageOp> const op = image->op();
     MoxSmartPtr<QelTile> const tile = image->getTile(1, 1);
@@ -123,7 +116,7 @@ TEST_P(Qel2DImageSetOp, AFailureKeepsTheOpTheGridAndTheTiles) {
     EXPECT_TRUE(showsPixels(*fresh, fresh->rect(), gradientAt));
 }
 
-TEST_P(Qel2DImageSetOp, ASizeThatIsNotTheIdsKeepsTheOp) {
+TEST_P(Qel2DImageSetOpTest, ASizeThatIsNotTheIdsKeepsTheOp) {
     MoxSmartPtr<QelImageOp> const op = new GradientOp(report);
     Qel2DImage image(QelTileId(0, 0, 300, 200), op, nullptr);
     image.setCacheTiles(GetParam());
@@ -134,7 +127,7 @@ TEST_P(Qel2DImageSetOp, ASizeThatIsNotTheIdsKeepsTheOp) {
     EXPECT_EQ(QelRect(0, 0, 300, 200), image.imageRect());
 }
 
-TEST_P(Qel2DImageSetOp, AForeignExceptionOfTheReportKeepsTheOp) {
+TEST_P(Qel2DImageSetOpTest, AForeignExceptionOfTheReportKeepsTheOp) {
     class ThrowingReport : public BadOp {
         bool genOutputInfo(QelImageInfo &, QelOpContext) override { throw std::runtime_error("x"); }
     };
@@ -144,7 +137,7 @@ TEST_P(Qel2DImageSetOp, AForeignExceptionOfTheReportKeepsTheOp) {
     EXPECT_EQ(op.get(), image->op().get());
 }
 
-TEST_P(Qel2DImageSetOp, NoOpLeavesTheGridAndItsTiles) {
+TEST_P(Qel2DImageSetOpTest, NoOpLeavesTheGridAndItsTiles) {
     MoxSmartPtr<Qel2DImage> const image = smallImage();
     MoxSmartPtr<QelTile> const tile = image->getTile(1, 1);
     image->setOp(nullptr);
@@ -154,7 +147,7 @@ TEST_P(Qel2DImageSetOp, NoOpLeavesTheGridAndItsTiles) {
     EXPECT_THROW(image->getTile(0, 0), ZanError);
 }
 
-TEST_P(Qel2DImageSetOp, AReplacedOpIsReleased) {
+TEST_P(Qel2DImageSetOpTest, AReplacedOpIsReleased) {
     bool gone = false;
     MoxSmartPtr<Qel2DImage> const image = imageOf(new MortalOp(report, gone));
     image->setCacheTiles(GetParam());
@@ -166,7 +159,7 @@ TEST_P(Qel2DImageSetOp, AReplacedOpIsReleased) {
     EXPECT_EQ(QelRect(0, 0, 3, 2), image->imageRect());
 }
 
-TEST_P(Qel2DImageSetOp, AnImageWithoutOpLearnsItsSize) {
+TEST_P(Qel2DImageSetOpTest, AnImageWithoutOpLearnsItsSize) {
     MoxSmartPtr<Qel2DImage> const image = imageOf(nullptr);
     image->setCacheTiles(GetParam());
     image->setOp(new GradientOp(report));
@@ -175,7 +168,7 @@ TEST_P(Qel2DImageSetOp, AnImageWithoutOpLearnsItsSize) {
     EXPECT_TRUE(showsPixels(*image->getTile(2, 1), QelRect(256, 128, 44, 72), gradientAt));
 }
 
-TEST(Qel2DImageContext, EveryCallOfTheOpGetsTheWord) {
+TEST(Qel2DImageSetOpContextTest, EveryCallOfTheOpGetsTheWord) {
     MoxSmartPtr<CountingOp> const op = countingOp({.width = 300, .height = 200});
     MoxSmartPtr<Qel2DImage> const image = imageOf(op);
     image->setOpContext(42);
@@ -185,62 +178,4 @@ TEST(Qel2DImageContext, EveryCallOfTheOpGetsTheWord) {
     image->setOpContext(43);
     image->getData(QelRect(0, 0, 300, 200), true);
     EXPECT_EQ(43U, op->lastContext());
-}
-
-TEST(Qel2DImageTileIterator, WalksRowByRowFromLeftToRight) {
-    MoxSmartPtr<Qel2DImage> const image = imageOf(new GradientOp({.width = 500, .height = 500}));
-    Qel2DImage::tileIter const at(image, QelRect(100, 127, 200, 130));
-    EXPECT_EQ(QelRect(100, 127, 200, 130), at.rect());
-    EXPECT_EQ((std::vector<QelTileId>{
-                  {0, 0}, {1, 0}, {2, 0}, {0, 1}, {1, 1}, {2, 1}, {0, 2}, {1, 2}, {2, 2}}),
-              placesOf(at));
-}
-
-TEST(Qel2DImageTileIterator, IsClippedToTheImage) {
-    MoxSmartPtr<Qel2DImage> const image = imageOf(new GradientOp({.width = 300, .height = 200}));
-    Qel2DImage::TileIterator const at(image, QelRect(-1000, 190, 5000, 5000));
-    EXPECT_EQ(QelRect(0, 190, 300, 10), at.rect());
-    EXPECT_EQ((std::vector<QelTileId>{{0, 1}, {1, 1}, {2, 1}}), placesOf(at));
-}
-
-TEST(Qel2DImageTileIterator, ARectangleThatMissesTheImageVisitsNoTileWhateverTheAnchor) {
-    for (std::int32_t const origin : {0, -1, -84, -127}) {
-        MoxSmartPtr<Qel2DImage> const image = imageOf(
-            new GradientOp({.width = 300, .height = 200, .originX = origin, .originY = origin}));
-        for (QelRect const & rect :
-             {QelRect(-5, 0, 5, 5), QelRect(0, -5, 5, 5), QelRect(300, 0, 5, 5),
-              QelRect(0, 200, 5, 5), QelRect(-100, -100, 50, 50), QelRect(3, 3, 0, 5),
-              QelRect(3, 3, 5, -5)}) {
-            EXPECT_TRUE(Qel2DImage::TileIterator(image, rect).done()) << rect.x << " " << rect.y;
-        }
-    }
-    EXPECT_TRUE(Qel2DImage::TileIterator(imageOf(nullptr), QelRect(0, 0, 9, 9)).done());
-}
-
-TEST(Qel2DImageTileIterator, ActsOnItsCurrentPosition) {
-    MoxSmartPtr<CountingOp> const op = countingOp({.width = 300, .height = 200});
-    MoxSmartPtr<Qel2DImage> const image = imageOf(op);
-    Qel2DImage::TileIterator at(image, QelRect(200, 150, 100, 10));
-    at.next();
-    EXPECT_EQ(nullptr, at.findTile().get());
-    MoxSmartPtr<QelTile> const tile = at.createTile();
-    EXPECT_EQ(QelTileId(2, 1), tile->tileId());
-    EXPECT_EQ(0, op->computes());
-    EXPECT_EQ(tile.get(), at.findTile().get());
-    EXPECT_EQ(tile.get(), at.getTile().get());
-    EXPECT_EQ(1, op->computes());
-}
-
-TEST(Qel2DImageTileIterator, KeepsItsImage) {
-    Qel2DImage::TileIterator const at(imageOf(new GradientOp({.width = 300, .height = 200})),
-                                      QelRect(0, 0, 9, 9));
-    EXPECT_EQ(QelRect(0, 0, 128, 128), at.getTile()->rect());
-}
-
-TEST(Qel2DImageTileIterator, LeavesAnImageOnAStackAlone) {
-    Qel2DImage image(new GradientOp({.width = 300, .height = 200}));
-    for (Qel2DImage::TileIterator at(&image, image.imageRect()); !at.done(); at.next())
-        EXPECT_TRUE(at.getTile()->isState(QelRenderedItem::complete));
-    EXPECT_EQ(0, image.refCount());
-    EXPECT_EQ(6, image.statistics().tilesComputed);
 }

@@ -22,7 +22,7 @@ constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
 
 }  // namespace
 
-TEST(Qel2DImageSetup, AnImageOfAnOpTakesItsReport) {
+TEST(Qel2DImageSetupTest, AnImageOfAnOpTakesItsReport) {
     MoxSmartPtr<CountingOp> const op =
         countingOp({.width = 300, .height = 200, .bands = 4, .type = QelDataType::Short});
     Qel2DImage const image(op);
@@ -42,7 +42,7 @@ TEST(Qel2DImageSetup, AnImageOfAnOpTakesItsReport) {
     EXPECT_EQ(0, op->computes());
 }
 
-TEST(Qel2DImageSetup, AnIdIsKeptAsACopy) {
+TEST(Qel2DImageSetupTest, AnIdIsKeptAsACopy) {
     MockContainer container;
     QelTileId id(5, 6, 300, 200);
     Qel2DImage const image(id, new GradientOp({.width = 300, .height = 200}), &container);
@@ -54,7 +54,7 @@ TEST(Qel2DImageSetup, AnIdIsKeptAsACopy) {
     EXPECT_FALSE(image.cacheTiles());
 }
 
-TEST(Qel2DImageSetup, AnImageWithoutOpDoesNotKnowItsSize) {
+TEST(Qel2DImageSetupTest, AnImageWithoutOpDoesNotKnowItsSize) {
     Qel2DImage image(static_cast<QelImageOp *>(nullptr));
     EXPECT_FALSE(image.sizeKnown());
     EXPECT_TRUE(image.imageRect().isEmpty());
@@ -76,7 +76,7 @@ TEST(Qel2DImageSetup, AnImageWithoutOpDoesNotKnowItsSize) {
 }
 
 // Tile sizes that an op reports, 0 for the size of the image, and what becomes of them.
-TEST(Qel2DImageSetup, TileSizesAreLiftedAndLimited) {
+TEST(Qel2DImageSetupTest, TileSizesAreLiftedAndLimited) {
     struct Row {
         std::int32_t image, reported, expected;
     };
@@ -101,7 +101,7 @@ TEST(Qel2DImageSetup, TileSizesAreLiftedAndLimited) {
     }
 }
 
-TEST(Qel2DImageSetup, LimitsBelowOneCountAsOne) {
+TEST(Qel2DImageSetupTest, LimitsBelowOneCountAsOne) {
     TileLimits const limits(-5, 0);
     MoxSmartPtr<Qel2DImage> const image = imageOf(new GradientOp({.width = 4, .height = 3}));
     EXPECT_EQ(1, image->dataOrg()->tileWidth());
@@ -109,14 +109,14 @@ TEST(Qel2DImageSetup, LimitsBelowOneCountAsOne) {
     EXPECT_EQ(3, image->tilesDown());
 }
 
-TEST(Qel2DImageSetup, ALowerLimitAboveTheUpperOneWins) {
+TEST(Qel2DImageSetupTest, ALowerLimitAboveTheUpperOneWins) {
     TileLimits const limits(100, 30);
     MoxSmartPtr<Qel2DImage> const image = imageOf(new GradientOp({.width = 500, .height = 500}));
     EXPECT_EQ(120, image->dataOrg()->tileWidth());
     EXPECT_EQ(120, image->dataOrg()->tileHeight());
 }
 
-TEST(Qel2DImageSetup, AOnePixelImageWithoutTileSizeIsOneTile) {
+TEST(Qel2DImageSetupTest, AOnePixelImageWithoutTileSizeIsOneTile) {
     MoxSmartPtr<Qel2DImage> const image =
         imageOf(new GradientOp({.width = 1, .height = 1, .tileWidth = 0, .tileHeight = 0}));
     EXPECT_EQ(128, image->dataOrg()->tileWidth());
@@ -128,7 +128,7 @@ TEST(Qel2DImageSetup, AOnePixelImageWithoutTileSizeIsOneTile) {
     EXPECT_TRUE(showsPixels(*tile, tile->rect(), gradientAt));
 }
 
-TEST(Qel2DImageSetup, TheLastTileOfA257PixelImageIsOnePixelWideAndStoredWhole) {
+TEST(Qel2DImageSetupTest, TheLastTileOfA257PixelImageIsOnePixelWideAndStoredWhole) {
     MoxSmartPtr<Qel2DImage> const image =
         imageOf(new GradientOp({.width = 257, .height = 10, .tileWidth = 256}));
     EXPECT_EQ(2, image->tilesAcross());
@@ -138,7 +138,7 @@ TEST(Qel2DImageSetup, TheLastTileOfA257PixelImageIsOnePixelWideAndStoredWhole) {
 }
 
 // The origin that an op reports and the one that the grid gets, for tiles of 128.
-TEST(Qel2DImageSetup, TheGridIsAnchoredSoThatItsFirstTileHoldsTheFirstPixel) {
+TEST(Qel2DImageSetupTest, TheGridIsAnchoredSoThatItsFirstTileHoldsTheFirstPixel) {
     struct Row {
         std::int32_t origin, expected;
     };
@@ -164,7 +164,7 @@ TEST(Qel2DImageSetup, TheGridIsAnchoredSoThatItsFirstTileHoldsTheFirstPixel) {
     }
 }
 
-TEST(Qel2DImageSetup, AnOpThatRefusesTheTileSizeKeepsItsOwnAndItsOwnAnchor) {
+TEST(Qel2DImageSetupTest, AnOpThatRefusesTheTileSizeKeepsItsOwnAndItsOwnAnchor) {
     // The limits would make the tiles 200 wide, where 150 is anchored at -50 + 100.
     TestImage report{.width = 330, .height = 90, .bands = 1, .tileWidth = 100, .tileHeight = 100};
     report.originX = 150;
@@ -179,7 +179,7 @@ TEST(Qel2DImageSetup, AnOpThatRefusesTheTileSizeKeepsItsOwnAndItsOwnAnchor) {
     EXPECT_TRUE(showsPixels(*image->getData(report.rect(), true), report.rect(), gradientAt));
 }
 
-TEST(Qel2DImageSetup, ARefusedTileSizeAnchorsFirstAndTheOpsOwnReducesThat) {
+TEST(Qel2DImageSetupTest, ARefusedTileSizeAnchorsFirstAndTheOpsOwnReducesThat) {
     // 280 is anchored at -232 for the 256 that the limits would make of 300, and at -20 for 300.
     TestImage report{.width = 600, .height = 90, .bands = 1, .tileWidth = 300, .tileHeight = 300};
     report.originX = 280;
@@ -189,7 +189,7 @@ TEST(Qel2DImageSetup, ARefusedTileSizeAnchorsFirstAndTheOpsOwnReducesThat) {
     EXPECT_EQ(QelRect(0, 0, 68, 90), image->createTile(0, 0)->rect());
 }
 
-TEST(Qel2DImageSetup, AnOpThatRefusesTheTileSizeAndHasNoneGetsTheImages) {
+TEST(Qel2DImageSetupTest, AnOpThatRefusesTheTileSizeAndHasNoneGetsTheImages) {
     MoxSmartPtr<Qel2DImage> const image = imageOf(new RefusingOp(
         {.width = 300, .height = 20, .tileWidth = 0, .tileHeight = 0, .originX = 7}, true, false));
     EXPECT_EQ(300, image->dataOrg()->tileWidth());
@@ -198,7 +198,7 @@ TEST(Qel2DImageSetup, AnOpThatRefusesTheTileSizeAndHasNoneGetsTheImages) {
     EXPECT_EQ(2, image->tilesAcross());
 }
 
-TEST(Qel2DImageSetup, AnOrganisationThatCannotChangeItsSizeStays) {
+TEST(Qel2DImageSetupTest, AnOrganisationThatCannotChangeItsSizeStays) {
     TestImage report{.width = 50, .height = 10};
     report.org = new RigidDataOrg(20, 10, {QelDataType::UChar, QelDataType::Double});
     MoxSmartPtr<Qel2DImage> const image = imageOf(new GradientOp(report));
@@ -207,7 +207,7 @@ TEST(Qel2DImageSetup, AnOrganisationThatCannotChangeItsSizeStays) {
     EXPECT_EQ(1, image->tilesDown());
 }
 
-TEST(Qel2DImageSetup, ABadReportRaises3WithItsText) {
+TEST(Qel2DImageSetupTest, ABadReportRaises3WithItsText) {
     std::string const start =
         "The Op (BadOp) for this operation returns a bad status from outputInfo(): ";
     expectRaises(QelErrorCode::misuse, start + "QEL error 7\nno such source",
@@ -215,7 +215,7 @@ TEST(Qel2DImageSetup, ABadReportRaises3WithItsText) {
     expectRaises(QelErrorCode::misuse, start + ZanError().getMsg(), [] { imageOf(new BadOp); });
 }
 
-TEST(Qel2DImageSetup, ASizeThatIsNotTheIdsRaises3) {
+TEST(Qel2DImageSetupTest, ASizeThatIsNotTheIdsRaises3) {
     for (auto const & [width, height] : {std::tuple{301, 200}, std::tuple{300, 199}}) {
         QelTileId const id(0, 0, width, height);
         expectRaises(QelErrorCode::misuse,
@@ -229,7 +229,7 @@ TEST(Qel2DImageSetup, ASizeThatIsNotTheIdsRaises3) {
     }
 }
 
-TEST(Qel2DImageSetup, AnImageWithoutPixelsHasNoTiles) {
+TEST(Qel2DImageSetupTest, AnImageWithoutPixelsHasNoTiles) {
     OutputCapture const output;
     for (auto const & [width, height] :
          {std::tuple{0, 0}, std::tuple{0, 10}, std::tuple{10, 0}, std::tuple{-1, 10}}) {
@@ -247,7 +247,7 @@ TEST(Qel2DImageSetup, AnImageWithoutPixelsHasNoTiles) {
     }
 }
 
-TEST(Qel2DImageSetup, AnImageWithoutOpTakesItsTileSizeAsItStands) {
+TEST(Qel2DImageSetupTest, AnImageWithoutOpTakesItsTileSizeAsItStands) {
     MockContainer container;
     MoxSmartPtr<QelDataOrg> const org =
         TestImage{.tileWidth = 7, .tileHeight = 300, .originX = 10, .originY = -5}.dataOrg();
@@ -265,7 +265,7 @@ TEST(Qel2DImageSetup, AnImageWithoutOpTakesItsTileSizeAsItStands) {
     EXPECT_EQ(10, org->originX());
 }
 
-TEST(Qel2DImageSetup, AnImageWithoutOpAndWithoutTileSizeIsOneTile) {
+TEST(Qel2DImageSetupTest, AnImageWithoutOpAndWithoutTileSizeIsOneTile) {
     for (auto const & [width, height] : {std::tuple{0, 50}, std::tuple{50, 0}, std::tuple{0, 0}}) {
         SCOPED_TRACE(std::to_string(width) + " by " + std::to_string(height));
         MoxSmartPtr<Qel2DImage> const image = imageWithoutOp({.width = 400,
@@ -283,14 +283,14 @@ TEST(Qel2DImageSetup, AnImageWithoutOpAndWithoutTileSizeIsOneTile) {
     }
 }
 
-TEST(Qel2DImageSetup, AGridTooLargeToCountRaises13) {
+TEST(Qel2DImageSetupTest, AGridTooLargeToCountRaises13) {
     TestImage const report{.width = most, .height = most, .tileWidth = 1, .tileHeight = 1};
     expectRaises(QelErrorCode::invalidValue,
                  "A grid of 2147483647 by 2147483647 tiles is too large",
                  [&report] { imageWithoutOp(report); });
 }
 
-TEST(Qel2DImageSetup, OutputInfoTellsWhatTheImageIs) {
+TEST(Qel2DImageSetupTest, OutputInfoTellsWhatTheImageIs) {
     MoxSmartPtr<Qel2DImage> const image = imageOf(new GradientOp({.width = 300,
                                                                   .height = 200,
                                                                   .bands = 4,
@@ -315,7 +315,7 @@ TEST(Qel2DImageSetup, OutputInfoTellsWhatTheImageIs) {
     EXPECT_EQ(BAND_INTERLEAVED, used.layout());
 }
 
-TEST(Qel2DImageSetup, OutputInfoOfNoImageIsABadStatus) {
+TEST(Qel2DImageSetupTest, OutputInfoOfNoImageIsABadStatus) {
     QelImageInfo info;
     EXPECT_FALSE(imageOutputInfo(nullptr, info));
     expectQelError(info.status(), QelErrorCode::misuse, "The op does not refer to any Qel2DImage");
@@ -326,7 +326,7 @@ TEST(Qel2DImageSetup, OutputInfoOfNoImageIsABadStatus) {
     EXPECT_EQ(300, good.width());
 }
 
-TEST(Qel2DImageSetup, DescribeTellsAllInLines) {
+TEST(Qel2DImageSetupTest, DescribeTellsAllInLines) {
     MockContainer container;
     container.text = "the container of a test";
     EXPECT_EQ(
@@ -356,7 +356,7 @@ TEST(Qel2DImageSetup, DescribeTellsAllInLines) {
         imageOf(nullptr)->describe());
 }
 
-TEST(Qel2DImageSetup, DescribeTellsTheImagesSizeForAnUndecidedTileSize) {
+TEST(Qel2DImageSetupTest, DescribeTellsTheImagesSizeForAnUndecidedTileSize) {
     TestImage report{.width = 30, .height = 20};
     report.org = new RigidDataOrg(0, 0, {QelDataType::UChar});
     EXPECT_EQ(
@@ -373,7 +373,7 @@ TEST(Qel2DImageSetup, DescribeTellsTheImagesSizeForAnUndecidedTileSize) {
         imageWithoutOp(report)->describe());
 }
 
-TEST(Qel2DImageSetup, PrintIsOneLine) {
+TEST(Qel2DImageSetupTest, PrintIsOneLine) {
     std::ostringstream out;
     out << *imageOf(new GradientOp({.width = 300, .height = 90, .tileHeight = 0}));
     EXPECT_EQ("Qel2DImage[tile=128x180,image=300x90,grid=3x1]", out.str());
@@ -382,7 +382,7 @@ TEST(Qel2DImageSetup, PrintIsOneLine) {
     EXPECT_EQ("Qel2DImage[image=0x0,grid=0x0]", out.str());
 }
 
-TEST(Qel2DImageSetup, TheOwnerIsTheContainers) {
+TEST(Qel2DImageSetupTest, TheOwnerIsTheContainers) {
     class Owner : public QelItemOwner {
       public:
         std::string transformLabel() const override { return "T"; }

@@ -8,6 +8,7 @@
 #include "ExpectError.h"
 #include "ImageTesting.h"
 #include "OutputCapture.h"
+#include "QelError.h"
 
 // Images that wrap a buffer.
 
@@ -28,7 +29,7 @@ MoxSmartPtr<Qel2DImage> wrapped(MoxSmartPtr<QelRectBuffer> const & buffer) {
 
 }  // namespace
 
-TEST(Qel2DImageWrap, ABufferBecomesACompleteTile) {
+TEST(Qel2DImageWrapTest, ABufferBecomesACompleteTile) {
     MoxSmartPtr<QelRectBuffer> const buffer = pictureBuffer(QelRect(0, 0, 30, 20));
     MoxSmartPtr<Qel2DImage> const image = wrapped(buffer);
     EXPECT_TRUE(image->sizeKnown());
@@ -47,7 +48,7 @@ TEST(Qel2DImageWrap, ABufferBecomesACompleteTile) {
     EXPECT_EQ(0, image->statistics().tilesComputed);
 }
 
-TEST(Qel2DImageWrap, TheImageReachesFromTheFirstPixelToTheBuffersEdge) {
+TEST(Qel2DImageWrapTest, TheImageReachesFromTheFirstPixelToTheBuffersEdge) {
     MoxSmartPtr<QelRectBuffer> const buffer = pictureBuffer(QelRect(100, 50, 30, 20));
     MoxSmartPtr<Qel2DImage> const image = wrapped(buffer);
     EXPECT_EQ(QelRect(0, 0, 130, 70), image->imageRect());
@@ -57,7 +58,7 @@ TEST(Qel2DImageWrap, TheImageReachesFromTheFirstPixelToTheBuffersEdge) {
     EXPECT_TRUE(showsPixels(*image->getData(buffer->rect(), false), buffer->rect(), gradientAt));
 }
 
-TEST(Qel2DImageWrap, PositionsOutsideTheBufferAreNoTiles) {
+TEST(Qel2DImageWrapTest, PositionsOutsideTheBufferAreNoTiles) {
     OutputCapture const output;
     MoxSmartPtr<QelRectBuffer> const buffer = pictureBuffer(QelRect(100, 50, 30, 20));
     buffer->setFullSize(500, 400);
@@ -76,7 +77,7 @@ TEST(Qel2DImageWrap, PositionsOutsideTheBufferAreNoTiles) {
     EXPECT_EQ("", output.text());
 }
 
-TEST(Qel2DImageWrap, WhatTheBufferDoesNotCoverIsZeroInACopy) {
+TEST(Qel2DImageWrapTest, WhatTheBufferDoesNotCoverIsZeroInACopy) {
     MoxSmartPtr<QelRectBuffer> const buffer = pictureBuffer(QelRect(100, 50, 30, 20));
     buffer->setFullSize(500, 400);
     MoxSmartPtr<Qel2DImage> const image = wrapped(buffer);
@@ -88,13 +89,13 @@ TEST(Qel2DImageWrap, WhatTheBufferDoesNotCoverIsZeroInACopy) {
     EXPECT_EQ(600, image->statistics().pixelsCopied);
 }
 
-TEST(Qel2DImageWrap, AFullSizeSmallerThanTheBufferDoesNotCount) {
+TEST(Qel2DImageWrapTest, AFullSizeSmallerThanTheBufferDoesNotCount) {
     MoxSmartPtr<QelRectBuffer> const buffer = pictureBuffer(QelRect(10, 5, 30, 20));
     buffer->setFullSize(20, 21);
     EXPECT_EQ(QelRect(0, 0, 40, 25), wrapped(buffer)->imageRect());
 }
 
-TEST(Qel2DImageWrap, ABufferAtANegativePositionIsCutToTheImage) {
+TEST(Qel2DImageWrapTest, ABufferAtANegativePositionIsCutToTheImage) {
     MoxSmartPtr<QelRectBuffer> const buffer = pictureBuffer(QelRect(-10, -5, 30, 20));
     MoxSmartPtr<Qel2DImage> const image = wrapped(buffer);
     EXPECT_EQ(QelRect(0, 0, 20, 15), image->imageRect());
@@ -107,21 +108,21 @@ TEST(Qel2DImageWrap, ABufferAtANegativePositionIsCutToTheImage) {
                             gradientAt));
 }
 
-TEST(Qel2DImageWrap, ABufferWhollyAtNegativePositionsHasNoTiles) {
+TEST(Qel2DImageWrapTest, ABufferWhollyAtNegativePositionsHasNoTiles) {
     MoxSmartPtr<Qel2DImage> const image = wrapped(pictureBuffer(QelRect(-100, -5, 30, 20)));
     EXPECT_EQ(0, image->tilesAcross());
     EXPECT_EQ(0, image->tilesDown());
     EXPECT_EQ(nullptr, image->getData(QelRect(-100, -5, 30, 20), true).get());
 }
 
-TEST(Qel2DImageWrap, AnEmptyBufferHasNoTiles) {
+TEST(Qel2DImageWrapTest, AnEmptyBufferHasNoTiles) {
     MoxSmartPtr<Qel2DImage> const image = wrapped(new QelRectBuffer);
     EXPECT_TRUE(image->sizeKnown());
     EXPECT_EQ(0, image->tilesAcross());
     EXPECT_EQ(0, image->tilesDown());
 }
 
-TEST(Qel2DImageWrap, ABufferIsCompleteWhenItGetsItsMemoryLater) {
+TEST(Qel2DImageWrapTest, ABufferIsCompleteWhenItGetsItsMemoryLater) {
     QelRect const rect(5, 6, 30, 20);
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(rect, 3, BAND_INTERLEAVED, QelDataType::UChar);
@@ -139,7 +140,7 @@ TEST(Qel2DImageWrap, ABufferIsCompleteWhenItGetsItsMemoryLater) {
     EXPECT_TRUE(image->getTile(0, 0)->isState(QelRenderedItem::complete));
 }
 
-TEST(Qel2DImageWrap, AViewOfALargerBufferIsWrappedAsItIs) {
+TEST(Qel2DImageWrapTest, AViewOfALargerBufferIsWrappedAsItIs) {
     MoxSmartPtr<QelRectBuffer> const whole = pictureBuffer(QelRect(0, 0, 50, 40), LINE_INTERLEAVED);
     QelRect const part(10, 20, 15, 10);
     MoxSmartPtr<Qel2DImage> const image = wrapped(whole->subBuffer(part));
@@ -150,7 +151,7 @@ TEST(Qel2DImageWrap, AViewOfALargerBufferIsWrappedAsItIs) {
     EXPECT_TRUE(showsPixels(*data, part, gradientAt));
 }
 
-TEST(Qel2DImageWrap, ATilesSizeBelowTheBuffersDoesNotCutIt) {
+TEST(Qel2DImageWrapTest, ATilesSizeBelowTheBuffersDoesNotCutIt) {
     QelRect const rect(0, 0, 50, 40);
     std::vector<std::int32_t> const offsets{0};
     MoxSmartPtr<QelDataOrg> const org =
@@ -171,7 +172,7 @@ TEST(Qel2DImageWrap, ATilesSizeBelowTheBuffersDoesNotCutIt) {
     }
 }
 
-TEST(Qel2DImageWrap, TheImageOutlivesTheBuffer) {
+TEST(Qel2DImageWrapTest, TheImageOutlivesTheBuffer) {
     QelRect const rect(0, 0, 30, 20);
     MoxSmartPtr<Qel2DImage> image = wrapped(pictureBuffer(rect));
     MoxSmartPtr<QelTile> const tile = image->getTile(0, 0);
@@ -180,7 +181,7 @@ TEST(Qel2DImageWrap, TheImageOutlivesTheBuffer) {
     EXPECT_TRUE(showsPixels(*tile, rect, gradientAt));
 }
 
-TEST(Qel2DImageWrap, ItsMemoryIsNeverStolen) {
+TEST(Qel2DImageWrapTest, ItsMemoryIsNeverStolen) {
     QelRect const rect(0, 0, 30, 20);
     MoxSmartPtr<Qel2DImage> const image = wrapped(pictureBuffer(rect));
     for (int round = 0; round < 2; ++round) {
@@ -191,7 +192,7 @@ TEST(Qel2DImageWrap, ItsMemoryIsNeverStolen) {
     }
 }
 
-TEST(Qel2DImageWrap, AnOpTakesOver) {
+TEST(Qel2DImageWrapTest, AnOpTakesOver) {
     MoxSmartPtr<QelRectBuffer> const buffer = pictureBuffer(QelRect(0, 0, 30, 20));
     MoxSmartPtr<Qel2DImage> const image = wrapped(buffer);
     image->setOp(new GradientOp({.width = 300, .height = 200}));
@@ -203,7 +204,29 @@ TEST(Qel2DImageWrap, AnOpTakesOver) {
     EXPECT_EQ(1, image->statistics().tilesComputed);
 }
 
-TEST(Qel2DImageWrap, ABufferOnAStackIsLeftAlone) {
+// What a compute left in a tile's memory when it failed is no picture, even once the image has no
+// op any more.
+TEST(Qel2DImageWrapTest, AWrappedImageDoesNotTakeWhatAFailedOpLeftForPixels) {
+    MoxSmartPtr<QelRectBuffer> const buffer =
+        new QelRectBuffer(QelRect(0, 0, 30, 20), 3, PIXEL_INTERLEAVED, QelDataType::UChar);
+    MoxSmartPtr<Qel2DImage> const image = new Qel2DImage(buffer.get());
+    MoxSmartPtr<QelImageOp> const op =
+        new HookedOp({.width = 300, .height = 20}, [](QelRectBuffer * tile) {
+            tile->allocate();
+            throw QelError(QelErrorCode::outOfRange, "half-way", __FILE__, __LINE__);
+        });
+    image->setOp(op);
+    expectRaises(QelErrorCode::outOfRange, "half-way", [&image] { image->getTile(0, 0); });
+    image->setOp(nullptr);
+    expectRaises(QelErrorCode::nothingToComputeWith,
+                 "An Qel2DImage has no tile or rectbuffer with allocated data, nor does it have an "
+                 "QelImageOp or containing connection point with which to generate a tile "
+                 "(getTile)",
+                 [&image] { image->getTile(0, 0); });
+    EXPECT_FALSE(image->findTile(0, 0)->isState(QelRenderedItem::complete));
+}
+
+TEST(Qel2DImageWrapTest, ABufferOnAStackIsLeftAlone) {
     QelRectBuffer buffer(30, 20, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
     buffer.allocate();
     fillPixels(buffer, buffer.rect(), gradientAt);
@@ -213,7 +236,7 @@ TEST(Qel2DImageWrap, ABufferOnAStackIsLeftAlone) {
     EXPECT_EQ(0, image.refCount());
 }
 
-TEST(Qel2DImageWrap, ABufferThatIsTooFarAwayRaises13) {
+TEST(Qel2DImageWrapTest, ABufferThatIsTooFarAwayRaises13) {
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(most, 0, 10, 10), 1, PIXEL_INTERLEAVED, QelDataType::UChar);
@@ -221,7 +244,7 @@ TEST(Qel2DImageWrap, ABufferThatIsTooFarAwayRaises13) {
                  [&buffer] { wrapped(buffer); });
 }
 
-TEST(Qel2DImageWrap, ABufferWithoutOrganisationRaises4) {
+TEST(Qel2DImageWrapTest, ABufferWithoutOrganisationRaises4) {
     MoxSmartPtr<QelRectBuffer> const buffer = new QelRectBuffer(nullptr, QelRect(0, 0, 9, 9));
     expectRaises(QelErrorCode::nullPointer, "QelRectBuffer has no data organization",
                  [&buffer] { wrapped(buffer); });

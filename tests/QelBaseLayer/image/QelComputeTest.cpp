@@ -65,7 +65,7 @@ class ContextOp : public GradientOp {
 
 // qelCompute with a null buffer on a 10x10 op whose tile size is 128 by 128 gives a buffer of the
 // rectangle (0, 0, 10, 10) with a 128-by-128 organisation.
-TEST(QelCompute, MakesABufferForASmallImageInTheOrganisationOfALargerTile) {
+TEST(QelComputeTest, MakesABufferForASmallImageInTheOrganisationOfALargerTile) {
     GradientOp op({.width = 10, .height = 10, .originX = 3, .originY = 4});
     MoxSmartPtr<QelRectBuffer> const result = qelCompute(&op);
     EXPECT_EQ(QelRect(0, 0, 10, 10), result->rect());
@@ -75,21 +75,21 @@ TEST(QelCompute, MakesABufferForASmallImageInTheOrganisationOfALargerTile) {
     EXPECT_TRUE(showsPixels(*result, result->rect(), gradientAt));
 }
 
-TEST(QelCompute, EnlargesTheOrganisationForALargeImage) {
+TEST(QelComputeTest, EnlargesTheOrganisationForALargeImage) {
     GradientOp op({.width = 40, .height = 10, .tileWidth = 16, .tileHeight = 16});
     MoxSmartPtr<QelRectBuffer> const result = qelCompute(&op);
     EXPECT_EQ(QelRect(0, 0, 40, 16), result->dataOrg()->tileRect(0, 0));
     EXPECT_TRUE(showsPixels(*result, QelRect(0, 0, 40, 10), gradientAt));
 }
 
-TEST(QelCompute, FillsTheCallersBufferAndReturnsIt) {
+TEST(QelComputeTest, FillsTheCallersBufferAndReturnsIt) {
     GradientOp op({.width = 100, .height = 100});
     MoxSmartPtr<QelRectBuffer> const buffer = bufferAt(QelRect(20, 30, 7, 5));
     EXPECT_EQ(buffer.get(), qelCompute(&op, buffer).get());
     EXPECT_TRUE(showsPixels(*buffer, QelRect(20, 30, 7, 5), gradientAt));
 }
 
-TEST(QelCompute, KeepsCode1InTheStatusOnSuccess) {
+TEST(QelComputeTest, KeepsCode1InTheStatusOnSuccess) {
     GradientOp op({.width = 10, .height = 10});
     MoxSmartPtr<QelRectBuffer> result;
     ZanError status;
@@ -98,7 +98,7 @@ TEST(QelCompute, KeepsCode1InTheStatusOnSuccess) {
     expectUnsetStatus(status);
 }
 
-TEST(QelCompute, MayFillTheBufferThatItsResultAlreadyHolds) {
+TEST(QelComputeTest, MayFillTheBufferThatItsResultAlreadyHolds) {
     GradientOp op({.width = 10, .height = 10});
     MoxSmartPtr<QelRectBuffer> result = bufferAt(QelRect(0, 0, 4, 4));
     QelRectBuffer const * const before = result;
@@ -109,18 +109,18 @@ TEST(QelCompute, MayFillTheBufferThatItsResultAlreadyHolds) {
     EXPECT_TRUE(showsPixels(*result, QelRect(0, 0, 4, 4), gradientAt));
 }
 
-TEST(QelCompute, ReportsABadOpWithItsStatus) {
+TEST(QelComputeTest, ReportsABadOpWithItsStatus) {
     BadOp op(QelError(7, "Bad index", "somewhere.cpp", 3));
     expectFailure(op, nullptr, 7, "Bad index");
 }
 
-TEST(QelCompute, ABadOpWithoutAReasonDoesNotLookGood) {
+TEST(QelComputeTest, ABadOpWithoutAReasonDoesNotLookGood) {
     BadOp op;
     expectFailure(op, nullptr, QelErrorCode::renderFailed,
                   "Bad status reported by BadOp with no reason given");
 }
 
-TEST(QelCompute, ReportsABufferThatTheOpRefuses) {
+TEST(QelComputeTest, ReportsABufferThatTheOpRefuses) {
     std::string const text = "qelCompute: provided output rect buffer is not acceptable";
     GradientOp wrongBands({.width = 10, .height = 10, .bands = 3});
     expectFailure(wrongBands, bufferAt(QelRect(0, 0, 4, 4), 2), QelErrorCode::misuse, text);
@@ -134,7 +134,7 @@ TEST(QelCompute, ReportsABufferThatTheOpRefuses) {
     expectFailure(bad, buffer, QelErrorCode::misuse, text);
 }
 
-TEST(QelCompute, ThrowsTheStatusAsAPlainZanError) {
+TEST(QelComputeTest, ThrowsTheStatusAsAPlainZanError) {
     BadOp op;
     try {
         qelCompute(&op);
@@ -146,7 +146,7 @@ TEST(QelCompute, ThrowsTheStatusAsAPlainZanError) {
     }
 }
 
-TEST(QelCompute, RefusesANegativeSizeAheadOfAnyAllocation) {
+TEST(QelComputeTest, RefusesANegativeSizeAheadOfAnyAllocation) {
     GradientOp op({.width = 10, .height = -3});
     std::int64_t const before = QelSystemConfig::allocationCount;
     expectRaises(QelErrorCode::invalidValue,
@@ -155,7 +155,7 @@ TEST(QelCompute, RefusesANegativeSizeAheadOfAnyAllocation) {
     EXPECT_EQ(before, QelSystemConfig::allocationCount);
 }
 
-TEST(QelCompute, RefusesAnOrganisationThatCannotBeEnlarged) {
+TEST(QelComputeTest, RefusesAnOrganisationThatCannotBeEnlarged) {
     MoxSmartPtr<QelDataOrg> const rigid(new RigidDataOrg(16, 16, {QelDataType::UChar}));
     GradientOp op({.width = 16, .height = 17, .org = rigid});
     expectRaises(QelErrorCode::unsupported,
@@ -163,7 +163,7 @@ TEST(QelCompute, RefusesAnOrganisationThatCannotBeEnlarged) {
                  [&] { qelCompute(&op); });
 }
 
-TEST(QelCompute, PassesOnWhatComputeRaisesWithANullResult) {
+TEST(QelComputeTest, PassesOnWhatComputeRaisesWithANullResult) {
     ThrowingOp op({.width = 4, .height = 4}, [] { throw std::runtime_error("foreign"); });
     MoxSmartPtr<QelRectBuffer> result = bufferAt(QelRect(0, 0, 1, 1));
     ZanError status;
@@ -172,7 +172,7 @@ TEST(QelCompute, PassesOnWhatComputeRaisesWithANullResult) {
     expectUnsetStatus(status);
 }
 
-TEST(QelCompute, TakesTheReportWithoutAContextAndPassesItOnElsewhere) {
+TEST(QelComputeTest, TakesTheReportWithoutAContextAndPassesItOnElsewhere) {
     using Calls = std::vector<std::pair<std::string, QelOpContext>>;
     ContextOp making({.width = 4, .height = 4});
     qelCompute(&making, nullptr, 41);

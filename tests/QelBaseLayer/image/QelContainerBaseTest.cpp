@@ -27,18 +27,18 @@ class BareContainer : public QelContainerBase {
 
 }  // namespace
 
-TEST(QelContainerBase, HasADescriptionOfItsOwn) {
+TEST(QelContainerBaseTest, HasADescriptionOfItsOwn) {
     EXPECT_EQ("Unknown 2D Image Container Type", BareContainer().description());
 }
 
-TEST(QelContainerBase, IgnoresProgress) {
+TEST(QelContainerBaseTest, IgnoresProgress) {
     OutputCapture output;
     BareContainer container;
     container.workDone(3);
     EXPECT_EQ("", output.text());
 }
 
-TEST(QelContainerBase, MakesAndComputesTheTilesOfAnImageWithoutAnOp) {
+TEST(QelContainerBaseTest, MakesAndComputesTheTilesOfAnImageWithoutAnOp) {
     TestImage const shape{.width = 40, .height = 30, .tileWidth = 16, .tileHeight = 16};
     MockContainer container;
     container.onComputeTile = [](QelTile * tile) {

@@ -52,7 +52,7 @@ void expectOrg(QelImageInfo const & info, QelRect const & tile, int bands, QelDa
 
 }  // namespace
 
-TEST(QelImageInfo, StartsGoodNotComputedAndEmpty) {
+TEST(QelImageInfoTest, StartsGoodNotComputedAndEmpty) {
     QelImageInfo const info;
 
     EXPECT_EQ(0, info.status().getErrcode());
@@ -65,7 +65,7 @@ TEST(QelImageInfo, StartsGoodNotComputedAndEmpty) {
     EXPECT_EQ(0, info.height());
 }
 
-TEST(QelImageInfo, KeepsTheSizeItIsGiven) {
+TEST(QelImageInfoTest, KeepsTheSizeItIsGiven) {
     QelImageInfo info(640, 480);
     EXPECT_EQ(640, info.width());
     EXPECT_EQ(480, info.height());
@@ -80,14 +80,14 @@ TEST(QelImageInfo, KeepsTheSizeItIsGiven) {
     EXPECT_EQ(2, info.height());
 }
 
-TEST(QelImageInfo, KeepsTheStatusItIsGiven) {
+TEST(QelImageInfoTest, KeepsTheStatusItIsGiven) {
     QelImageInfo info;
     info.setStatus(QelError(7, "Bad index", "somewhere.cpp", 3));
 
     expectQelError(info.status(), QelErrorCode::outOfRange, "Bad index");
 }
 
-TEST(QelImageInfo, MakesTheDefaultOrganisationWhenAsked) {
+TEST(QelImageInfoTest, MakesTheDefaultOrganisationWhenAsked) {
     ScopedSetting const width(QelSystemConfig::defaultTileWidth, 40);
     ScopedSetting const height(QelSystemConfig::defaultTileHeight, 30);
     QelImageInfo const info;
@@ -96,19 +96,19 @@ TEST(QelImageInfo, MakesTheDefaultOrganisationWhenAsked) {
     EXPECT_EQ(info.dataOrg().get(), info.dataOrg().get());
 }
 
-TEST(QelImageInfo, SetNumBandsWithoutOrganisationMakesThatManyOfUChar) {
+TEST(QelImageInfoTest, SetNumBandsWithoutOrganisationMakesThatManyOfUChar) {
     QelImageInfo info;
     info.setNumBands(5);
     expectOrg(info, QelRect(0, 0, 128, 128), 5, QelDataType::UChar, PIXEL_INTERLEAVED);
 }
 
-TEST(QelImageInfo, SetPrecisionWithoutOrganisationMakesThreeBands) {
+TEST(QelImageInfoTest, SetPrecisionWithoutOrganisationMakesThreeBands) {
     QelImageInfo info;
     info.setPrecision(QelDataType::Float);
     expectOrg(info, QelRect(0, 0, 128, 128), 3, QelDataType::Float, PIXEL_INTERLEAVED);
 }
 
-TEST(QelImageInfo, EachSetterChangesOneThing) {
+TEST(QelImageInfoTest, EachSetterChangesOneThing) {
     QelImageInfo info = infoWith(simpleOrg(32, 16, QelDataType::Short, 4, LINE_INTERLEAVED));
 
     info.setNumBands(2);
@@ -125,7 +125,7 @@ TEST(QelImageInfo, EachSetterChangesOneThing) {
     expectOrg(info, QelRect(1, 2, 3, 4), 2, QelDataType::Double, BAND_INTERLEAVED);
 }
 
-TEST(QelImageInfo, SettersOfGeometryStartFromTheDefaultOrganisation) {
+TEST(QelImageInfoTest, SettersOfGeometryStartFromTheDefaultOrganisation) {
     QelImageInfo sized;
     sized.setTileSize(10, 20);
     expectOrg(sized, QelRect(0, 0, 10, 20), 1, QelDataType::UChar, PIXEL_INTERLEAVED);
@@ -139,11 +139,11 @@ TEST(QelImageInfo, SettersOfGeometryStartFromTheDefaultOrganisation) {
     expectOrg(laidOut, QelRect(0, 0, 128, 128), 1, QelDataType::UChar, LINE_INTERLEAVED);
 }
 
-TEST(QelImageInfo, AnOrganisationOfAnotherClassIsSpelledOut) {
+TEST(QelImageInfoTest, AnOrganisationOfAnotherClassIsSpelledOut) {
     EXPECT_EQ(SPELLED_OUT, infoWith(rigidOrg()).layout());
 }
 
-TEST(QelImageInfo, AssignmentClonesTheOrganisationAndCopiesTheRest) {
+TEST(QelImageInfoTest, AssignmentClonesTheOrganisationAndCopiesTheRest) {
     QelImageInfo source(640, 480);
     source.setDataOrg(simpleOrg(32, 16, QelDataType::Short, 4, LINE_INTERLEAVED));
     source.setOrigin(7, 8);
@@ -164,7 +164,7 @@ TEST(QelImageInfo, AssignmentClonesTheOrganisationAndCopiesTheRest) {
     }
 }
 
-TEST(QelImageInfo, CopiesOfAReportWithoutOrganisationHaveNone) {
+TEST(QelImageInfoTest, CopiesOfAReportWithoutOrganisationHaveNone) {
     QelImageInfo const source(1, 1);
     QelImageInfo copied(source);
     QelImageInfo assigned = infoWith(rigidOrg());
@@ -177,7 +177,7 @@ TEST(QelImageInfo, CopiesOfAReportWithoutOrganisationHaveNone) {
     EXPECT_EQ(3, assigned.numBands());
 }
 
-TEST(QelImageInfo, AssignmentToItselfKeepsTheOrganisation) {
+TEST(QelImageInfoTest, AssignmentToItselfKeepsTheOrganisation) {
     QelImageInfo info = infoWith(rigidOrg());
     QelDataOrg const * const before = info.dataOrg();
     QelImageInfo const & same = info;
@@ -185,7 +185,7 @@ TEST(QelImageInfo, AssignmentToItselfKeepsTheOrganisation) {
     EXPECT_EQ(before, info.dataOrg().get());
 }
 
-TEST(QelImageInfo, RefusesWhatTheOrganisationCannotBecome) {
+TEST(QelImageInfoTest, RefusesWhatTheOrganisationCannotBecome) {
     struct Row {
         char const * what;
         std::function<void(QelImageInfo &)> change;
@@ -209,7 +209,7 @@ TEST(QelImageInfo, RefusesWhatTheOrganisationCannotBecome) {
     }
 }
 
-TEST(QelImageInfo, RefusesALayoutForAnOrganisationOfAnotherClass) {
+TEST(QelImageInfoTest, RefusesALayoutForAnOrganisationOfAnotherClass) {
     QelImageInfo info = infoWith(rigidOrg());
     QelDataOrg const * const before = info.dataOrg();
 
@@ -219,7 +219,7 @@ TEST(QelImageInfo, RefusesALayoutForAnOrganisationOfAnotherClass) {
     EXPECT_EQ(before, info.dataOrg().get());
 }
 
-TEST(QelImageInfo, AValueThatTheOrganisationRefusesChangesNothing) {
+TEST(QelImageInfoTest, AValueThatTheOrganisationRefusesChangesNothing) {
     QelImageInfo info;
     EXPECT_EQ(QelErrorCode::invalidValue, errorOf([&] { info.setNumBands(-1); })->getErrcode());
     EXPECT_EQ(QelErrorCode::invalidValue,
@@ -227,7 +227,7 @@ TEST(QelImageInfo, AValueThatTheOrganisationRefusesChangesNothing) {
     expectOrg(info, QelRect(0, 0, 128, 128), 1, QelDataType::UChar, PIXEL_INTERLEAVED);
 }
 
-TEST(QelImageInfo, SameSizeComparesTheTileWithTheImage) {
+TEST(QelImageInfoTest, SameSizeComparesTheTileWithTheImage) {
     QelImageInfo const info(32, 16);
     EXPECT_TRUE(info.sameSize(simpleOrg(32, 16, QelDataType::UChar, 1, PIXEL_INTERLEAVED)));
     EXPECT_FALSE(info.sameSize(simpleOrg(31, 16, QelDataType::UChar, 1, PIXEL_INTERLEAVED)));
@@ -235,7 +235,7 @@ TEST(QelImageInfo, SameSizeComparesTheTileWithTheImage) {
     EXPECT_FALSE(info.sameSize(nullptr));
 }
 
-TEST(QelImageInfo, IsDenseTellsGapsBetweenLinesAndBands) {
+TEST(QelImageInfoTest, IsDenseTellsGapsBetweenLinesAndBands) {
     struct Row {
         char const * name;
         MoxSmartPtr<QelDataOrg> org;
@@ -263,7 +263,7 @@ TEST(QelImageInfo, IsDenseTellsGapsBetweenLinesAndBands) {
         EXPECT_EQ(row.dense, info.isDense(row.org)) << row.name;
 }
 
-TEST(QelImageInfo, IsDenseAgreesWithWalkingThroughTheMemory) {
+TEST(QelImageInfoTest, IsDenseAgreesWithWalkingThroughTheMemory) {
     unsigned const seed = 20260;
     std::cout << "seed " << seed << '\n';
     std::mt19937 random(seed);
@@ -297,7 +297,7 @@ TEST(QelImageInfo, IsDenseAgreesWithWalkingThroughTheMemory) {
     EXPECT_GT(3500, dense);
 }
 
-TEST(QelImageInfo, AcceptsWhatHasAsManyBandsOfTheSameType) {
+TEST(QelImageInfoTest, AcceptsWhatHasAsManyBandsOfTheSameType) {
     struct Row {
         char const * name;
         MoxSmartPtr<QelDataOrg> org;
@@ -321,7 +321,7 @@ TEST(QelImageInfo, AcceptsWhatHasAsManyBandsOfTheSameType) {
         EXPECT_EQ(row.accepted, info.acceptsDataOrg(row.org)) << row.name;
 }
 
-TEST(QelImageInfo, AcceptsAnOrganisationOfAnotherClassThatSaysItIsCompatible) {
+TEST(QelImageInfoTest, AcceptsAnOrganisationOfAnotherClassThatSaysItIsCompatible) {
     class FriendlyOrg : public RigidDataOrg {
       public:
         using RigidDataOrg::RigidDataOrg;

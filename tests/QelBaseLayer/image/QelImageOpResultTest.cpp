@@ -32,7 +32,7 @@ void expectWholeImage(QelRectBuffer const & buffer, TestImage const & image) {
 
 }  // namespace
 
-TEST(QelImageOpResult, EnlargesTheOrganisationOnlyWhereTheImageIsLarger) {
+TEST(QelImageOpResultTest, EnlargesTheOrganisationOnlyWhereTheImageIsLarger) {
     struct Row {
         std::int32_t width, height, tileWidth, tileHeight;
     };
@@ -51,7 +51,7 @@ TEST(QelImageOpResult, EnlargesTheOrganisationOnlyWhereTheImageIsLarger) {
     }
 }
 
-TEST(QelImageOpResult, ShowsTheImageInEveryTypeAndLayout) {
+TEST(QelImageOpResultTest, ShowsTheImageInEveryTypeAndLayout) {
     unsigned const seed = 20261;
     std::cout << "seed " << seed << '\n';
     std::mt19937 random(seed);
@@ -76,7 +76,7 @@ TEST(QelImageOpResult, ShowsTheImageInEveryTypeAndLayout) {
     }
 }
 
-TEST(QelImageOpResult, KeepsStridesThatRunBackwards) {
+TEST(QelImageOpResultTest, KeepsStridesThatRunBackwards) {
     MoxSmartPtr<QelDataOrg> const backwards(
         new QelSimpleDataOrg(20, 10, QelDataType::UChar, 2, {1, 0}, -2, -40));
     TestImage const image{
@@ -87,7 +87,7 @@ TEST(QelImageOpResult, KeepsStridesThatRunBackwards) {
     EXPECT_EQ(-40, result->lineStride());
 }
 
-TEST(QelImageOpResult, PassesItsContextToCompute) {
+TEST(QelImageOpResultTest, PassesItsContextToCompute) {
     CountingOp op(new GradientOp({.width = 4, .height = 4}));
     op.genResult(31);
     EXPECT_EQ(31U, op.lastContext());
@@ -95,21 +95,21 @@ TEST(QelImageOpResult, PassesItsContextToCompute) {
     EXPECT_EQ(1, op.reports());
 }
 
-TEST(QelImageOpResult, AnImageWithoutPixelsGivesAnEmptyBuffer) {
+TEST(QelImageOpResultTest, AnImageWithoutPixelsGivesAnEmptyBuffer) {
     GradientOp op({.width = 0, .height = 0});
     MoxSmartPtr<QelRectBuffer> const result = op.genResult();
     EXPECT_TRUE(result->rect().isEmpty());
     EXPECT_EQ(0, result->fullWidth());
 }
 
-TEST(QelImageOpResult, RaisesTheReasonOfABadReport) {
+TEST(QelImageOpResultTest, RaisesTheReasonOfABadReport) {
     BadOp op(QelError(7, "Bad index", "somewhere.cpp", 3));
     expectRaises(QelErrorCode::outOfRange, "Bad index", [&] { op.genResult(); });
 }
 
 // An op whose genOutputInfo returns false with status code 0 makes genResult throw with " with no
 // reason given" in the text.
-TEST(QelImageOpResult, RaisesABadReportWithNoReasonGiven) {
+TEST(QelImageOpResultTest, RaisesABadReportWithNoReasonGiven) {
     BadOp op;
     std::string const text = "Bad status reported by BadOp with no reason given";
     expectRaises(QelErrorCode::renderFailed, text, [&] { op.genResult(); });
@@ -118,7 +118,7 @@ TEST(QelImageOpResult, RaisesABadReportWithNoReasonGiven) {
     expectRaises(QelErrorCode::renderFailed, text, [&] { op.genResult(); });
 }
 
-TEST(QelImageOpResult, RaisesAPlainZanErrorForABadReport) {
+TEST(QelImageOpResultTest, RaisesAPlainZanErrorForABadReport) {
     BadOp op;
     try {
         op.genResult();
@@ -130,7 +130,7 @@ TEST(QelImageOpResult, RaisesAPlainZanErrorForABadReport) {
     }
 }
 
-TEST(QelImageOpResult, RefusesANegativeSizeAheadOfAnyAllocation) {
+TEST(QelImageOpResultTest, RefusesANegativeSizeAheadOfAnyAllocation) {
     struct Row {
         std::int32_t width, height;
         char const * text;
@@ -148,7 +148,7 @@ TEST(QelImageOpResult, RefusesANegativeSizeAheadOfAnyAllocation) {
     }
 }
 
-TEST(QelImageOpResult, RefusesASizeWhoseBytesPassTheRange) {
+TEST(QelImageOpResultTest, RefusesASizeWhoseBytesPassTheRange) {
     CountingOp op(new GradientOp({.width = 2147483647, .height = 1, .bands = 3}));
     std::int64_t const before = QelSystemConfig::allocationCount;
     EXPECT_EQ(QelErrorCode::invalidValue, errorOf([&] { op.genResult(); })->getErrcode());
@@ -156,7 +156,7 @@ TEST(QelImageOpResult, RefusesASizeWhoseBytesPassTheRange) {
     EXPECT_EQ(before, QelSystemConfig::allocationCount);
 }
 
-TEST(QelImageOpResult, RefusesAnOrganisationThatCannotBeEnlarged) {
+TEST(QelImageOpResultTest, RefusesAnOrganisationThatCannotBeEnlarged) {
     MoxSmartPtr<QelDataOrg> const rigid(new RigidDataOrg(16, 16, {QelDataType::UChar}));
     GradientOp tooLarge({.width = 17, .height = 16, .org = rigid});
     expectRaises(QelErrorCode::unsupported,
@@ -167,7 +167,7 @@ TEST(QelImageOpResult, RefusesAnOrganisationThatCannotBeEnlarged) {
     EXPECT_TRUE(showsPixels(*fits.genResult(), QelRect(0, 0, 16, 16), gradientAt));
 }
 
-TEST(QelImageOpResult, PassesOnWhatComputeRaises) {
+TEST(QelImageOpResultTest, PassesOnWhatComputeRaises) {
     ThrowingOp ours({.width = 4, .height = 4},
                     [] { throw QelError(204, "Render cancelled in progress", "", 0); });
     expectRaises(QelErrorCode::cancelled, "Render cancelled in progress",

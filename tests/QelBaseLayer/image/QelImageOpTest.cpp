@@ -56,7 +56,7 @@ void expectNotOk(QelImageOp & op, QelRectBuffer * buffer, int code, std::string 
 
 }  // namespace
 
-TEST(QelImageOp, StartsGoodInItsReportAndBadInItsStatus) {
+TEST(QelImageOpTest, StartsGoodInItsReportAndBadInItsStatus) {
     ProbeOp const op;
     EXPECT_FALSE(op.info().computed());
     EXPECT_EQ(0, op.info().status().getErrcode());
@@ -65,7 +65,7 @@ TEST(QelImageOp, StartsGoodInItsReportAndBadInItsStatus) {
 }
 
 // Calling outputInfo twice runs genOutputInfo once.
-TEST(QelImageOp, OutputInfoTwiceRunsGenOutputInfoOnce) {
+TEST(QelImageOpTest, OutputInfoTwiceRunsGenOutputInfoOnce) {
     ProbeOp op;
     for (int call = 0; call < 2; ++call) {
         QelImageInfo info;
@@ -77,7 +77,7 @@ TEST(QelImageOp, OutputInfoTwiceRunsGenOutputInfoOnce) {
     EXPECT_EQ(1, op.reports);
 }
 
-TEST(QelImageOp, EveryQuestionSharesOneReport) {
+TEST(QelImageOpTest, EveryQuestionSharesOneReport) {
     ProbeOp op;
     EXPECT_TRUE(op.isGood(3));
     EXPECT_EQ(0, op.status(4).getErrcode());
@@ -89,21 +89,21 @@ TEST(QelImageOp, EveryQuestionSharesOneReport) {
     EXPECT_EQ(std::vector<QelOpContext>{3}, op.contexts);
 }
 
-TEST(QelImageOp, StatusTakesTheReportBeforeItReturns) {
+TEST(QelImageOpTest, StatusTakesTheReportBeforeItReturns) {
     ProbeOp op;
     EXPECT_EQ(0, op.status(0).getErrcode());
     EXPECT_STREQ("", op.status(0).getComponent());
     EXPECT_EQ(1, op.reports);
 }
 
-TEST(QelImageOp, TheCallersReportIsItsOwn) {
+TEST(QelImageOpTest, TheCallersReportIsItsOwn) {
     ProbeOp op;
     QelImageInfo info;
     op.outputInfo(info);
     EXPECT_NE(op.info().dataOrg().get(), info.dataOrg().get());
 }
 
-TEST(QelImageOp, ABadReportIsKeptWithItsStatus) {
+TEST(QelImageOpTest, ABadReportIsKeptWithItsStatus) {
     ProbeOp op;
     op.report = [](QelImageInfo & info) {
         info.setStatus(badIndex());
@@ -118,7 +118,7 @@ TEST(QelImageOp, ABadReportIsKeptWithItsStatus) {
     EXPECT_EQ(1, op.reports);
 }
 
-TEST(QelImageOp, AReportThatRaisesIsNotKept) {
+TEST(QelImageOpTest, AReportThatRaisesIsNotKept) {
     ProbeOp op;
     auto const good = op.report;
     op.report = [](QelImageInfo & info) -> bool {
@@ -137,7 +137,7 @@ TEST(QelImageOp, AReportThatRaisesIsNotKept) {
     EXPECT_EQ(2, op.reports);
 }
 
-TEST(QelImageOp, ADiscardedReportIsTakenAgainAndForgetsTheOldStatus) {
+TEST(QelImageOpTest, ADiscardedReportIsTakenAgainAndForgetsTheOldStatus) {
     ProbeOp op;
     auto const good = op.report;
     op.report = [](QelImageInfo & info) {
@@ -154,12 +154,12 @@ TEST(QelImageOp, ADiscardedReportIsTakenAgainAndForgetsTheOldStatus) {
 }
 
 // isOutputOK with a null buffer returns true for a good op.
-TEST(QelImageOp, IsOutputOkWithANullBufferForAGoodOp) {
+TEST(QelImageOpTest, IsOutputOkWithANullBufferForAGoodOp) {
     GradientOp op({.width = 4, .height = 4});
     EXPECT_TRUE(op.isOutputOK(nullptr));
 }
 
-TEST(QelImageOp, IsOutputOkForABufferOfTheSameTypeAndBandsInAnyLayout) {
+TEST(QelImageOpTest, IsOutputOkForABufferOfTheSameTypeAndBandsInAnyLayout) {
     GradientOp op({.width = 4, .height = 4, .bands = 3, .type = QelDataType::Short});
     for (QelLayout const layout : {PIXEL_INTERLEAVED, LINE_INTERLEAVED, BAND_INTERLEAVED}) {
         EXPECT_TRUE(op.isOutputOK(bufferOf(3, QelDataType::Short, layout)));
@@ -167,7 +167,7 @@ TEST(QelImageOp, IsOutputOkForABufferOfTheSameTypeAndBandsInAnyLayout) {
     }
 }
 
-TEST(QelImageOp, IsOutputOkRefusesTheWrongPrecision) {
+TEST(QelImageOpTest, IsOutputOkRefusesTheWrongPrecision) {
     GradientOp op({.width = 4, .height = 4, .bands = 3, .type = QelDataType::Short});
     std::string const text = "Output buffer has invalid precision for Op";
     expectNotOk(op, bufferOf(3, QelDataType::UShort), QelErrorCode::wrongPixelFormat, text);
@@ -176,7 +176,7 @@ TEST(QelImageOp, IsOutputOkRefusesTheWrongPrecision) {
     expectNotOk(op, bufferOf(0, QelDataType::Short), QelErrorCode::wrongPixelFormat, text);
 }
 
-TEST(QelImageOp, IsOutputOkRefusesABufferWithoutOrganisation) {
+TEST(QelImageOpTest, IsOutputOkRefusesABufferWithoutOrganisation) {
     GradientOp op({.width = 4, .height = 4});
     MoxSmartPtr<QelRectBuffer> const bare(new QelRectBuffer(nullptr, QelRect(0, 0, 4, 4)));
     expectNotOk(op, bare, QelErrorCode::wrongPixelFormat,
@@ -184,7 +184,7 @@ TEST(QelImageOp, IsOutputOkRefusesABufferWithoutOrganisation) {
     EXPECT_FALSE(op.canFill(bare));
 }
 
-TEST(QelImageOp, IsOutputOkRefusesBandsOfDifferentTypes) {
+TEST(QelImageOpTest, IsOutputOkRefusesBandsOfDifferentTypes) {
     MoxSmartPtr<QelDataOrg> const mixed(
         new RigidDataOrg(4, 4, {QelDataType::UChar, QelDataType::Short}));
     GradientOp op({.width = 4, .height = 4, .org = mixed});
@@ -192,14 +192,14 @@ TEST(QelImageOp, IsOutputOkRefusesBandsOfDifferentTypes) {
                 "Output buffer has invalid precision for Op");
 }
 
-TEST(QelImageOp, IsOutputOkRefusesTheWrongNumberOfBands) {
+TEST(QelImageOpTest, IsOutputOkRefusesTheWrongNumberOfBands) {
     GradientOp op({.width = 4, .height = 4, .bands = 3});
     std::string const text = "Output buffer has wrong number of bands for Op";
     expectNotOk(op, bufferOf(2, QelDataType::UChar), QelErrorCode::wrongPixelFormat, text);
     expectNotOk(op, bufferOf(4, QelDataType::UChar), QelErrorCode::wrongPixelFormat, text);
 }
 
-TEST(QelImageOp, AnOrganisationWithoutBandsCountsAsTypeError) {
+TEST(QelImageOpTest, AnOrganisationWithoutBandsCountsAsTypeError) {
     GradientOp op({.width = 4, .height = 4, .bands = 0});
     EXPECT_TRUE(op.isOutputOK(bufferOf(0, QelDataType::UChar)));
     expectNotOk(op, bufferOf(1, QelDataType::UChar), QelErrorCode::wrongPixelFormat,
@@ -218,13 +218,13 @@ TEST(QelImageOp, IsOutputOkOfABadReportWithoutACodeIs123) {
                 "Input is invalid for an unknown reason");
 }
 
-TEST(QelImageOp, IsOutputOkOfABadReportKeepsItsReason) {
+TEST(QelImageOpTest, IsOutputOkOfABadReportKeepsItsReason) {
     BadOp op(badIndex());
     expectNotOk(op, nullptr, 7, "Bad index");
     expectNotOk(op, bufferOf(3, QelDataType::UChar), 7, "Bad index");
 }
 
-TEST(QelImageOp, AcceptsOrganisationsAsItsReportDoes) {
+TEST(QelImageOpTest, AcceptsOrganisationsAsItsReportDoes) {
     GradientOp op({.width = 4, .height = 4, .bands = 3});
     MoxSmartPtr<QelDataOrg> const rigid(
         new RigidDataOrg(4, 4, std::vector<QelDataType>(3, QelDataType::UChar)));
@@ -236,13 +236,13 @@ TEST(QelImageOp, AcceptsOrganisationsAsItsReportDoes) {
     EXPECT_FALSE(op.acceptsDataOrg(nullptr));
 }
 
-TEST(QelImageOp, ABadOpAcceptsNothing) {
+TEST(QelImageOpTest, ABadOpAcceptsNothing) {
     BadOp op;
     EXPECT_FALSE(op.acceptsDataOrg(bufferOf(1, QelDataType::UChar)->dataOrg()));
     EXPECT_FALSE(op.canFill(bufferOf(1, QelDataType::UChar)));
 }
 
-TEST(QelImageOp, CanFillAsksForTheBuffersOrganisationWithItsContext) {
+TEST(QelImageOpTest, CanFillAsksForTheBuffersOrganisationWithItsContext) {
     class AskedOp : public ProbeOp {
       public:
         QelDataOrg * org = nullptr;
@@ -261,13 +261,13 @@ TEST(QelImageOp, CanFillAsksForTheBuffersOrganisationWithItsContext) {
     EXPECT_EQ(11U, op.context);
 }
 
-TEST(QelImageOp, AboutToRenderDoesNothing) {
+TEST(QelImageOpTest, AboutToRenderDoesNothing) {
     ProbeOp op;
     op.aboutToRender(1, 2);
     EXPECT_EQ(0, op.reports);
 }
 
-TEST(QelImageOp, GetTileComputesAndCompletesATile) {
+TEST(QelImageOpTest, GetTileComputesAndCompletesATile) {
     MoxSmartPtr<CountingOp> const op(
         new CountingOp(new GradientOp({.width = 40, .height = 30, .tileWidth = 16})));
     MoxSmartPtr<QelTile> const tile(
@@ -282,7 +282,7 @@ TEST(QelImageOp, GetTileComputesAndCompletesATile) {
     EXPECT_EQ(1, op->computes());
 }
 
-TEST(QelImageOp, GetTileLeavesATileIncompleteWhenComputeRaises) {
+TEST(QelImageOpTest, GetTileLeavesATileIncompleteWhenComputeRaises) {
     ThrowingOp op({.width = 4, .height = 4}, [] { throw badIndex(); });
     MoxSmartPtr<QelTile> const tile(new QelTile(TestImage().dataOrg(), QelTileId(0, 0)));
 
@@ -290,7 +290,7 @@ TEST(QelImageOp, GetTileLeavesATileIncompleteWhenComputeRaises) {
     EXPECT_FALSE(tile->isState(QelRenderedItem::complete));
 }
 
-TEST(QelImageOp, AGoodReportHasItsOrganisationFromTheStart) {
+TEST(QelImageOpTest, AGoodReportHasItsOrganisationFromTheStart) {
     // Not from the first question about it, which may come from any thread.
     ProbeOp op;
     ASSERT_TRUE(op.isGood(0));
@@ -298,7 +298,7 @@ TEST(QelImageOp, AGoodReportHasItsOrganisationFromTheStart) {
     EXPECT_EQ(QelRect(0, 0, 128, 128), op.info().tileRect());
 }
 
-TEST(QelImageOp, ThreadsMayAskOnceTheReportIsTaken) {
+TEST(QelImageOpTest, ThreadsMayAskOnceTheReportIsTaken) {
     // This report has no organisation of its own, so that one has to be made for the answers.
     ProbeOp op;
     ASSERT_TRUE(op.isGood(0));

@@ -49,21 +49,21 @@ void expectResolution(PyramidOp const & op, int i, bool listed, std::int32_t wid
 
 }  // namespace
 
-TEST(QelImageSourceOp, ListsItsResolutions) {
+TEST(QelImageSourceOpTest, ListsItsResolutions) {
     PyramidOp const op;
     EXPECT_EQ(4, op.resolutionCount());
     expectResolution(op, 0, true, 800, 600);
     expectResolution(op, 2, true, 200, 150);
 }
 
-TEST(QelImageSourceOp, AnIndexOutOfRangeGivesFalseAndZeros) {
+TEST(QelImageSourceOpTest, AnIndexOutOfRangeGivesFalseAndZeros) {
     PyramidOp const op;
     for (int const i : {-1, 4, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
         expectResolution(op, i, false, 0, 0);
     }
 }
 
-TEST(QelImageSourceOp, FindsTheFirstOfEqualResolutions) {
+TEST(QelImageSourceOpTest, FindsTheFirstOfEqualResolutions) {
     PyramidOp const op;
     EXPECT_EQ(0, op.findResolution(800, 600));
     EXPECT_EQ(1, op.findResolution(400, 300));
@@ -71,7 +71,7 @@ TEST(QelImageSourceOp, FindsTheFirstOfEqualResolutions) {
     EXPECT_EQ(-1, op.findResolution(400, 301));
 }
 
-TEST(QelImageSourceOp, SelectsAListedResolutionAndReportsAfresh) {
+TEST(QelImageSourceOpTest, SelectsAListedResolutionAndReportsAfresh) {
     PyramidOp op;
     EXPECT_EQ(800, reportedWidth(op));
 
@@ -82,7 +82,7 @@ TEST(QelImageSourceOp, SelectsAListedResolutionAndReportsAfresh) {
 }
 
 // A selectResolution that names the current index does not discard the report.
-TEST(QelImageSourceOp, SelectingTheCurrentResolutionKeepsTheReport) {
+TEST(QelImageSourceOpTest, SelectingTheCurrentResolutionKeepsTheReport) {
     PyramidOp op;
     EXPECT_EQ(800, reportedWidth(op));
     EXPECT_TRUE(op.selectResolution(800, 600));
@@ -90,7 +90,7 @@ TEST(QelImageSourceOp, SelectingTheCurrentResolutionKeepsTheReport) {
     EXPECT_EQ(1, op.reports);
 }
 
-TEST(QelImageSourceOp, SelectingWhatIsNotListedChangesNothing) {
+TEST(QelImageSourceOpTest, SelectingWhatIsNotListedChangesNothing) {
     PyramidOp op;
     EXPECT_EQ(800, reportedWidth(op));
     EXPECT_FALSE(op.selectResolution(1, 1));
@@ -99,7 +99,7 @@ TEST(QelImageSourceOp, SelectingWhatIsNotListedChangesNothing) {
     EXPECT_EQ(1, op.reports);
 }
 
-TEST(QelImageSourceOp, NothingListedIsSelectedAsZeros) {
+TEST(QelImageSourceOpTest, NothingListedIsSelectedAsZeros) {
     PyramidOp op;
     op.setResolutions({});
     std::int32_t w = -7;
@@ -110,7 +110,7 @@ TEST(QelImageSourceOp, NothingListedIsSelectedAsZeros) {
     EXPECT_EQ(0, h);
 }
 
-TEST(QelImageSourceOp, ANewListDiscardsTheReport) {
+TEST(QelImageSourceOpTest, ANewListDiscardsTheReport) {
     PyramidOp op;
     EXPECT_EQ(800, reportedWidth(op));
     op.setResolutions({{64, 64}, {32, 32}}, 1);

@@ -23,7 +23,7 @@ class ContextOp : public QelOp {
 
 }  // namespace
 
-TEST(QelOp, IsBadUntilItHasReported) {
+TEST(QelOpTest, IsBadUntilItHasReported) {
     MoxSmartPtr<QelOp> const op(new QelOp);
 
     EXPECT_FALSE(op->isGood(0));
@@ -33,7 +33,7 @@ TEST(QelOp, IsBadUntilItHasReported) {
     EXPECT_STREQ("Zan error -1", status.getMsg());
 }
 
-TEST(QelOp, StatusAsksIsGoodWithItsContextAndReturnsWhatThatStored) {
+TEST(QelOpTest, StatusAsksIsGoodWithItsContextAndReturnsWhatThatStored) {
     ContextOp op;
     EXPECT_EQ(-1, op.stored().getErrcode());
 
@@ -41,7 +41,7 @@ TEST(QelOp, StatusAsksIsGoodWithItsContextAndReturnsWhatThatStored) {
     EXPECT_EQ(std::vector<QelOpContext>{17}, op.asked);
 }
 
-TEST(QelOp, IsCountedLikeEveryCountedObject) {
+TEST(QelOpTest, IsCountedLikeEveryCountedObject) {
     MoxSmartPtr<QelOp> const op(new QelOp);
     EXPECT_EQ(1, op->refCount());
     op->addRef();

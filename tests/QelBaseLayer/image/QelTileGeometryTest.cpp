@@ -105,7 +105,7 @@ void expectAddressesOfWholeTile(QelTile const & tile, QelRectBuffer const & whol
 
 // A tile with id (0, 0) on a grid anchored at (-84, 0) with width 128 has rect x 0, width 44 after
 // clipping; its dataOffset is org.offset(84, 0).
-TEST(QelTileGeometry, ATileThatStartsLeftOfTheImageIsClippedToIt) {
+TEST(QelTileGeometryTest, ATileThatStartsLeftOfTheImageIsClippedToIt) {
     TestImage const image{.originX = -84};
     MoxSmartPtr<QelTile> const tile = tileOf(image, 0, 0);
     EXPECT_EQ(QelRect(0, 0, 44, 128), tile->rect());
@@ -114,7 +114,7 @@ TEST(QelTileGeometry, ATileThatStartsLeftOfTheImageIsClippedToIt) {
     EXPECT_EQ(image.dataOrg()->size(), tile->dataBuffer()->size());
 }
 
-TEST(QelTileGeometry, ATileThatStartsAboveTheImageIsClippedToIt) {
+TEST(QelTileGeometryTest, ATileThatStartsAboveTheImageIsClippedToIt) {
     TestImage const image{.originX = -84, .originY = -100};
     MoxSmartPtr<QelTile> const corner = tileOf(image, 0, 0);
     EXPECT_EQ(QelRect(0, 0, 44, 28), corner->rect());
@@ -129,7 +129,7 @@ TEST(QelTileGeometry, ATileThatStartsAboveTheImageIsClippedToIt) {
     EXPECT_EQ(0, inner->dataOffset());
 }
 
-TEST(QelTileGeometry, ATileWhollyOutsideTheImageIsEmptyAndStartsInsideItsBuffer) {
+TEST(QelTileGeometryTest, ATileWhollyOutsideTheImageIsEmptyAndStartsInsideItsBuffer) {
     for (QelTileId const & id : {QelTileId(-1, 0), QelTileId(0, -1), QelTileId(-3, -2)}) {
         MoxSmartPtr<QelTile> const tile(new QelTile(TestImage().dataOrg(), id));
         EXPECT_TRUE(tile->rect().isEmpty()) << id;
@@ -137,31 +137,31 @@ TEST(QelTileGeometry, ATileWhollyOutsideTheImageIsEmptyAndStartsInsideItsBuffer)
     }
 }
 
-TEST(QelTileGeometry, ATileAtTheLowestCoordinateDoesNotOverflow) {
+TEST(QelTileGeometryTest, ATileAtTheLowestCoordinateDoesNotOverflow) {
     TestImage const image{.originX = std::numeric_limits<std::int32_t>::min()};
     EXPECT_TRUE(tileOf(image, 0, 0)->rect().isEmpty());
 }
 
-TEST(QelTileGeometry, ATileAtTheHighestCoordinateKeepsItsLastRow) {
+TEST(QelTileGeometryTest, ATileAtTheHighestCoordinateKeepsItsLastRow) {
     std::int32_t const most = std::numeric_limits<std::int32_t>::max();
     TestImage const image{.originX = -4, .originY = most - 127};
     EXPECT_EQ(QelRect(0, most - 127, 124, 128), tileOf(image, 0, 0)->rect());
 }
 
-TEST(QelTileGeometry, APositionThatDoesNotFitIsRefused) {
+TEST(QelTileGeometryTest, APositionThatDoesNotFitIsRefused) {
     expectRaises(QelErrorCode::invalidValue,
                  "The position of a tile 274877906816 does not fit in 32 bits",
                  [] { tileOf(TestImage(), std::numeric_limits<std::int32_t>::max(), 0); });
 }
 
-TEST(QelTileGeometry, ATileOfAnUndecidedSizeIsEmpty) {
+TEST(QelTileGeometryTest, ATileOfAnUndecidedSizeIsEmpty) {
     TestImage const image{.tileWidth = 0, .tileHeight = 0, .originX = -5};
     MoxSmartPtr<QelTile> const tile = tileOf(image, 0, 0);
     EXPECT_TRUE(tile->rect().isEmpty());
     EXPECT_EQ(0, tile->dataOffset());
 }
 
-TEST(QelTileGeometry, AgreesWithAWholeTileOnEveryPixelOfEveryGrid) {
+TEST(QelTileGeometryTest, AgreesWithAWholeTileOnEveryPixelOfEveryGrid) {
     RandomGrid random(20262);
     int clipped = 0;
     int empty = 0;
@@ -187,7 +187,7 @@ TEST(QelTileGeometry, AgreesWithAWholeTileOnEveryPixelOfEveryGrid) {
     EXPECT_GT(2700, clipped);
 }
 
-TEST(QelTileGeometry, ShowsThePartOfAWholeTileThatLiesInTheImage) {
+TEST(QelTileGeometryTest, ShowsThePartOfAWholeTileThatLiesInTheImage) {
     RandomGrid random(20263);
     for (int round = 0; round < 500; ++round) {
         MoxSmartPtr<QelDataOrg> const org = random.org(false);
@@ -204,7 +204,7 @@ TEST(QelTileGeometry, ShowsThePartOfAWholeTileThatLiesInTheImage) {
     }
 }
 
-TEST(QelTileGeometry, PixelsOfABackwardsTileAreAllItsOwn) {
+TEST(QelTileGeometryTest, PixelsOfABackwardsTileAreAllItsOwn) {
     RandomGrid random(20264);
     for (int round = 0; round < 500; ++round) {
         MoxSmartPtr<QelDataOrg> const org = random.org(true);

@@ -29,41 +29,41 @@ std::string printed(QelTileId const & id) {
 
 }  // namespace
 
-TEST(QelTileId, DefaultIsAllMinusOne) {
+TEST(QelTileIdTest, DefaultIsAllMinusOne) {
     expectId(QelTileId(), -1, -1, -1, -1);
 }
 
-TEST(QelTileId, TakesTheWidthBeforeTheHeight) {
+TEST(QelTileIdTest, TakesTheWidthBeforeTheHeight) {
     expectId(QelTileId(1, 2, 640, 480), 1, 2, 480, 640);
 }
 
-TEST(QelTileId, TakesTheResolutionOfAnotherId) {
+TEST(QelTileIdTest, TakesTheResolutionOfAnotherId) {
     expectId(QelTileId(QelTileId(1, 2, 640, 480), 3, 4), 3, 4, 480, 640);
 }
 
-TEST(QelTileId, TakesTheSelectedResolutionOfASpace) {
+TEST(QelTileIdTest, TakesTheSelectedResolutionOfASpace) {
     Extent const space;
     expectId(QelTileId(5, 6, &space), 5, 6, 480, 640);
 }
 
-TEST(QelTileId, ANullSpaceGivesZero) {
+TEST(QelTileIdTest, ANullSpaceGivesZero) {
     QelPixelExtent const * const none = nullptr;
     expectId(QelTileId(5, 6, none), 5, 6, 0, 0);
 }
 
-TEST(QelTileId, AtResolutionKeepsThePosition) {
+TEST(QelTileIdTest, AtResolutionKeepsThePosition) {
     QelTileId const id(1, 2, 640, 480);
     expectId(id.atResolution(320, 240), 1, 2, 240, 320);
     expectId(id, 1, 2, 480, 640);
 }
 
 // QelTileId(1, 2, 640, 480) prints "<1,2,480,640>".
-TEST(QelTileId, PrintsTheHeightBeforeTheWidth) {
+TEST(QelTileIdTest, PrintsTheHeightBeforeTheWidth) {
     EXPECT_EQ("<1,2,480,640>", printed(QelTileId(1, 2, 640, 480)));
     EXPECT_EQ("<-1,-1,-1,-1>", printed(QelTileId()));
 }
 
-TEST(QelTileId, EqualIdsAgreeInEveryField) {
+TEST(QelTileIdTest, EqualIdsAgreeInEveryField) {
     QelTileId const id(1, 2, 3, 4);
     EXPECT_EQ(id, QelTileId(1, 2, 3, 4));
     for (QelTileId const & other : {QelTileId(0, 2, 3, 4), QelTileId(1, 0, 3, 4),

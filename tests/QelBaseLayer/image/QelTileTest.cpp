@@ -58,7 +58,7 @@ class TileOwner : public QelEmbeddedRenderedItemContainer {
     }
 };
 
-TEST(QelTile, StartsEmptyIncompleteAndWithoutMemory) {
+TEST(QelTileTest, StartsEmptyIncompleteAndWithoutMemory) {
     std::int64_t const before = QelSystemConfig::currentBytes;
     MoxSmartPtr<QelTile> const tile = makeTile(2, 3);
 
@@ -72,18 +72,18 @@ TEST(QelTile, StartsEmptyIncompleteAndWithoutMemory) {
     EXPECT_EQ(before, QelSystemConfig::currentBytes);
 }
 
-TEST(QelTile, SharesItsOrganisation) {
+TEST(QelTileTest, SharesItsOrganisation) {
     MoxSmartPtr<QelDataOrg> const org = TestImage().dataOrg();
     MoxSmartPtr<QelTile> const tile(new QelTile(org, QelTileId(0, 0)));
     EXPECT_EQ(org.get(), tile->dataOrg().get());
 }
 
-TEST(QelTile, ANullOrganisationIsRefused) {
+TEST(QelTileTest, ANullOrganisationIsRefused) {
     expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
                  [] { QelTile const tile(nullptr, QelTileId(0, 0)); });
 }
 
-TEST(QelTile, UsesTheCallersMemory) {
+TEST(QelTileTest, UsesTheCallersMemory) {
     std::vector<std::uint8_t> memory(16 * 8 * 3, 7);
     {
         MoxSmartPtr<QelDataOrg> const org = TestImage{.tileWidth = 16, .tileHeight = 8}.dataOrg();
@@ -96,7 +96,7 @@ TEST(QelTile, UsesTheCallersMemory) {
     EXPECT_EQ(7, memory.back());
 }
 
-TEST(QelTile, PrintsItsIdAheadOfTheBuffer) {
+TEST(QelTileTest, PrintsItsIdAheadOfTheBuffer) {
     MoxSmartPtr<QelTile> const tile = makeTile(1, 2);
     MoxSmartPtr<QelRectBuffer> const buffer(new QelRectBuffer(*tile));
     EXPECT_EQ("Tile<1,2,480,640>" + printed(*buffer), printed(*tile));
@@ -104,7 +104,7 @@ TEST(QelTile, PrintsItsIdAheadOfTheBuffer) {
 
 // setComplete(false) on a tile frees its data; isAllocated is then false and a new getData
 // allocates afresh.
-TEST(QelTile, SetCompleteFalseFreesItsData) {
+TEST(QelTileTest, SetCompleteFalseFreesItsData) {
     MoxSmartPtr<QelTile> const tile = makeTile();
     std::int64_t const bytes = QelSystemConfig::currentBytes;
     std::int64_t const allocations = QelSystemConfig::allocationCount;
@@ -123,7 +123,7 @@ TEST(QelTile, SetCompleteFalseFreesItsData) {
     EXPECT_EQ(allocations + 2, QelSystemConfig::allocationCount);
 }
 
-TEST(QelTile, SetCompleteTellsTheContainerBeforeTheDataGoes) {
+TEST(QelTileTest, SetCompleteTellsTheContainerBeforeTheDataGoes) {
     TileOwner owner;
     MoxSmartPtr<QelTile> const tile = makeTile();
     tile->setContainer(&owner);
@@ -135,7 +135,7 @@ TEST(QelTile, SetCompleteTellsTheContainerBeforeTheDataGoes) {
     EXPECT_EQ("4 cleared, allocated", owner.changes.back());
 }
 
-TEST(QelTile, DataThatSomebodySharesOutlivesSetCompleteFalse) {
+TEST(QelTileTest, DataThatSomebodySharesOutlivesSetCompleteFalse) {
     MoxSmartPtr<QelTile> const tile = makeTile();
     setElement(*tile, 3, 4, 1, 99);
     MoxSmartPtr<QelRectBuffer> const view = tile->subBuffer(QelRect(3, 4, 1, 1));
@@ -143,7 +143,7 @@ TEST(QelTile, DataThatSomebodySharesOutlivesSetCompleteFalse) {
     EXPECT_EQ(99, elementAt(*view, 3, 4, 1));
 }
 
-TEST(QelTile, ACopyKeepsIdAndCompletenessSharesMemoryAndBelongsToNobody) {
+TEST(QelTileTest, ACopyKeepsIdAndCompletenessSharesMemoryAndBelongsToNobody) {
     TileOwner owner;
     MoxSmartPtr<QelTile> const tile = makeTile(1, 2);
     tile->setContainer(&owner);
@@ -165,7 +165,7 @@ TEST(QelTile, ACopyKeepsIdAndCompletenessSharesMemoryAndBelongsToNobody) {
     EXPECT_EQ(3, copy->referenceCount());
 }
 
-TEST(QelTile, ComputeNeedsAnImage) {
+TEST(QelTileTest, ComputeNeedsAnImage) {
     std::string const text = "An QelTile is not owned by an Qel2DImage in QelTile::computeTile";
     TileOwner owner;
     MoxSmartPtr<QelTile> const tile = makeTile();
@@ -176,7 +176,7 @@ TEST(QelTile, ComputeNeedsAnImage) {
     EXPECT_FALSE(tile->isState(QelRenderedItem::complete));
 }
 
-TEST(QelTile, ComputeAsksItsImageAndKeepsNoReference) {
+TEST(QelTileTest, ComputeAsksItsImageAndKeepsNoReference) {
     MoxSmartPtr<CountingOp> const op(new CountingOp(new GradientOp({.width = 300, .height = 200})));
     MoxSmartPtr<Qel2DImage> const image(new Qel2DImage(op));
     MoxSmartPtr<QelTile> const tile = image->createTile(1, 1);
@@ -191,7 +191,7 @@ TEST(QelTile, ComputeAsksItsImageAndKeepsNoReference) {
     EXPECT_EQ(1, op->computes());
 }
 
-TEST(QelTile, TellsItsContainerOnceWhenItGoes) {
+TEST(QelTileTest, TellsItsContainerOnceWhenItGoes) {
     TileOwner owner;
     MoxSmartPtr<QelTile> tile = makeTile();
     QelTile const * const address = tile;
@@ -200,13 +200,13 @@ TEST(QelTile, TellsItsContainerOnceWhenItGoes) {
     EXPECT_EQ(std::vector<QelRenderedItem *>{const_cast<QelTile *>(address)}, owner.discarded);
 }
 
-TEST(QelTile, SaysNothingWhenItGoesUntraced) {
+TEST(QelTileTest, SaysNothingWhenItGoesUntraced) {
     OutputCapture output;
     makeTile().release();
     EXPECT_EQ("", output.text());
 }
 
-TEST(QelTile, AContainerThatRaisesWhenTheTileGoesIsReportedAndIgnored) {
+TEST(QelTileTest, AContainerThatRaisesWhenTheTileGoesIsReportedAndIgnored) {
     TileOwner owner;
     owner.onDiscard = [] { throw std::runtime_error("no such tile"); };
     MoxSmartPtr<QelTile> tile = makeTile();
@@ -217,7 +217,7 @@ TEST(QelTile, AContainerThatRaisesWhenTheTileGoesIsReportedAndIgnored) {
     EXPECT_NE(std::string::npos, output.text().find("no such tile"));
 }
 
-TEST(QelTile, TracesItsDestruction) {
+TEST(QelTileTest, TracesItsDestruction) {
     TileOwner owner;
     MoxSmartPtr<QelTile> tile = makeTile(1, 2);
     std::string const data = addressText(tile->getData());
@@ -232,7 +232,7 @@ TEST(QelTile, TracesItsDestruction) {
     EXPECT_EQ(1U, owner.discarded.size());
 }
 
-TEST(QelTile, TracesTheDestructionOfATileWithoutMemoryAndContainer) {
+TEST(QelTileTest, TracesTheDestructionOfATileWithoutMemoryAndContainer) {
     MoxSmartPtr<QelTile> tile = makeTile(1, 2);
     tile->releaseData();
     std::string const expected =
@@ -243,7 +243,7 @@ TEST(QelTile, TracesTheDestructionOfATileWithoutMemoryAndContainer) {
     EXPECT_EQ(expected, output.text());
 }
 
-TEST(QelTile, AnErrorWhileItsDestructionIsTracedIsReportedAndIgnored) {
+TEST(QelTileTest, AnErrorWhileItsDestructionIsTracedIsReportedAndIgnored) {
     TileOwner owner;
     MoxSmartPtr<RigidDataOrg> const org(new RigidDataOrg(4, 4, {QelDataType::UChar}));
     org->onPrint = [](std::ostream &) { throw QelError(7, "Bad index", "somewhere.cpp", 3); };
@@ -257,7 +257,7 @@ TEST(QelTile, AnErrorWhileItsDestructionIsTracedIsReportedAndIgnored) {
     EXPECT_EQ(1U, owner.discarded.size());
 }
 
-TEST(QelTile, AForeignExceptionWhileItsDestructionIsTracedIsIgnored) {
+TEST(QelTileTest, AForeignExceptionWhileItsDestructionIsTracedIsIgnored) {
     TileOwner owner;
     MoxSmartPtr<RigidDataOrg> const org(new RigidDataOrg(4, 4, {QelDataType::UChar}));
     org->onPrint = [](std::ostream &) { throw std::bad_alloc(); };

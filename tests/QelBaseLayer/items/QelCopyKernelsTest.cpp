@@ -93,7 +93,7 @@ constexpr std::int64_t middle = 4096;
 
 }  // namespace
 
-TEST(QelCopyKernels, EveryShapeOfEveryRoutineVisitsItsElements) {
+TEST(QelCopyKernelsTest, EveryShapeOfEveryRoutineVisitsItsElements) {
     CopyRandom random(1);
     for (Set const & set : setsOfThisProcessor()) {
         for (int sourceCode = 0; sourceCode < QelCopyKernels::types; ++sourceCode) {
@@ -121,7 +121,7 @@ TEST(QelCopyKernels, EveryShapeOfEveryRoutineVisitsItsElements) {
     }
 }
 
-TEST(QelCopyKernels, EveryShapeOfRowsVisitsItsElements) {
+TEST(QelCopyKernelsTest, EveryShapeOfRowsVisitsItsElements) {
     CopyRandom random(2);
     for (Set const & set : setsOfThisProcessor()) {
         for (int shape = 0; shape < QelCopyLoops::shapes; ++shape) {
@@ -139,7 +139,7 @@ TEST(QelCopyKernels, EveryShapeOfRowsVisitsItsElements) {
     }
 }
 
-TEST(QelCopyKernels, RowsOfEveryLengthEqualAReference) {
+TEST(QelCopyKernelsTest, RowsOfEveryLengthEqualAReference) {
     CopyRandom random(3);
     for (int sourceCode = 0; sourceCode < QelCopyKernels::types; ++sourceCode) {
         for (int targetCode = 0; targetCode < QelCopyKernels::types; ++targetCode) {
@@ -162,7 +162,7 @@ TEST(QelCopyKernels, RowsOfEveryLengthEqualAReference) {
     }
 }
 
-TEST(QelCopyKernels, MovesOverlapAsIfThroughAThirdRow) {
+TEST(QelCopyKernelsTest, MovesOverlapAsIfThroughAThirdRow) {
     CopyRandom random(4);
     for (Set const & set : setsOfThisProcessor()) {
         for (std::int64_t count = 0; count < 100; ++count) {
@@ -177,7 +177,7 @@ TEST(QelCopyKernels, MovesOverlapAsIfThroughAThirdRow) {
     }
 }
 
-TEST(QelCopyKernels, BandsTakenApartAndPutTogetherEqualAReference) {
+TEST(QelCopyKernelsTest, BandsTakenApartAndPutTogetherEqualAReference) {
     CopyRandom random(5);
     for (Set const & set : setsOfThisProcessor()) {
         for (std::size_t index = 0; index < 4; ++index) {
@@ -209,7 +209,7 @@ TEST(QelCopyKernels, BandsTakenApartAndPutTogetherEqualAReference) {
 }
 
 // Numbers at the edges of what fits, in both sets and wherever in a row they stand.
-TEST(QelCopyKernels, EdgesOfIntegersAreTheSameInEveryPlaceOfARow) {
+TEST(QelCopyKernelsTest, EdgesOfIntegersAreTheSameInEveryPlaceOfARow) {
     double const edges[] = {2147483647.0,  2147483648.0, 2147483647.5, -2147483648.0, -2147483648.5,
                             -2147483649.0, 4294967295.0, 4294967295.5, 4294967296.0,  -0.0,
                             -0.99,         0.99,         1e300,        -1e300,        INFINITY,

@@ -81,14 +81,14 @@ bool takesBlocks(QelCopyLayout const & layout) {
 
 // ---- What there is to copy
 
-TEST(QelCopyPlan, NothingOfWidthOrHeightZeroIsCopied) {
+TEST(QelCopyPlanTest, NothingOfWidthOrHeightZeroIsCopied) {
     EXPECT_TRUE(qelCopyHasPixels(QelRect(5, 6, 1, 1)));
     EXPECT_FALSE(qelCopyHasPixels(QelRect(5, 6, 0, 7)));
     EXPECT_FALSE(qelCopyHasPixels(QelRect(5, 6, 7, 0)));
     EXPECT_FALSE(qelCopyHasPixels(QelRect(5, 6, -7, 0)));
 }
 
-TEST(QelCopyPlan, NegativeSizesAreRefused) {
+TEST(QelCopyPlanTest, NegativeSizesAreRefused) {
     expectRaises(QelErrorCode::invalidValue,
                  "intersection of rect buffers passed to QelRectBuffer::copyFrom was (5,-6) w=-7 "
                  "h=8-- illegal width or height",
@@ -101,7 +101,7 @@ TEST(QelCopyPlan, NegativeSizesAreRefused) {
 
 // ---- Blocks
 
-TEST(QelCopyPlan, SixtyFourByOneTakesBlocksSixtyThreeByOneElements) {
+TEST(QelCopyPlanTest, SixtyFourByOneTakesBlocksSixtyThreeByOneElements) {
     expectRuns(qelPlanBlocks(dense(64, 1)), 1, 64);
     EXPECT_FALSE(takesBlocks(dense(63, 1)));
     expectRuns(qelPlanBlocks(dense(1, 64)), 1, 64);
@@ -109,7 +109,7 @@ TEST(QelCopyPlan, SixtyFourByOneTakesBlocksSixtyThreeByOneElements) {
     EXPECT_FALSE(takesBlocks(dense(63, 63)));
 }
 
-TEST(QelCopyPlan, DenseBandsAreOneRunEach) {
+TEST(QelCopyPlanTest, DenseBandsAreOneRunEach) {
     QelCopyLayout layout = dense(100, 50, 2);
     layout.band = {3, 10000, 20000};
     QelCopyBlocks const blocks = qelPlanBlocks(layout);
@@ -117,7 +117,7 @@ TEST(QelCopyPlan, DenseBandsAreOneRunEach) {
     EXPECT_TRUE(blocks.perBand);
 }
 
-TEST(QelCopyPlan, LinesWithGapsAreRunsIfLongerThan63Bytes) {
+TEST(QelCopyPlanTest, LinesWithGapsAreRunsIfLongerThan63Bytes) {
     QelCopyBlocks const blocks = qelPlanBlocks(withGap(64, 5, 1));
     expectRuns(blocks, 5, 64);
     EXPECT_EQ(65, blocks.sourceStep);
@@ -127,14 +127,14 @@ TEST(QelCopyPlan, LinesWithGapsAreRunsIfLongerThan63Bytes) {
     EXPECT_TRUE(takesBlocks(withGap(63, 64, 0)));
 }
 
-TEST(QelCopyPlan, ColumnsAreRunsWhereLinesAreNot) {
+TEST(QelCopyPlanTest, ColumnsAreRunsWhereLinesAreNot) {
     expectRuns(qelPlanBlocks(transposed(dense(50, 100))), 1, 5000);
     QelCopyBlocks const blocks = qelPlanBlocks(transposed(withGap(100, 50, 7)));
     expectRuns(blocks, 50, 100);
     EXPECT_EQ(107, blocks.sourceStep);
 }
 
-TEST(QelCopyPlan, DensePixelsAreRunsAcrossBands) {
+TEST(QelCopyPlanTest, DensePixelsAreRunsAcrossBands) {
     QelCopyBlocks const blocks = qelPlanBlocks(interleaved(100, 50, 3));
     expectRuns(blocks, 1, 15000);
     EXPECT_FALSE(blocks.perBand);
@@ -148,7 +148,7 @@ TEST(QelCopyPlan, DensePixelsAreRunsAcrossBands) {
     EXPECT_FALSE(takesBlocks(narrow));
 }
 
-TEST(QelCopyPlan, BlocksNeedEqualTypesAndEvenBands) {
+TEST(QelCopyPlanTest, BlocksNeedEqualTypesAndEvenBands) {
     QelCopyLayout otherType = dense(100, 100);
     otherType.sameType = false;
     EXPECT_FALSE(takesBlocks(otherType));
@@ -159,7 +159,7 @@ TEST(QelCopyPlan, BlocksNeedEqualTypesAndEvenBands) {
     EXPECT_FALSE(takesBlocks(dense(100, 100, 0)));
 }
 
-TEST(QelCopyPlan, BlocksStartWhereANegativeSourceStrideEnds) {
+TEST(QelCopyPlanTest, BlocksStartWhereANegativeSourceStrideEnds) {
     QelCopyLayout layout = dense(100, 50);
     layout.y.source = layout.y.target = -100;
     QelCopyBlocks const blocks = qelPlanBlocks(layout);
@@ -176,7 +176,7 @@ TEST(QelCopyPlan, BlocksStartWhereANegativeSourceStrideEnds) {
     EXPECT_EQ(-100, flipped.targetStep);
 }
 
-TEST(QelCopyPlan, NegativeStridesOfOneElementLeadNowhere) {
+TEST(QelCopyPlanTest, NegativeStridesOfOneElementLeadNowhere) {
     QelCopyLayout layout = dense(100, 1);
     layout.y.source = -100;
     QelCopyBlocks const blocks = qelPlanBlocks(layout);
@@ -187,7 +187,7 @@ TEST(QelCopyPlan, NegativeStridesOfOneElementLeadNowhere) {
 
 // ---- Loops
 
-TEST(QelCopyPlan, EveryLoopShapeComesFromItsGaps) {
+TEST(QelCopyPlanTest, EveryLoopShapeComesFromItsGaps) {
     for (int shape = 0; shape < QelCopyLoops::shapes; ++shape) {
         QelCopyLoops const loops = qelPlanLoops(withShape(shape), QelCopyOrder::Ascending);
         EXPECT_EQ(shape, loops.shape);
@@ -201,14 +201,14 @@ TEST(QelCopyPlan, EveryLoopShapeComesFromItsGaps) {
     }
 }
 
-TEST(QelCopyPlan, NegativeGapsCountAsGaps) {
+TEST(QelCopyPlanTest, NegativeGapsCountAsGaps) {
     QelCopyLoops const loops = qelPlanLoops(splitting(4, 3, 2), QelCopyOrder::Ascending);
     EXPECT_EQ(2, loops.inner);
     EXPECT_EQ(1 - 2 * 12, loops.targetGap1);
     EXPECT_EQ(4, loops.shape & 4);
 }
 
-TEST(QelCopyPlan, WithoutAnOuterLoopOnlyInnerGapsCount) {
+TEST(QelCopyPlanTest, WithoutAnOuterLoopOnlyInnerGapsCount) {
     QelCopyLayout layout = withShape(15);
     layout.band.count = 1;
     EXPECT_EQ(5, qelPlanLoops(layout, QelCopyOrder::Ascending).shape);
@@ -216,7 +216,7 @@ TEST(QelCopyPlan, WithoutAnOuterLoopOnlyInnerGapsCount) {
     EXPECT_EQ(0, qelPlanLoops(layout, QelCopyOrder::Ascending).shape);
 }
 
-TEST(QelCopyPlan, LargestSourceStrideIsOutermostAndSingleElementsGoOutside) {
+TEST(QelCopyPlanTest, LargestSourceStrideIsOutermostAndSingleElementsGoOutside) {
     QelCopyLayout layout = dense(5, 6);
     layout.x = {5, 1000, 1};
     layout.y = {6, -10, 5};
@@ -237,7 +237,7 @@ TEST(QelCopyPlan, LargestSourceStrideIsOutermostAndSingleElementsGoOutside) {
     EXPECT_EQ(1, loops.outer);
 }
 
-TEST(QelCopyPlan, DescendingRunsBackwardsButWithinRows) {
+TEST(QelCopyPlanTest, DescendingRunsBackwardsButWithinRows) {
     QelCopyLoops const rows = qelPlanLoops(withGap(4, 3, 1), QelCopyOrder::Descending);
     EXPECT_EQ(1, rows.sourceStep);
     EXPECT_EQ(10, rows.sourceStart);
@@ -254,7 +254,7 @@ TEST(QelCopyPlan, DescendingRunsBackwardsButWithinRows) {
 
 // ---- Bands
 
-TEST(QelCopyPlan, BandsAreTakenApartAndPutTogether) {
+TEST(QelCopyPlanTest, BandsAreTakenApartAndPutTogether) {
     QelCopyLayout layout = splitting(10, 7, 3);
     layout.y.source += 1;
     QelCopyBands const split = qelPlanBands(layout);
@@ -272,13 +272,13 @@ TEST(QelCopyPlan, BandsAreTakenApartAndPutTogether) {
     EXPECT_EQ(70, join.bandStep);
 }
 
-TEST(QelCopyPlan, DenseRowsOfBandsAreOneRow) {
+TEST(QelCopyPlanTest, DenseRowsOfBandsAreOneRow) {
     QelCopyBands const bands = qelPlanBands(splitting(10, 7, 4));
     EXPECT_EQ(70, bands.pixels);
     EXPECT_EQ(1, bands.rows);
 }
 
-TEST(QelCopyPlan, BandsInReverseStartAtTheLast) {
+TEST(QelCopyPlanTest, BandsInReverseStartAtTheLast) {
     QelCopyLayout layout = splitting(10, 7, 3);
     layout.band.source = -1;
     QelCopyBands const bands = qelPlanBands(layout);
@@ -288,7 +288,7 @@ TEST(QelCopyPlan, BandsInReverseStartAtTheLast) {
     EXPECT_EQ(-70, bands.bandStep);
 }
 
-TEST(QelCopyPlan, OtherBandsHaveNoPlanOfTheirOwn) {
+TEST(QelCopyPlanTest, OtherBandsHaveNoPlanOfTheirOwn) {
     EXPECT_EQ(QelCopyBands::None, qelPlanBands(splitting(10, 7, 1)).kind);
     EXPECT_EQ(QelCopyBands::None, qelPlanBands(splitting(10, 7, 5)).kind);
     EXPECT_EQ(QelCopyBands::None, qelPlanBands(interleaved(10, 7, 3)).kind);
@@ -307,7 +307,7 @@ TEST(QelCopyPlan, OtherBandsHaveNoPlanOfTheirOwn) {
 
 // ---- Overlap
 
-TEST(QelCopyPlan, ReachCoversNegativeStridesToo) {
+TEST(QelCopyPlanTest, ReachCoversNegativeStridesToo) {
     QelCopyLayout layout = dense(10, 5, 2);
     layout.y.source = -20;
     layout.band = {3, -100, 100};
@@ -317,7 +317,7 @@ TEST(QelCopyPlan, ReachCoversNegativeStridesToo) {
     EXPECT_EQ(18 + 80 + 200 + 2, qelTargetReach(layout).after);
 }
 
-TEST(QelCopyPlan, StridesOfSingleElementsMakeNoDifference) {
+TEST(QelCopyPlanTest, StridesOfSingleElementsMakeNoDifference) {
     QelCopyLayout layout = withGap(10, 5, 1);
     EXPECT_FALSE(qelCopyStridesAlike(layout));
     layout.y.count = 1;

@@ -37,7 +37,7 @@ void expectAllShifts(QelRectBuffer & buffer, QelRect const & view) {
     }
 }
 
-class CopyOverlap : public testing::TestWithParam<QelLayout> {};
+class QelRectBufferCopyOverlapTest : public testing::TestWithParam<QelLayout> {};
 
 std::string layoutName(testing::TestParamInfo<QelLayout> const & tested) {
     std::ostringstream name;
@@ -47,7 +47,7 @@ std::string layoutName(testing::TestParamInfo<QelLayout> const & tested) {
 
 }  // namespace
 
-TEST_P(CopyOverlap, OfLargeViewsIsACopyThroughAThirdBuffer) {
+TEST_P(QelRectBufferCopyOverlapTest, OfLargeViewsIsACopyThroughAThirdBuffer) {
     CopyRandom random(31);
     for (int const code : {QelDataType::UChar, QelDataType::Float}) {
         for (int const bands : {1, 3}) {
@@ -59,7 +59,7 @@ TEST_P(CopyOverlap, OfLargeViewsIsACopyThroughAThirdBuffer) {
     }
 }
 
-TEST_P(CopyOverlap, OfSmallViewsIsACopyThroughAThirdBuffer) {
+TEST_P(QelRectBufferCopyOverlapTest, OfSmallViewsIsACopyThroughAThirdBuffer) {
     CopyRandom random(32);
     for (int const code : {QelDataType::UChar, QelDataType::Short, QelDataType::Double}) {
         for (int const bands : {1, 2, 3, 4}) {
@@ -72,11 +72,11 @@ TEST_P(CopyOverlap, OfSmallViewsIsACopyThroughAThirdBuffer) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Layouts, CopyOverlap,
+INSTANTIATE_TEST_SUITE_P(Layouts, QelRectBufferCopyOverlapTest,
                          testing::Values(PIXEL_INTERLEAVED, LINE_INTERLEAVED, BAND_INTERLEAVED),
                          layoutName);
 
-TEST(CopyOverlapSpelledOut, OfAnyStridesIsACopyThroughAThirdBuffer) {
+TEST(QelRectBufferCopyOverlapSpelledOutTest, OfAnyStridesIsACopyThroughAThirdBuffer) {
     CopyRandom random(33);
     for (int i = 0; i < 150; ++i) {
         int const code = random.between(0, 7);
@@ -91,7 +91,7 @@ TEST(CopyOverlapSpelledOut, OfAnyStridesIsACopyThroughAThirdBuffer) {
     }
 }
 
-TEST(CopyOverlapWholeBuffers, OntoItselfChangesNothing) {
+TEST(QelRectBufferCopyOverlapWholeBuffersTest, OntoItselfChangesNothing) {
     CopyRandom random(34);
     QelRectBuffer buffer(whole, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
     random.fill(buffer);
@@ -102,7 +102,7 @@ TEST(CopyOverlapWholeBuffers, OntoItselfChangesNothing) {
 }
 
 // The two halves of one buffer do not overlap, though their memory is interleaved.
-TEST(CopyOverlapWholeBuffers, OfInterleavedHalvesIsCopiedWhole) {
+TEST(QelRectBufferCopyOverlapWholeBuffersTest, OfInterleavedHalvesIsCopiedWhole) {
     CopyRandom random(35);
     for (QelLayout const layout : {PIXEL_INTERLEAVED, LINE_INTERLEAVED, BAND_INTERLEAVED}) {
         QelRectBuffer buffer(whole, 3, layout, QelDataType::UShort);

@@ -28,7 +28,7 @@ void expectSameAsReference(QelRectBuffer & target, QelRectBuffer const & source,
         << described(source) << "\nto " << described(target) << "\nin " << rect;
 }
 
-class CopyRandomPairs : public testing::TestWithParam<int> {
+class QelRectBufferCopyRandomPairsTest : public testing::TestWithParam<int> {
   protected:
     void copyOnce(CopyRandom & random, int sourceType, int targetType, QelLayout sourceLayout,
                   QelLayout targetLayout) {
@@ -54,7 +54,7 @@ class CopyRandomPairs : public testing::TestWithParam<int> {
 
 }  // namespace
 
-TEST_P(CopyRandomPairs, EqualAReferenceThatCopiesElementByElement) {
+TEST_P(QelRectBufferCopyRandomPairsTest, EqualAReferenceThatCopiesElementByElement) {
     int const sourceType = GetParam();
     CopyRandom random(20240 + static_cast<std::uint64_t>(sourceType));
     for (int targetType = 0; targetType < elementTypes; ++targetType) {
@@ -69,7 +69,8 @@ TEST_P(CopyRandomPairs, EqualAReferenceThatCopiesElementByElement) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(AllTypes, CopyRandomPairs, testing::Range(0, elementTypes),
+INSTANTIATE_TEST_SUITE_P(AllTypes, QelRectBufferCopyRandomPairsTest,
+                         testing::Range(0, elementTypes),
                          [](testing::TestParamInfo<int> const & tested) {
                              std::string name = QelDataType(tested.param).name();
                              std::replace(name.begin(), name.end(), ' ', '_');
@@ -78,7 +79,7 @@ INSTANTIATE_TEST_SUITE_P(AllTypes, CopyRandomPairs, testing::Range(0, elementTyp
 
 // Small rectangles take the element path whatever their layouts, so this is where the same bands,
 // strides and signs meet in every way.
-TEST(CopyRandomSmall, EqualAReferenceThatCopiesElementByElement) {
+TEST(QelRectBufferCopyRandomSmallTest, EqualAReferenceThatCopiesElementByElement) {
     CopyRandom random(77);
     for (int i = 0; i < 4000 && !HasFatalFailure(); ++i) {
         QelRect const rect(0, 0, random.between(1, 40), random.between(1, 8));
@@ -94,7 +95,7 @@ TEST(CopyRandomSmall, EqualAReferenceThatCopiesElementByElement) {
 }
 
 // Elements need not lie at multiples of their size.
-TEST(CopyRandomMisaligned, EqualAReferenceThatCopiesElementByElement) {
+TEST(QelRectBufferCopyRandomMisalignedTest, EqualAReferenceThatCopiesElementByElement) {
     CopyRandom random(78);
     for (int sourceType = 0; sourceType < elementTypes; ++sourceType) {
         for (int targetType = 0; targetType < elementTypes; ++targetType) {

@@ -83,7 +83,7 @@ void expectCopyRaises(int code, std::string const & text, QelDataType source, Qe
 
 // ---- Conversions
 
-TEST(QelRectBufferCopy, FloatsAreCutAndKeepTheirLowByte) {
+TEST(QelRectBufferCopyTest, FloatsAreCutAndKeepTheirLowByte) {
     std::vector<float> const numbers{300.7F, -1.5F, 0.99F, -0.99F, 255.9F, 65536.0F, 1e6F};
     EXPECT_EQ((std::vector<std::uint8_t>{44, 255, 0, 0, 255, 0, 64}),
               copied<std::uint8_t>(numbers));
@@ -94,7 +94,7 @@ TEST(QelRectBufferCopy, FloatsAreCutAndKeepTheirLowByte) {
               copied<std::uint32_t>(numbers));
 }
 
-TEST(QelRectBufferCopy, DoublesAreCutAndKeepTheirLowByte) {
+TEST(QelRectBufferCopyTest, DoublesAreCutAndKeepTheirLowByte) {
     std::vector<double> const numbers{300.7, -1.5, -2147483648.9, 2147483647.9};
     EXPECT_EQ((std::vector<std::uint8_t>{44, 255, 0, 255}), copied<std::uint8_t>(numbers));
     EXPECT_EQ((std::vector<std::uint16_t>{300, 65535, 0, 65535}), copied<std::uint16_t>(numbers));
@@ -103,7 +103,7 @@ TEST(QelRectBufferCopy, DoublesAreCutAndKeepTheirLowByte) {
               copied<std::int32_t>(numbers));
 }
 
-TEST(QelRectBufferCopy, RealsOutOfRangeStoreTheLowBytesOfTheSignBit) {
+TEST(QelRectBufferCopyTest, RealsOutOfRangeStoreTheLowBytesOfTheSignBit) {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     std::vector<float> const numbers{2147483648.0F, -2147483904.0F, 1e30F, -1e30F,
                                      infinity,      -infinity,      NAN};
@@ -118,7 +118,7 @@ TEST(QelRectBufferCopy, RealsOutOfRangeStoreTheLowBytesOfTheSignBit) {
     EXPECT_EQ(signBit, copied<std::uint32_t>(wide));
 }
 
-TEST(QelRectBufferCopy, ULongTakesRealsUpTo32Bits) {
+TEST(QelRectBufferCopyTest, ULongTakesRealsUpTo32Bits) {
     EXPECT_EQ(
         (std::vector<std::uint32_t>{2147483648U, 4294967040U, 0x80000000U}),
         copied<std::uint32_t>(std::vector<float>{2147483648.0F, 4294967040.0F, 4294967296.0F}));
@@ -126,13 +126,13 @@ TEST(QelRectBufferCopy, ULongTakesRealsUpTo32Bits) {
               copied<std::uint32_t>(std::vector<double>{3000000000.7, 4294967295.9, 4294967296.0}));
 }
 
-TEST(QelRectBufferCopy, BetweenUCharAndCharBytesMoveUnchanged) {
+TEST(QelRectBufferCopyTest, BetweenUCharAndCharBytesMoveUnchanged) {
     std::vector<std::uint8_t> const bytes{0, 127, 128, 200, 255};
     EXPECT_EQ((std::vector<std::int8_t>{0, 127, -128, -56, -1}), copied<std::int8_t>(bytes));
     EXPECT_EQ(bytes, copied<std::uint8_t>(copied<std::int8_t>(bytes)));
 }
 
-TEST(QelRectBufferCopy, IntegersWidenByTheirOwnSignAndNarrowToTheirLowBytes) {
+TEST(QelRectBufferCopyTest, IntegersWidenByTheirOwnSignAndNarrowToTheirLowBytes) {
     EXPECT_EQ((std::vector<std::uint16_t>{65535, 65408, 127}),
               copied<std::uint16_t>(std::vector<std::int8_t>{-1, -128, 127}));
     EXPECT_EQ((std::vector<std::int32_t>{255, 128}),
@@ -147,7 +147,7 @@ TEST(QelRectBufferCopy, IntegersWidenByTheirOwnSignAndNarrowToTheirLowBytes) {
               copied<std::int16_t>(std::vector<std::uint32_t>{0x12345678}));
 }
 
-TEST(QelRectBufferCopy, IntegersBecomeRealsByTheirOwnSign) {
+TEST(QelRectBufferCopyTest, IntegersBecomeRealsByTheirOwnSign) {
     EXPECT_EQ((std::vector<float>{4294967296.0F, 3000000000.0F}),
               copied<float>(std::vector<std::uint32_t>{4294967295U, 3000000000U}));
     EXPECT_EQ((std::vector<double>{4294967295.0}),
@@ -158,7 +158,7 @@ TEST(QelRectBufferCopy, IntegersBecomeRealsByTheirOwnSign) {
     EXPECT_EQ((std::vector<double>{-128}), copied<double>(std::vector<std::int8_t>{-128}));
 }
 
-TEST(QelRectBufferCopy, RealsWidenAndNarrow) {
+TEST(QelRectBufferCopyTest, RealsWidenAndNarrow) {
     EXPECT_EQ((std::vector<double>{0.5, static_cast<double>(0.1F)}),
               copied<double>(std::vector<float>{0.5F, 0.1F}));
     EXPECT_EQ((std::vector<float>{0.1F, std::numeric_limits<float>::infinity()}),
@@ -167,7 +167,7 @@ TEST(QelRectBufferCopy, RealsWidenAndNarrow) {
 
 // ---- What is copied
 
-TEST(QelRectBufferCopy, SixtyFourAndSixtyThreeByOneGiveTheSame) {
+TEST(QelRectBufferCopyTest, SixtyFourAndSixtyThreeByOneGiveTheSame) {
     for (std::int32_t const width : {63, 64}) {
         Row<std::uint8_t> source(bytesFrom(7, 64));
         Row<std::uint8_t> target(std::vector<std::uint8_t>(64));
@@ -178,7 +178,7 @@ TEST(QelRectBufferCopy, SixtyFourAndSixtyThreeByOneGiveTheSame) {
     }
 }
 
-TEST(QelRectBufferCopy, AsManyBandsAsBothHaveAreCopied) {
+TEST(QelRectBufferCopyTest, AsManyBandsAsBothHaveAreCopied) {
     auto three = bytesFrom(1, 3 * 2);
     auto four = bytesFrom(101, 4 * 2);
     QelRectBuffer source(2, 1, 3, PIXEL_INTERLEAVED, QelDataType::UChar, three.data(), false);
@@ -187,7 +187,7 @@ TEST(QelRectBufferCopy, AsManyBandsAsBothHaveAreCopied) {
     EXPECT_EQ((std::vector<std::uint8_t>{1, 2, 3, 104, 4, 5, 6, 108}), four);
 }
 
-TEST(QelRectBufferCopy, OnlyCommonPixelsAreCopied) {
+TEST(QelRectBufferCopyTest, OnlyCommonPixelsAreCopied) {
     auto from = bytesFrom(1, 9);
     std::vector<std::uint8_t> to(9);
     QelRectBuffer source(QelRect(0, 0, 3, 3), 1, PIXEL_INTERLEAVED, QelDataType::UChar, from.data(),
@@ -198,7 +198,7 @@ TEST(QelRectBufferCopy, OnlyCommonPixelsAreCopied) {
     EXPECT_EQ((std::vector<std::uint8_t>{5, 6, 0, 0, 0, 0, 0, 0, 0}), to);
 }
 
-TEST(QelRectBufferCopy, RectanglesThatMissEitherBufferDoNothingAndAllocateNothing) {
+TEST(QelRectBufferCopyTest, RectanglesThatMissEitherBufferDoNothingAndAllocateNothing) {
     QelRectBuffer source(QelRect(0, 0, 100, 100), 1, PIXEL_INTERLEAVED, QelDataType::UChar);
     QelRectBuffer target(QelRect(50, 0, 100, 100), 1, PIXEL_INTERLEAVED, QelDataType::UChar);
     QelRectBuffer away(QelRect(500, 0, 100, 100), 1, PIXEL_INTERLEAVED, QelDataType::UChar);
@@ -212,14 +212,14 @@ TEST(QelRectBufferCopy, RectanglesThatMissEitherBufferDoNothingAndAllocateNothin
     EXPECT_EQ(0U, system.allocations());
 }
 
-TEST(QelRectBufferCopy, MissesAskForNoOrganisation) {
+TEST(QelRectBufferCopyTest, MissesAskForNoOrganisation) {
     QelRectBuffer source(8, 8, 1, PIXEL_INTERLEAVED, QelDataType::Mixed);
     RigidBuffer target;
     target.copyFrom(source, QelRect(8, 0, 5, 5));
     EXPECT_FALSE(target.isAllocated());
 }
 
-TEST(QelRectBufferCopy, BuffersWithoutMemoryAreGivenSome) {
+TEST(QelRectBufferCopyTest, BuffersWithoutMemoryAreGivenSome) {
     QelRectBuffer source(4, 4, 1, PIXEL_INTERLEAVED, QelDataType::UChar);
     QelRectBuffer target(4, 4, 1, PIXEL_INTERLEAVED, QelDataType::UChar);
     target.copyFrom(source, source.rect());
@@ -227,14 +227,14 @@ TEST(QelRectBufferCopy, BuffersWithoutMemoryAreGivenSome) {
     EXPECT_TRUE(target.isAllocated());
 }
 
-TEST(QelRectBufferCopy, BuffersWithoutBandsCopyNothing) {
+TEST(QelRectBufferCopyTest, BuffersWithoutBandsCopyNothing) {
     QelRectBuffer source(4, 4, 0, PIXEL_INTERLEAVED, QelDataType::UChar);
     QelRectBuffer target(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
     target.copyFrom(source, source.rect());
     EXPECT_FALSE(target.isAllocated());
 }
 
-TEST(QelRectBufferCopy, BitmapsGiveTheirBandsInOrder) {
+TEST(QelRectBufferCopyTest, BitmapsGiveTheirBandsInOrder) {
     // Blue, green and red of each pixel; the lower row first; rows of 8 bytes.
     std::vector<std::uint8_t> bitmap{7, 8, 9, 10, 11, 12, 0, 0, 1, 2, 3, 4, 5, 6, 0, 0};
     MoxSmartPtr<QelDataOrg> const org = new QelDIBDataOrg(2, 2, 3, true, false);
@@ -261,7 +261,7 @@ struct Triple {
     std::uint8_t bytes[3];
 };
 
-TEST(QelRectBufferCopy, AnyTypeOfAMovableSizeIsMoved) {
+TEST(QelRectBufferCopyTest, AnyTypeOfAMovableSizeIsMoved) {
     std::vector<float> numbers{1, 2, 3, 4};
     std::vector<float> moved(4);
     QelDataType const type = QelDataType::of<Complex>();
@@ -271,7 +271,7 @@ TEST(QelRectBufferCopy, AnyTypeOfAMovableSizeIsMoved) {
     EXPECT_EQ(numbers, moved);
 }
 
-TEST(QelRectBufferCopy, ElementsOfThreeBytesAreCopiedInBlocksAlone) {
+TEST(QelRectBufferCopyTest, ElementsOfThreeBytesAreCopiedInBlocksAlone) {
     QelDataType const type = QelDataType::of<Triple>();
     auto numbers = bytesFrom(0, 300);
     std::vector<std::uint8_t> moved(300);
@@ -286,7 +286,7 @@ TEST(QelRectBufferCopy, ElementsOfThreeBytesAreCopiedInBlocksAlone) {
 
 // ---- Refusals
 
-TEST(QelRectBufferCopy, OrganisationsThatAreNotSimpleRaise150) {
+TEST(QelRectBufferCopyTest, OrganisationsThatAreNotSimpleRaise150) {
     std::string const text =
         "Current implementation of QelRectBuffer::copyFrom() "
         "only works with QelSimpleDataOrg for both src and dst";
@@ -303,14 +303,14 @@ TEST(QelRectBufferCopy, OrganisationsThatAreNotSimpleRaise150) {
     EXPECT_FALSE(simple.isAllocated());
 }
 
-TEST(QelRectBufferCopy, TypesWithoutASizeAreRefused) {
+TEST(QelRectBufferCopyTest, TypesWithoutASizeAreRefused) {
     std::string const text =
         "src and dest data orgs in copy had a precision type whose size is not supported";
     expectCopyRaises(QelErrorCode::invalidValue, text, QelDataType::Mixed, QelDataType::Mixed);
     expectCopyRaises(QelErrorCode::invalidValue, text, QelDataType::Error, QelDataType::Error);
 }
 
-TEST(QelRectBufferCopy, SourcesOutsideTheTableAreRefused) {
+TEST(QelRectBufferCopyTest, SourcesOutsideTheTableAreRefused) {
     for (int code = QelDataType::UChar; code <= QelDataType::Error; ++code) {
         QelDataType const target(code);
         std::string const tail = std::string(" (destination type = ") + target.name() + ")";
@@ -328,7 +328,7 @@ TEST(QelRectBufferCopy, SourcesOutsideTheTableAreRefused) {
     }
 }
 
-TEST(QelRectBufferCopy, TargetsOutsideTheTableAreRefused) {
+TEST(QelRectBufferCopyTest, TargetsOutsideTheTableAreRefused) {
     for (int code = QelDataType::UChar; code <= QelDataType::ULong; ++code) {
         expectCopyRaises(
             QelErrorCode::invalidValue,
@@ -343,7 +343,7 @@ TEST(QelRectBufferCopy, TargetsOutsideTheTableAreRefused) {
 
 // ---- Failures on the way
 
-TEST(QelRectBufferCopy, ForeignExceptionsBecomeTheSystemFrame) {
+TEST(QelRectBufferCopyTest, ForeignExceptionsBecomeTheSystemFrame) {
     errno = 0;
     std::string const text =
         "Unexpected exception in rect buffer copy logic"
@@ -367,14 +367,14 @@ TEST(QelRectBufferCopy, ForeignExceptionsBecomeTheSystemFrame) {
     }
 }
 
-TEST(QelRectBufferCopy, ErrorsOfTheLibraryPassUnchanged) {
+TEST(QelRectBufferCopyTest, ErrorsOfTheLibraryPassUnchanged) {
     QelRectBuffer plain(8, 8, 1, PIXEL_INTERLEAVED, QelDataType::UChar);
     Unreadable bad;
     bad.raise = [] { qelRaise(204, "cancelled"); };
     expectRaises(QelErrorCode::cancelled, "cancelled", [&] { plain.copyFrom(bad, plain.rect()); });
 }
 
-TEST(QelRectBufferCopy, FailedAllocationsLeaveTheTargetAlone) {
+TEST(QelRectBufferCopyTest, FailedAllocationsLeaveTheTargetAlone) {
     auto bytes = bytesFrom(0, 64);
     QelRectBuffer source(8, 8, 1, PIXEL_INTERLEAVED, QelDataType::UChar);
     QelRectBuffer target(8, 8, 1, PIXEL_INTERLEAVED, QelDataType::UChar, bytes.data(), false);

@@ -234,7 +234,7 @@ std::vector<double> allElements(QelRectBuffer const & buffer) {
 
 }  // namespace
 
-TEST(Qel2DImageRandom, EveryRequestShowsThePicture) {
+TEST(Qel2DImageRandomTest, EveryRequestShowsThePicture) {
     constexpr std::uint32_t seed = 20240611;
     constexpr int cases = 150;
     constexpr int requests = 12;
@@ -264,7 +264,7 @@ TEST(Qel2DImageRandom, EveryRequestShowsThePicture) {
 }
 
 // A chain of three images with one tile size, read piece by piece.
-TEST(Qel2DImageRandom, PixelsAreIdenticalForEveryTileSize) {
+TEST(Qel2DImageRandomTest, PixelsAreIdenticalForEveryTileSize) {
     constexpr std::uint32_t seed = 77;
     std::cout << "seed " << seed << '\n';
     Random random(seed);

@@ -39,9 +39,9 @@ void writeOwnColumns(IterImage const & to) {
     });
 }
 
-class QelIterThreads : public testing::TestWithParam<bool> {
+class QelIterThreadSumTest : public testing::TestWithParam<bool> {
   protected:
-    QelIterThreads() {
+    QelIterThreadSumTest() {
         TileLimits const limits(1, 1000);
         image = new Qel2DImage(new GradientOp(told));
         image->setCacheTiles(GetParam());
@@ -52,7 +52,7 @@ class QelIterThreads : public testing::TestWithParam<bool> {
 
 }  // namespace
 
-TEST_P(QelIterThreads, EachWithARectIterFindTheSameSum) {
+TEST_P(QelIterThreadSumTest, EachWithARectIterFindTheSameSum) {
     std::int64_t const expected = sumOfPicture();
     StartLine start;
     runThreads([&](std::uint32_t) {
@@ -71,7 +71,7 @@ TEST_P(QelIterThreads, EachWithARectIterFindTheSameSum) {
     }
 }
 
-TEST_P(QelIterThreads, EachWithARandomIterFindTheSameSum) {
+TEST_P(QelIterThreadSumTest, EachWithARandomIterFindTheSameSum) {
     std::int64_t const expected = sumOfPicture();
     StartLine start;
     runThreads([&](std::uint32_t thread) {
@@ -89,9 +89,9 @@ TEST_P(QelIterThreads, EachWithARandomIterFindTheSameSum) {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(Caching, QelIterThreads, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(Caching, QelIterThreadSumTest, testing::Bool());
 
-TEST(QelIterThread, ThreadsWriteTheirOwnPartsOfOneImage) {
+TEST(QelIterThreadTest, ThreadsWriteTheirOwnPartsOfOneImage) {
     TileLimits const limits(1, 1000);
     IterImage to;
     to.image = new Qel2DImage(new ThrowingOp(told, [] { FAIL() << "a tile is computed"; }));
@@ -120,7 +120,7 @@ TEST(QelIterThread, ThreadsWriteTheirOwnPartsOfOneImage) {
 }
 
 // Tiles that get their memory from whoever comes first.
-TEST(QelIterThread, ThreadsWriteTheirOwnColumnsAtRandom) {
+TEST(QelIterThreadTest, ThreadsWriteTheirOwnColumnsAtRandom) {
     TileLimits const limits(1, 1000);
     IterImage to;
     to.image = new Qel2DImage(new ThrowingOp(told, [] { FAIL() << "a tile is computed"; }));
@@ -132,7 +132,7 @@ TEST(QelIterThread, ThreadsWriteTheirOwnColumnsAtRandom) {
 }
 
 // Tiles that have all they need.
-TEST(QelIterThread, ThreadsWriteTheirOwnColumnsOfCompleteTiles) {
+TEST(QelIterThreadTest, ThreadsWriteTheirOwnColumnsOfCompleteTiles) {
     TileLimits const limits(1, 1000);
     IterImage to;
     to.image = new Qel2DImage(new GradientOp(told));
@@ -150,7 +150,7 @@ TEST(QelIterThread, ThreadsWriteTheirOwnColumnsOfCompleteTiles) {
     EXPECT_EQ(computed, to.image->statistics().tilesComputed);
 }
 
-TEST(QelIterThread, ThreadsWithABufferIteratorEachFindTheSameSum) {
+TEST(QelIterThreadTest, ThreadsWithABufferIteratorEachFindTheSameSum) {
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(told.rect(), 1, PIXEL_INTERLEAVED, QelDataType::UShort);
     buffer->allocate();

@@ -18,6 +18,8 @@ std::vector<T> elementsOf(QelPixelRun<T const> const & run) {
     return elements;
 }
 
+constexpr std::array<std::uint8_t, 12> digits{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+
 class QelPixelRunTest : public testing::Test {
   protected:
     std::array<std::uint8_t, 8> bytes{10, 11, 12, 13, 14, 15, 16, 17};
@@ -101,12 +103,45 @@ TEST_F(QelPixelRunTest, AGroupMayBeOneElement) {
     EXPECT_EQ((std::vector<int>{10, 13, 16}), seen);
 }
 
-TEST(QelRequireElementTypeTest, TakesTheTypeOfAllBands) {
+TEST_F(QelPixelRunTest, PartOfADenseRun) {
+    QelPixelRun<std::uint8_t const> const run(digits.data(), 1, 12);
+    EXPECT_EQ((std::vector<std::uint8_t>{4, 5, 6}), elementsOf(run.part(4, 3)));
+    EXPECT_TRUE(run.part(12, 0).empty());
+}
+
+TEST_F(QelPixelRunTest, PartOfARunThatGoesBackwards) {
+    QelPixelRun<std::uint8_t const> const run(digits.data() + 11, -3, 4);
+    EXPECT_EQ((std::vector<std::uint8_t>{8, 5}), elementsOf(run.part(1, 2)));
+}
+
+TEST_F(QelPixelRunTest, GroupsOfElements) {
+    struct Case {
+        std::int64_t first, step, size;
+        std::vector<int> expected;  // the elements of a group as digits
+    };
+    Case const cases[] = {
+        {0, 1, 9, {12, 345, 678}},
+        {9, -1, 9, {987, 654, 321}},
+        {0, 2, 3, {24}},
+        {5, 0, 6, {555, 555}},
+        {0, 1, 0, {}},
+    };
+    for (Case const & row : cases) {
+        SCOPED_TRACE(::testing::Message() << row.first << " by " << row.step << ", " << row.size);
+        std::vector<int> groups;
+        QelPixelRun<std::uint8_t const>(digits.data() + row.first, row.step, row.size)
+            .forEachGroup<3>(
+                [&groups](int a, int b, int c) { groups.push_back(100 * a + 10 * b + c); });
+        EXPECT_EQ(row.expected, groups);
+    }
+}
+
+TEST(QelPixelRunElementTypeTest, TakesTheTypeOfAllBands) {
     QelSimpleDataOrg const org(4, 4, QelDataType::Float, 3, PIXEL_INTERLEAVED);
     EXPECT_NO_THROW(qelRequireElementType(org, QelDataType::of<float>()));
 }
 
-TEST(QelRequireElementTypeTest, AnotherTypeRaises119) {
+TEST(QelPixelRunElementTypeTest, AnotherTypeRaises119) {
     struct Row {
         QelDataType has;
         QelDataType wanted;
@@ -127,7 +162,7 @@ TEST(QelRequireElementTypeTest, AnotherTypeRaises119) {
     }
 }
 
-TEST(QelRequireElementTypeTest, AnOrganisationWithoutBandsRaises119) {
+TEST(QelPixelRunElementTypeTest, AnOrganisationWithoutBandsRaises119) {
     QelSimpleDataOrg const org(4, 4, QelDataType::UChar, 0, PIXEL_INTERLEAVED);
     expectRaises(QelErrorCode::wrongPixelFormat,
                  "An iterator over unsigned char cannot visit pixels of QelDataType::ErrorClass",

@@ -102,7 +102,7 @@ void writeRuns(IterImage const & to) {
 
 }  // namespace
 
-TEST(QelRandomIter, EveryPixelIsTheOneOfALoopOverCoordinates) {
+TEST(QelRandomIterTest, EveryPixelIsTheOneOfALoopOverCoordinates) {
     std::cout << "seed " << seed << '\n';
     IterRandom random(seed);
     for (int round = 0; round < 400 && !testing::Test::HasFailure(); ++round) {
@@ -115,7 +115,7 @@ TEST(QelRandomIter, EveryPixelIsTheOneOfALoopOverCoordinates) {
     }
 }
 
-TEST(QelRandomIter, TheWritingFormComputesNothingAndWritesEveryPixel) {
+TEST(QelRandomIterTest, TheWritingFormComputesNothingAndWritesEveryPixel) {
     std::cout << "seed " << seed + 1 << '\n';
     IterRandom random(seed + 1);
     for (int round = 0; round < 150 && !testing::Test::HasFailure(); ++round) {
@@ -132,7 +132,7 @@ TEST(QelRandomIter, TheWritingFormComputesNothingAndWritesEveryPixel) {
     }
 }
 
-TEST(QelRandomIter, AnotherElementTypeRaises119) {
+TEST(QelRandomIterTest, AnotherElementTypeRaises119) {
     MoxSmartPtr<CountingOp> const op = countingOp({.width = 9, .height = 9});
     MoxSmartPtr<Qel2DImage> const image = imageOf(op);
     std::string const text = "An iterator over double cannot visit pixels of unsigned char";
@@ -142,7 +142,7 @@ TEST(QelRandomIter, AnotherElementTypeRaises119) {
     EXPECT_EQ(0, op->computes());
 }
 
-TEST(QelRandomIter, AWrappedBufferGetsItsMemoryFromTheWritingForm) {
+TEST(QelRandomIterTest, AWrappedBufferGetsItsMemoryFromTheWritingForm) {
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(4, 3, 10, 10), 2, BAND_INTERLEAVED, QelDataType::Short);
     MoxSmartPtr<Qel2DImage> const image = new Qel2DImage(buffer);

@@ -154,7 +154,7 @@ void writeEverything() {
 
 }  // namespace
 
-TEST(QelRectBufferIter, EveryOrderIsThatOfThreeNestedLoops) {
+TEST(QelRectBufferIterTest, EveryOrderIsThatOfThreeNestedLoops) {
     std::cout << "seed " << seed << '\n';
     IterRandom random(seed);
     std::size_t visited = 0;
@@ -180,7 +180,7 @@ TEST(QelRectBufferIter, EveryOrderIsThatOfThreeNestedLoops) {
     EXPECT_GT(visited, 50000U);
 }
 
-TEST(QelRectBufferIter, AutomaticOrderFollowsItsRule) {
+TEST(QelRectBufferIterTest, AutomaticOrderFollowsItsRule) {
     std::cout << "seed " << seed + 1 << '\n';
     IterRandom random(seed + 1);
     int ties = 0;
@@ -208,7 +208,7 @@ TEST(QelRectBufferIter, AutomaticOrderFollowsItsRule) {
     EXPECT_LT(ties, 1900);
 }
 
-TEST(QelRectBufferIter, WritesAllElementTypes) {
+TEST(QelRectBufferIterTest, WritesAllElementTypes) {
     writeEverything<std::uint8_t>();
     writeEverything<std::int8_t>();
     writeEverything<std::int16_t>();
@@ -219,7 +219,7 @@ TEST(QelRectBufferIter, WritesAllElementTypes) {
     writeEverything<double>();
 }
 
-TEST(QelRectBufferIter, ReverseXYieldsTheSameSetOfValues) {
+TEST(QelRectBufferIterTest, ReverseXYieldsTheSameSetOfValues) {
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(0, 0, 9, 1), 1, PIXEL_INTERLEAVED, QelDataType::Float);
     buffer->allocate();
@@ -237,7 +237,7 @@ TEST(QelRectBufferIter, ReverseXYieldsTheSameSetOfValues) {
     EXPECT_EQ(forwards, backwards);
 }
 
-TEST(QelRectBufferIter, AnotherElementTypeRaises119) {
+TEST(QelRectBufferIterTest, AnotherElementTypeRaises119) {
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(0, 0, 9, 9), 1, PIXEL_INTERLEAVED, QelDataType::Float);
     QelRectBufferConstIter<std::int16_t> iter(buffer);
@@ -250,7 +250,7 @@ TEST(QelRectBufferIter, AnotherElementTypeRaises119) {
     EXPECT_TRUE(nowhere.done());
 }
 
-TEST(QelRectBufferIter, ChainedIteratorsWalkInStep) {
+TEST(QelRectBufferIterTest, ChainedIteratorsWalkInStep) {
     MoxSmartPtr<QelRectBuffer> const from =
         new QelRectBuffer(QelRect(0, 0, 9, 7), 3, PIXEL_INTERLEAVED, QelDataType::UChar);
     MoxSmartPtr<QelRectBuffer> const to =

@@ -48,7 +48,7 @@ std::int64_t pixelsOf(Walk & iter) {
 
 }  // namespace
 
-TEST(QelRectIterFault, ARectangleThatLeavesTheImageRaises3AndComputesNothing) {
+TEST(QelRectIterFaultTest, ARectangleThatLeavesTheImageRaises3AndComputesNothing) {
     struct Row {
         std::int32_t left, top, right, bottom, x, y;
         char const * tile;
@@ -81,7 +81,7 @@ TEST(QelRectIterFault, ARectangleThatLeavesTheImageRaises3AndComputesNothing) {
     }
 }
 
-TEST(QelRectIterFault, ARectangleThatLeavesAnImageOfOneTileRaises3AndComputesNothing) {
+TEST(QelRectIterFaultTest, ARectangleThatLeavesAnImageOfOneTileRaises3AndComputesNothing) {
     MoxSmartPtr<CountingOp> const op = countingOp({.width = 40, .height = 30});
     MoxSmartPtr<Qel2DImage> const image = imageOfTiles(op);
     ConstIter beside(image, 30, 0, 40, 9);
@@ -96,7 +96,7 @@ TEST(QelRectIterFault, ARectangleThatLeavesAnImageOfOneTileRaises3AndComputesNot
     EXPECT_EQ(0, op->computes());
 }
 
-TEST(QelRectIterFault, ARectangleOutsideTheAnchoredTileRaises3AndComputesNothing) {
+TEST(QelRectIterFaultTest, ARectangleOutsideTheAnchoredTileRaises3AndComputesNothing) {
     // Tile (0,0) reaches from -10 to 5, but the image starts at 0.
     TestImage told = sixTiles;
     told.originX = -10;
@@ -108,7 +108,7 @@ TEST(QelRectIterFault, ARectangleOutsideTheAnchoredTileRaises3AndComputesNothing
     EXPECT_EQ(0, op->computes());
 }
 
-TEST(QelRectIterFault, ExtremeRectanglesNeitherOverflowNorAllocate) {
+TEST(QelRectIterFaultTest, ExtremeRectanglesNeitherOverflowNorAllocate) {
     MoxSmartPtr<CountingOp> const op =
         countingOp({.width = 40, .height = 30, .tileWidth = 1, .tileHeight = 1});
     MoxSmartPtr<Qel2DImage> const image = imageOfTiles(op);
@@ -139,7 +139,7 @@ TEST(QelRectIterFault, ExtremeRectanglesNeitherOverflowNorAllocate) {
     EXPECT_EQ(0U, system.allocations());
 }
 
-TEST(QelRectIterFault, LongStepsWithinTheImageDoNotOverflow) {
+TEST(QelRectIterFaultTest, LongStepsWithinTheImageDoNotOverflow) {
     MoxSmartPtr<Qel2DImage> const image = imageOfTiles(countingOp(sixTiles));
     ConstIter iter(image);
     for (std::int32_t const n : {least, most}) {
@@ -154,7 +154,7 @@ TEST(QelRectIterFault, LongStepsWithinTheImageDoNotOverflow) {
     }
 }
 
-TEST(QelRectIterFault, AnOpThatRaisesLeavesTheIteratorDoneAndMoveToTriesAgain) {
+TEST(QelRectIterFaultTest, AnOpThatRaisesLeavesTheIteratorDoneAndMoveToTriesAgain) {
     for (int failing = 1; failing <= 6; ++failing) {
         SCOPED_TRACE(failing);
         int computes = 0;
@@ -177,7 +177,7 @@ TEST(QelRectIterFault, AnOpThatRaisesLeavesTheIteratorDoneAndMoveToTriesAgain) {
     }
 }
 
-TEST(QelRectIterFault, AStepIntoATileThatFailsStandsThereAndTriesAgain) {
+TEST(QelRectIterFaultTest, AStepIntoATileThatFailsStandsThereAndTriesAgain) {
     bool fails = true;
     MoxSmartPtr<Qel2DImage> const image =
         imageOfTiles(new HookedOp(sixTiles, [&](QelRectBuffer * buffer) {
@@ -194,7 +194,7 @@ TEST(QelRectIterFault, AStepIntoATileThatFailsStandsThereAndTriesAgain) {
     EXPECT_EQ(gradientAt(20, 16, 0), iter.get());
 }
 
-TEST(QelRectIterFault, EveryAllocationMayFailAndIsTriedAgain) {
+TEST(QelRectIterFaultTest, EveryAllocationMayFailAndIsTriedAgain) {
     std::uint64_t failing = 1;
     for (bool failed = true; failed; ++failing) {
         SCOPED_TRACE(failing);
@@ -218,7 +218,7 @@ TEST(QelRectIterFault, EveryAllocationMayFailAndIsTriedAgain) {
     EXPECT_GE(failing, 7U);
 }
 
-TEST(QelRectIterFault, AllocationsOfTheWritingFormMayFailToo) {
+TEST(QelRectIterFaultTest, AllocationsOfTheWritingFormMayFailToo) {
     FaultySystem system;
     MoxSmartPtr<CountingOp> const op = countingOp(sixTiles);
     MoxSmartPtr<Qel2DImage> const image = imageOfTiles(op);
@@ -235,7 +235,7 @@ TEST(QelRectIterFault, AllocationsOfTheWritingFormMayFailToo) {
     EXPECT_EQ(0, op->computes());
 }
 
-TEST(QelRectIterFault, AContainerWithoutATileRaises3) {
+TEST(QelRectIterFaultTest, AContainerWithoutATileRaises3) {
     MockContainer container;
     container.onCreateTile = [](Qel2DImage *, std::int32_t, std::int32_t) {
         return MoxSmartPtr<QelTile>();
@@ -249,7 +249,7 @@ TEST(QelRectIterFault, AContainerWithoutATileRaises3) {
     EXPECT_TRUE(reading.done());
 }
 
-TEST(QelRectIterFault, ATileOfAnotherOrganisationRaises3) {
+TEST(QelRectIterFaultTest, ATileOfAnotherOrganisationRaises3) {
     MoxSmartPtr<Qel2DImage> const image = imageOfTiles(countingOp(sixTiles));
     MoxSmartPtr<QelTile> const tile =
         new QelTile(image->dataOrg()->withLayout(BAND_INTERLEAVED), QelTileId(1, 1));
@@ -259,7 +259,7 @@ TEST(QelRectIterFault, ATileOfAnotherOrganisationRaises3) {
                  [&] { iter.toStart(); });
 }
 
-TEST(QelRectIterFault, ATileOfAnotherGridRaises3) {
+TEST(QelRectIterFaultTest, ATileOfAnotherGridRaises3) {
     MoxSmartPtr<Qel2DImage> const image = imageOfTiles(countingOp(sixTiles));
     MoxSmartPtr<QelTile> const tile =
         new QelTile(image->dataOrg()->withOrigin(4, 0), QelTileId(1, 1));
@@ -269,7 +269,7 @@ TEST(QelRectIterFault, ATileOfAnotherGridRaises3) {
                  [&] { iter.toStart(); });
 }
 
-TEST(QelRectIterFault, PixelsThatAWrappedBufferDoesNotHaveRaise3) {
+TEST(QelRectIterFaultTest, PixelsThatAWrappedBufferDoesNotHaveRaise3) {
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(10, 5, 12, 9), 1, PIXEL_INTERLEAVED, QelDataType::UChar);
     buffer->allocate();
@@ -283,7 +283,7 @@ TEST(QelRectIterFault, PixelsThatAWrappedBufferDoesNotHaveRaise3) {
     EXPECT_TRUE(iter.done());
 }
 
-TEST(QelRectIterFault, AnImageWithoutPixelsRaises3) {
+TEST(QelRectIterFaultTest, AnImageWithoutPixelsRaises3) {
     QelRectBuffer nothing;
     MoxSmartPtr<Qel2DImage> const image = new Qel2DImage(&nothing);
     ConstIter iter(image, 0, 0, 1, 1);
@@ -292,7 +292,7 @@ TEST(QelRectIterFault, AnImageWithoutPixelsRaises3) {
     EXPECT_TRUE(ConstIter(image).done());
 }
 
-TEST(QelRectIterFault, AnImageWithNothingToComputeWithPassesItsErrorOn) {
+TEST(QelRectIterFaultTest, AnImageWithNothingToComputeWithPassesItsErrorOn) {
     MoxSmartPtr<Qel2DImage> const image = imageWithoutOp(sixTiles);
     ConstIter iter(image);
     std::optional<ZanError> const error = errorOf([&] { iter.toStart(); });

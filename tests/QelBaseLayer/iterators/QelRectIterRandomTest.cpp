@@ -255,7 +255,7 @@ void writeAll(IterRandom & random, IterImage const & to) {
 
 }  // namespace
 
-TEST(QelRectIterRandom, EveryWalkMeetsThePixelsOfALoopOverCoordinates) {
+TEST(QelRectIterRandomTest, EveryWalkMeetsThePixelsOfALoopOverCoordinates) {
     std::cout << "seed " << seed << '\n';
     IterRandom random(seed);
     for (int round = 0; round < 400 && !testing::Test::HasFatalFailure(); ++round) {
@@ -272,7 +272,7 @@ TEST(QelRectIterRandom, EveryWalkMeetsThePixelsOfALoopOverCoordinates) {
     }
 }
 
-TEST(QelRectIterRandom, TheWritingFormComputesNothingAndWritesEveryPixel) {
+TEST(QelRectIterRandomTest, TheWritingFormComputesNothingAndWritesEveryPixel) {
     std::cout << "seed " << seed + 1 << '\n';
     IterRandom random(seed + 1);
     for (int round = 0; round < 150 && !testing::Test::HasFailure(); ++round) {

@@ -21,41 +21,6 @@ Values valuesOf(Run const & run) {
     return values;
 }
 
-constexpr std::array<std::uint8_t, 12> memory{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
-
-TEST(QelPixelRun, PartOfADenseRun) {
-    QelPixelRun<std::uint8_t const> const run(memory.data(), 1, 12);
-    EXPECT_EQ((Values{4, 5, 6}), valuesOf(run.part(4, 3)));
-    EXPECT_TRUE(run.part(12, 0).empty());
-}
-
-TEST(QelPixelRun, PartOfARunThatGoesBackwards) {
-    QelPixelRun<std::uint8_t const> const run(memory.data() + 11, -3, 4);
-    EXPECT_EQ((Values{8, 5}), valuesOf(run.part(1, 2)));
-}
-
-TEST(QelPixelRun, GroupsOfElements) {
-    struct Case {
-        std::int64_t first, step, size;
-        Values expected;  // the elements of a group as digits
-    };
-    Case const cases[] = {
-        {0, 1, 9, {12, 345, 678}},
-        {9, -1, 9, {987, 654, 321}},
-        {0, 2, 3, {24}},
-        {5, 0, 6, {555, 555}},
-        {0, 1, 0, {}},
-    };
-    for (Case const & row : cases) {
-        SCOPED_TRACE(::testing::Message() << row.first << " by " << row.step << ", " << row.size);
-        Values groups;
-        QelPixelRun<std::uint8_t const>(memory.data() + row.first, row.step, row.size)
-            .forEachGroup<3>(
-                [&groups](int a, int b, int c) { groups.push_back(100 * a + 10 * b + c); });
-        EXPECT_EQ(row.expected, groups);
-    }
-}
-
 // An image of one row of tiles, 4 by 2 each, that shows gradientAt().
 MoxSmartPtr<Qel2DImage> imageOf(MoxSmartPtr<QelDataOrg> org) {
     TileLimits const limits(1, 1000);
@@ -94,7 +59,7 @@ std::vector<DenseCase> denseCases() {
     };
 }
 
-TEST(QelRectIterRun, AllBandsOnlyWherePixelsAreDense) {
+TEST(QelRectIterRunTest, AllBandsOnlyWherePixelsAreDense) {
     for (DenseCase const & row : denseCases()) {
         SCOPED_TRACE(row.name);
         MoxSmartPtr<Qel2DImage> const image = imageOf(row.org);
@@ -112,7 +77,7 @@ TEST(QelRectIterRun, AllBandsOnlyWherePixelsAreDense) {
     }
 }
 
-TEST(QelRectIterRun, AllBandsFromWhateverBand) {
+TEST(QelRectIterRunTest, AllBandsFromWhateverBand) {
     MoxSmartPtr<Qel2DImage> const image =
         imageOf(new QelSimpleDataOrg(4, 2, QelDataType::UChar, 2, {2, 3}, 2, 8));
     QelRectConstIter<std::uint8_t> iter(image, 3, 1, 9, 1);
@@ -126,7 +91,7 @@ TEST(QelRectIterRun, AllBandsFromWhateverBand) {
     EXPECT_EQ(expected, valuesOf(iter.allBandsRun()));
 }
 
-TEST(QelRectIterRun, NoRunWhenDone) {
+TEST(QelRectIterRunTest, NoRunWhenDone) {
     MoxSmartPtr<Qel2DImage> const image =
         imageOf(new QelSimpleDataOrg(4, 2, QelDataType::UChar, 3, PIXEL_INTERLEAVED));
     QelRectConstIter<std::uint8_t> iter(image);
@@ -137,7 +102,7 @@ TEST(QelRectIterRun, NoRunWhenDone) {
     EXPECT_TRUE(iter.allBandsRun().empty());
 }
 
-TEST(QelRectIterRun, WritesAllBands) {
+TEST(QelRectIterRunTest, WritesAllBands) {
     TileLimits const limits(1, 1000);
     MoxSmartPtr<QelDataOrg> const org =
         QelSimpleDataOrg(4, 2, QelDataType::UShort, 3, PIXEL_INTERLEAVED).withOrigin(-1, -1);
@@ -194,7 +159,7 @@ void expectRuns(IterImage const & made) {
     EXPECT_EQ(made.pixels.area(), pixels);
 }
 
-TEST(QelRectIterRun, RandomImages) {
+TEST(QelRectIterRunTest, RandomImages) {
     constexpr std::uint32_t seed = 20240611;
     std::cout << "seed " << seed << '\n';
     IterRandom random(seed);

@@ -56,7 +56,7 @@ void expectEmpty(Iter const & iter, std::int32_t x, std::int32_t y) {
 
 }  // namespace
 
-TEST(QelSimpleRectBufferIter, IsDoneUntilItIsInitialized) {
+TEST(QelSimpleRectBufferIterTest, IsDoneUntilItIsInitialized) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(PIXEL_INTERLEAVED);
     Iter iter(buffer, buffer->rect());
     EXPECT_TRUE(iter.done());
@@ -68,7 +68,7 @@ TEST(QelSimpleRectBufferIter, IsDoneUntilItIsInitialized) {
     EXPECT_EQ(6, iter.loopOrder());
 }
 
-TEST(QelSimpleRectBufferIter, AutomaticOrderOfTheLayouts) {
+TEST(QelSimpleRectBufferIterTest, AutomaticOrderOfTheLayouts) {
     struct Row {
         QelLayout layout;
         std::int32_t order;
@@ -84,7 +84,7 @@ TEST(QelSimpleRectBufferIter, AutomaticOrderOfTheLayouts) {
     }
 }
 
-TEST(QelSimpleRectBufferIter, AutomaticOrderOfOneBandIs2) {
+TEST(QelSimpleRectBufferIterTest, AutomaticOrderOfOneBandIs2) {
     for (QelLayout const layout : {PIXEL_INTERLEAVED, BAND_INTERLEAVED, LINE_INTERLEAVED}) {
         SCOPED_TRACE(layout);
         MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(layout, 1);
@@ -96,7 +96,7 @@ TEST(QelSimpleRectBufferIter, AutomaticOrderOfOneBandIs2) {
     }
 }
 
-TEST(QelSimpleRectBufferIter, TiesInAutomaticOrderRaise153AndExplicitOrdersWork) {
+TEST(QelSimpleRectBufferIterTest, TiesInAutomaticOrderRaise153AndExplicitOrdersWork) {
     struct Row {
         char const * what;
         MoxSmartPtr<QelRectBuffer> buffer;
@@ -124,7 +124,7 @@ TEST(QelSimpleRectBufferIter, TiesInAutomaticOrderRaise153AndExplicitOrdersWork)
     }
 }
 
-TEST(QelSimpleRectBufferIter, AnOrderThatIsNoneRaises153) {
+TEST(QelSimpleRectBufferIterTest, AnOrderThatIsNoneRaises153) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(PIXEL_INTERLEAVED);
     for (std::int32_t const order : {7, 8, -1, std::numeric_limits<std::int32_t>::max(),
                                      std::numeric_limits<std::int32_t>::min()}) {
@@ -136,7 +136,7 @@ TEST(QelSimpleRectBufferIter, AnOrderThatIsNoneRaises153) {
     }
 }
 
-TEST(QelSimpleRectBufferIter, BandsAtUnequalDistancesRaise152) {
+TEST(QelSimpleRectBufferIterTest, BandsAtUnequalDistancesRaise152) {
     MoxSmartPtr<QelRectBuffer> const buffer = spelledOut({0, 0, 4, 4}, {0, 1, 3}, 4, 16);
     for (std::int32_t const order : {0, 6, 7}) {
         Iter iter(buffer, buffer->rect(), order);
@@ -149,7 +149,7 @@ TEST(QelSimpleRectBufferIter, BandsAtUnequalDistancesRaise152) {
     EXPECT_FALSE(buffer->isAllocated());
 }
 
-TEST(QelSimpleRectBufferIter, AnEmptyRectangleIsDoneAtOnceAndRaisesNothing) {
+TEST(QelSimpleRectBufferIterTest, AnEmptyRectangleIsDoneAtOnceAndRaisesNothing) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(PIXEL_INTERLEAVED, 3, QelRect(7, -8, 6, 5));
     MoxSmartPtr<QelRectBuffer> const uneven = spelledOut({7, -8, 4, 4}, {0, 1, 3}, 4, 16);
     for (QelRect const & rect : {QelRect(), QelRect(8, -7, 0, 3), QelRect(8, -7, 3, -1),
@@ -169,7 +169,7 @@ TEST(QelSimpleRectBufferIter, AnEmptyRectangleIsDoneAtOnceAndRaisesNothing) {
     }
 }
 
-TEST(QelSimpleRectBufferIter, ABufferWithoutSimpleOrganisationIsDoneAtOnce) {
+TEST(QelSimpleRectBufferIterTest, ABufferWithoutSimpleOrganisationIsDoneAtOnce) {
     MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(5, 5);
     MoxSmartPtr<QelRectBuffer> const buffer = new QelRectBuffer(org, QelRect(2, 3, 5, 5));
     Iter iter(buffer, buffer->rect());
@@ -181,14 +181,14 @@ TEST(QelSimpleRectBufferIter, ABufferWithoutSimpleOrganisationIsDoneAtOnce) {
     expectEmpty(ofNone, 4, 5);
 }
 
-TEST(QelSimpleRectBufferIter, ABufferWithoutBandsIsDoneAtOnce) {
+TEST(QelSimpleRectBufferIterTest, ABufferWithoutBandsIsDoneAtOnce) {
     MoxSmartPtr<QelRectBuffer> const buffer = spelledOut({1, 2, 4, 4}, {}, 1, 4);
     Iter iter(buffer, buffer->rect());
     iter.initialize();
     expectEmpty(iter, 1, 2);
 }
 
-TEST(QelSimpleRectBufferIter, ReverseXVisitsARowFromRightToLeft) {
+TEST(QelSimpleRectBufferIterTest, ReverseXVisitsARowFromRightToLeft) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(BAND_INTERLEAVED, 1);
     Iter iter(buffer, QelRect(1, 2, 4, 1), Iter::pixelLineBand, true);
     iter.initialize();
@@ -201,7 +201,7 @@ TEST(QelSimpleRectBufferIter, ReverseXVisitsARowFromRightToLeft) {
     EXPECT_EQ(expected, addressesOf(iter));
 }
 
-TEST(QelSimpleRectBufferIter, TheStartIncludesTheFirstBandsOffset) {
+TEST(QelSimpleRectBufferIterTest, TheStartIncludesTheFirstBandsOffset) {
     MoxSmartPtr<QelRectBuffer> const buffer = spelledOut({0, 0, 3, 2}, {7, 5}, 9, 40);
     Iter iter(buffer, buffer->rect(), Iter::bandPixelLine);
     iter.initialize();
@@ -212,7 +212,7 @@ TEST(QelSimpleRectBufferIter, TheStartIncludesTheFirstBandsOffset) {
     EXPECT_EQ(40, iter.outerStep());
 }
 
-TEST(QelSimpleRectBufferIter, ARectangleThatLeavesTheBufferIsCutToIt) {
+TEST(QelSimpleRectBufferIterTest, ARectangleThatLeavesTheBufferIsCutToIt) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(PIXEL_INTERLEAVED, 2, QelRect(3, 4, 6, 5));
     constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
@@ -225,7 +225,7 @@ TEST(QelSimpleRectBufferIter, ARectangleThatLeavesTheBufferIsCutToIt) {
     EXPECT_EQ(16U, addressesOf(wide).size());
 }
 
-TEST(QelSimpleRectBufferIter, NoAddressTouchesNoMemoryAndReversesNothing) {
+TEST(QelSimpleRectBufferIterTest, NoAddressTouchesNoMemoryAndReversesNothing) {
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(0, 0, 6, 5), 3, LINE_INTERLEAVED, QelDataType::Short);
     Iter iter(buffer, QelRect(1, 1, 9, 9), Iter::automatic, true, true);
@@ -251,7 +251,7 @@ TEST(QelSimpleRectBufferIter, NoAddressTouchesNoMemoryAndReversesNothing) {
     EXPECT_EQ(buffer->addressOf(5, 4), iter.address());
 }
 
-TEST(QelSimpleRectBufferIter, MemoryThatCannotBeHadRaises10AndIsTriedAgain) {
+TEST(QelSimpleRectBufferIterTest, MemoryThatCannotBeHadRaises10AndIsTriedAgain) {
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(0, 0, 6, 5), 3, LINE_INTERLEAVED, QelDataType::Short);
     Iter iter(buffer, buffer->rect());
@@ -266,7 +266,7 @@ TEST(QelSimpleRectBufferIter, MemoryThatCannotBeHadRaises10AndIsTriedAgain) {
     buffer->releaseData();
 }
 
-TEST(QelSimpleRectBufferIter, MayBeInitializedAgainAfterAWalk) {
+TEST(QelSimpleRectBufferIterTest, MayBeInitializedAgainAfterAWalk) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(LINE_INTERLEAVED);
     Iter iter(buffer, QelRect(2, 1, 3, 3));
     iter.initialize();
@@ -280,7 +280,7 @@ TEST(QelSimpleRectBufferIter, MayBeInitializedAgainAfterAWalk) {
     EXPECT_EQ(4, iter.loopOrder());
 }
 
-TEST(QelSimpleRectBufferIter, LooksAtTheBufferAnewEachTimeItIsInitialized) {
+TEST(QelSimpleRectBufferIterTest, LooksAtTheBufferAnewEachTimeItIsInitialized) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(LINE_INTERLEAVED);
     Iter iter(buffer, buffer->rect());
     iter.initialize();
@@ -294,7 +294,7 @@ TEST(QelSimpleRectBufferIter, LooksAtTheBufferAnewEachTimeItIsInitialized) {
     EXPECT_EQ(90U, addressesOf(iter).size());
 }
 
-TEST(QelSimpleRectBufferIter, CopiesMadeInMidRunGoOnIndependently) {
+TEST(QelSimpleRectBufferIterTest, CopiesMadeInMidRunGoOnIndependently) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(LINE_INTERLEAVED);
     Iter iter(buffer, QelRect(2, 1, 3, 3));
     iter.initialize();
@@ -307,7 +307,7 @@ TEST(QelSimpleRectBufferIter, CopiesMadeInMidRunGoOnIndependently) {
     EXPECT_EQ(rest, addressesOf(copy));
 }
 
-TEST(QelSimpleRectBufferIter, CountsABufferThatOthersCount) {
+TEST(QelSimpleRectBufferIterTest, CountsABufferThatOthersCount) {
     MoxSmartPtr<QelRectBuffer> buffer = bufferOf(PIXEL_INTERLEAVED);
     {
         Iter const iter(buffer, buffer->rect());
@@ -325,7 +325,7 @@ TEST(QelSimpleRectBufferIter, CountsABufferThatOthersCount) {
     EXPECT_EQ(90U, addressesOf(iter).size());
 }
 
-TEST(QelSimpleRectBufferIter, InitializesAChainFromItsEnd) {
+TEST(QelSimpleRectBufferIterTest, InitializesAChainFromItsEnd) {
     MoxSmartPtr<QelRectBuffer> const good = bufferOf(PIXEL_INTERLEAVED);
     MoxSmartPtr<QelRectBuffer> const bad = spelledOut({0, 0, 4, 4}, {0, 1, 3}, 4, 16);
     Iter last(good, good->rect());
@@ -339,7 +339,7 @@ TEST(QelSimpleRectBufferIter, InitializesAChainFromItsEnd) {
     EXPECT_EQ(6, first.loopOrder());
 }
 
-TEST(QelSimpleRectBufferIter, AChainOf100000InitializesWithoutRecursion) {
+TEST(QelSimpleRectBufferIterTest, AChainOf100000InitializesWithoutRecursion) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(PIXEL_INTERLEAVED);
     std::vector<std::unique_ptr<Iter>> chain;
     Iter * next = nullptr;
@@ -352,7 +352,7 @@ TEST(QelSimpleRectBufferIter, AChainOf100000InitializesWithoutRecursion) {
         ASSERT_FALSE(iter->done());
 }
 
-TEST(QelSimpleRectBufferIter, ReversedAxesMayEndBeyond32Bits) {
+TEST(QelSimpleRectBufferIterTest, ReversedAxesMayEndBeyond32Bits) {
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
     MoxSmartPtr<QelRectBuffer> const buffer =
         new QelRectBuffer(QelRect(most - 1, most, 4, 3), 1, PIXEL_INTERLEAVED, QelDataType::UChar);
@@ -365,7 +365,7 @@ TEST(QelSimpleRectBufferIter, ReversedAxesMayEndBeyond32Bits) {
 }
 
 // All elements in one place: as many steps as nobody can take, but none that overflows.
-TEST(QelSimpleRectBufferIter, ExtremeCountsDoNotOverflow) {
+TEST(QelSimpleRectBufferIterTest, ExtremeCountsDoNotOverflow) {
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
     QelRect const whole(0, 0, most, most);
     MoxSmartPtr<QelRectBuffer> const buffer = spelledOut(whole, {0, 0, 0, 0, 0}, 0, 0);

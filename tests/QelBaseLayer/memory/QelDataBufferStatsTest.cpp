@@ -192,7 +192,7 @@ struct Slot {
 };
 
 // Buffers that come, go, allocate and free at random, against a plain account of them.
-class QelDataBufferModelTest : public QelDataBufferStatsTest {
+class QelDataBufferStatsModelTest : public QelDataBufferStatsTest {
   protected:
     int pick(int from, int to) { return std::uniform_int_distribution<int>(from, to)(random_); }
 
@@ -285,7 +285,7 @@ class QelDataBufferModelTest : public QelDataBufferStatsTest {
     std::array<Slot, 8> slots_;
 };
 
-TEST_F(QelDataBufferModelTest, CountersAgreeWithAPlainAccount) {
+TEST_F(QelDataBufferStatsModelTest, CountersAgreeWithAPlainAccount) {
     SCOPED_TRACE("seed " + std::to_string(seed_));
     for (int run = 0; run < 20000; ++run) {
         SCOPED_TRACE("step " + std::to_string(run));

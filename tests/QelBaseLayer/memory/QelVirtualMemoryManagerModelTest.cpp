@@ -273,7 +273,7 @@ class Tenant {
     std::uint64_t requests_ = 0;
 };
 
-TEST(QelVirtualMemoryManagerThreadTest, BlocksOfEightThreadsNeverOverlap) {
+TEST(QelVirtualMemoryManagerModelThreadTest, BlocksOfEightThreadsNeverOverlap) {
     constexpr std::uint32_t seed = 20240514;
     std::cout << "seeds " << seed << " to " << seed + threadCount - 1 << '\n';
     FaultySystem const system;

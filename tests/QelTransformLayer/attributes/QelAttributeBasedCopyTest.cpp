@@ -11,7 +11,7 @@
 #include "ExpectError.h"
 #include "QelError.h"
 
-// Copying objects with attributes, copying values between them, and attributes that outlive them.
+// Copying objects with attributes, and copying values between them.
 
 namespace {
 
@@ -24,7 +24,7 @@ int valueOf(QelAttributeBased const & object, char const * name) {
 
 // ---- The copying constructor
 
-TEST(QelAttributeBasedCopy, ACopyHasTheSameKeysInTheSameOrderAndAttributesOfItsOwn) {
+TEST(QelAttributeBasedCopyTest, ACopyHasTheSameKeysInTheSameOrderAndAttributesOfItsOwn) {
     Listener source;
     source.add("second", 2);
     source.add("first", 1);
@@ -47,7 +47,7 @@ TEST(QelAttributeBasedCopy, ACopyHasTheSameKeysInTheSameOrderAndAttributesOfItsO
     EXPECT_EQ(0, copy.refCount());
 }
 
-TEST(QelAttributeBasedCopy, StampsOfACopyAreNewAndInTheOrderOfTheIndices) {
+TEST(QelAttributeBasedCopyTest, StampsOfACopyAreNewAndInTheOrderOfTheIndices) {
     Listener source;
     for (char const * name : {"b", "c", "a"})
         source.add(name);
@@ -59,7 +59,7 @@ TEST(QelAttributeBasedCopy, StampsOfACopyAreNewAndInTheOrderOfTheIndices) {
     EXPECT_EQ(before, source.getLatestTimestamp({"a", "b", "c"}));
 }
 
-TEST(QelAttributeBasedCopy, AttributesOfACopyAreNotLocked) {
+TEST(QelAttributeBasedCopyTest, AttributesOfACopyAreNotLocked) {
     Listener source;
     source.add("size")->lock();
     Listener const copy(source);
@@ -67,7 +67,7 @@ TEST(QelAttributeBasedCopy, AttributesOfACopyAreNotLocked) {
     EXPECT_TRUE(source.getAttribute("size")->locked());
 }
 
-TEST(QelAttributeBasedCopy, CallbacksOfTheSourceFollowAndOthersStayBehind) {
+TEST(QelAttributeBasedCopyTest, CallbacksOfTheSourceFollowAndOthersStayBehind) {
     Listener source;
     Listener stranger;
     int calls = 0;
@@ -94,7 +94,7 @@ TEST(QelAttributeBasedCopy, CallbacksOfTheSourceFollowAndOthersStayBehind) {
     EXPECT_EQ(1U, copy.heard().size());
 }
 
-TEST(QelAttributeBasedCopy, ACopyAndItsSourceChangeApart) {
+TEST(QelAttributeBasedCopyTest, ACopyAndItsSourceChangeApart) {
     Listener source;
     source.add("a", 1);
     source.add("b", 2);
@@ -110,7 +110,7 @@ TEST(QelAttributeBasedCopy, ACopyAndItsSourceChangeApart) {
     EXPECT_EQ("d", copy.getAttributeName(1));
 }
 
-TEST(QelAttributeBasedCopy, EachKeyOfASharedAttributeHasACloneOfItsOwn) {
+TEST(QelAttributeBasedCopyTest, EachKeyOfASharedAttributeHasACloneOfItsOwn) {
     Listener source;
     IntPtr const size = source.add("size", 4);
     source.addAttribute(size, "alias");
@@ -121,13 +121,13 @@ TEST(QelAttributeBasedCopy, EachKeyOfASharedAttributeHasACloneOfItsOwn) {
     EXPECT_NE(copy.getAttribute(0).get(), copy.getAttribute(1).get());
 }
 
-TEST(QelAttributeBasedCopy, ACopyOfNothingIsEmpty) {
+TEST(QelAttributeBasedCopyTest, ACopyOfNothingIsEmpty) {
     Listener const source;
     Listener const copy(source);
     EXPECT_EQ(0, copy.getNumAttributes());
 }
 
-TEST(QelAttributeBasedCopy, ACopyOutlivesItsSource) {
+TEST(QelAttributeBasedCopyTest, ACopyOutlivesItsSource) {
     MoxSmartPtr<Listener> source(new Listener);
     source->addAndListen("size", 3);
     Listener const copy(*source);
@@ -146,7 +146,7 @@ class Uncopyable : public IntAttribute {
     }
 };
 
-TEST(QelAttributeBasedCopy, ACopyThatFailsLeavesTheSourceAsItWas) {
+TEST(QelAttributeBasedCopyTest, ACopyThatFailsLeavesTheSourceAsItWas) {
     LifeToken const token;
     Listener source;
     IntPtr const first = source.addAndListen("first", 3);
@@ -163,9 +163,9 @@ TEST(QelAttributeBasedCopy, ACopyThatFailsLeavesTheSourceAsItWas) {
 
 // ---- copyAttributes
 
-class QelAttributeBasedCopyAttributes : public testing::Test {
+class QelAttributeBasedCopyAttributesTest : public testing::Test {
   protected:
-    QelAttributeBasedCopyAttributes() {
+    QelAttributeBasedCopyAttributesTest() {
         source_.add("a", 1);
         source_.add("b", 2);
         source_.add("only here", 3);
@@ -178,7 +178,7 @@ class QelAttributeBasedCopyAttributes : public testing::Test {
     Listener dest_;
 };
 
-TEST_F(QelAttributeBasedCopyAttributes, CopiesTheValuesOfEqualKeysInTheOrderOfTheSource) {
+TEST_F(QelAttributeBasedCopyAttributesTest, CopiesTheValuesOfEqualKeysInTheOrderOfTheSource) {
     dest_.copyAttributes(source_);
     EXPECT_EQ(1, valueOf(dest_, "a"));
     EXPECT_EQ(2, valueOf(dest_, "b"));
@@ -190,7 +190,7 @@ TEST_F(QelAttributeBasedCopyAttributes, CopiesTheValuesOfEqualKeysInTheOrderOfTh
     EXPECT_TRUE(source_.heard().empty());
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, KeysCountAndNotTheAttributesOwnNames) {
+TEST_F(QelAttributeBasedCopyAttributesTest, KeysCountAndNotTheAttributesOwnNames) {
     source_.renameAttribute("a", "x");
     dest_.renameAttribute("only there", "x");
     dest_.copyAttributes(source_);
@@ -198,7 +198,7 @@ TEST_F(QelAttributeBasedCopyAttributes, KeysCountAndNotTheAttributesOwnNames) {
     EXPECT_EQ(90, valueOf(dest_, "a"));
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, AnotherTypeIsIgnored) {
+TEST_F(QelAttributeBasedCopyAttributesTest, AnotherTypeIsIgnored) {
     dest_.removeAttribute("b");
     MoxSmartPtr<TextAttribute> const text(new TextAttribute("b", "text"));
     dest_.addAttribute(text);
@@ -211,7 +211,7 @@ TEST_F(QelAttributeBasedCopyAttributes, AnotherTypeIsIgnored) {
     EXPECT_EQ(4, valueOf(dest_, "c"));
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, ALockedAttributeOfTheDestinationRaises) {
+TEST_F(QelAttributeBasedCopyAttributesTest, ALockedAttributeOfTheDestinationRaises) {
     dest_.getAttribute("b")->lock();
     expectRaises(QelErrorCode::attributeLocked, "b", [&] { dest_.copyAttributes(source_); });
     EXPECT_EQ(1, valueOf(dest_, "a"));
@@ -219,20 +219,20 @@ TEST_F(QelAttributeBasedCopyAttributes, ALockedAttributeOfTheDestinationRaises) 
     EXPECT_EQ(90, valueOf(dest_, "c"));
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, ALockedAttributeOfTheSourceIsCopied) {
+TEST_F(QelAttributeBasedCopyAttributesTest, ALockedAttributeOfTheSourceIsCopied) {
     source_.getAttribute("b")->lock();
     dest_.copyAttributes(source_);
     EXPECT_EQ(2, valueOf(dest_, "b"));
     EXPECT_FALSE(dest_.getAttribute("b")->locked());
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, FromItselfSetsEachValueAgain) {
+TEST_F(QelAttributeBasedCopyAttributesTest, FromItselfSetsEachValueAgain) {
     dest_.copyAttributes(dest_);
     EXPECT_EQ((Names{"c", "only there", "b", "a"}), dest_.heard());
     EXPECT_EQ(90, valueOf(dest_, "a"));
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, ACallbackRemovesAttributesOfTheDestination) {
+TEST_F(QelAttributeBasedCopyAttributesTest, ACallbackRemovesAttributesOfTheDestination) {
     observe(*dest_.getAttribute("a"), [&](AttributePtr const &) {
         for (char const * name : {"a", "b", "only there"})
             dest_.removeAttribute(name);
@@ -242,7 +242,7 @@ TEST_F(QelAttributeBasedCopyAttributes, ACallbackRemovesAttributesOfTheDestinati
     EXPECT_EQ(4, valueOf(dest_, "c"));
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, ACallbackRemovesAttributesOfTheSource) {
+TEST_F(QelAttributeBasedCopyAttributesTest, ACallbackRemovesAttributesOfTheSource) {
     LifeToken const token;
     observe(*source_.getAttribute("b"), [held = token.get()](AttributePtr const &) {});
     observe(*dest_.getAttribute("b"), [&](AttributePtr const &) {
@@ -258,7 +258,8 @@ TEST_F(QelAttributeBasedCopyAttributes, ACallbackRemovesAttributesOfTheSource) {
     EXPECT_EQ(90, valueOf(dest_, "c"));
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, ACallbackRemovesAttributesOfAnObjectThatCopiesFromItself) {
+TEST_F(QelAttributeBasedCopyAttributesTest,
+       ACallbackRemovesAttributesOfAnObjectThatCopiesFromItself) {
     observe(*dest_.getAttribute("c"), [&](AttributePtr const &) {
         while (dest_.getNumAttributes() > 0)
             dest_.removeAttribute(0);
@@ -267,7 +268,7 @@ TEST_F(QelAttributeBasedCopyAttributes, ACallbackRemovesAttributesOfAnObjectThat
     EXPECT_EQ(0, dest_.getNumAttributes());
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, ACallbackAddsAttributes) {
+TEST_F(QelAttributeBasedCopyAttributesTest, ACallbackAddsAttributes) {
     observe(*dest_.getAttribute("a"), [&](AttributePtr const &) {
         for (int i = 0; i < 100; ++i) {
             source_.add("new " + std::to_string(i), i);
@@ -278,7 +279,7 @@ TEST_F(QelAttributeBasedCopyAttributes, ACallbackAddsAttributes) {
     EXPECT_EQ(99, valueOf(dest_, "new 99"));
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, ACallbackDropsBothObjects) {
+TEST_F(QelAttributeBasedCopyAttributesTest, ACallbackDropsBothObjects) {
     MoxSmartPtr<Listener> source(new Listener(source_));
     MoxSmartPtr<Listener> dest(new Listener(dest_));
     IntPtr const a = IntAttribute::of(dest->getAttribute("a"));
@@ -295,7 +296,7 @@ TEST_F(QelAttributeBasedCopyAttributes, ACallbackDropsBothObjects) {
     EXPECT_EQ(1, a->numCallbacks());
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, ACallbackDropsAnObjectThatCopiesFromItself) {
+TEST_F(QelAttributeBasedCopyAttributesTest, ACallbackDropsAnObjectThatCopiesFromItself) {
     MoxSmartPtr<Listener> object(new Listener(dest_));
     IntPtr const last = IntAttribute::of(object->getAttribute("a"));
     observe(*object->getAttribute("c"), [&](AttributePtr const &) { object.release(); });
@@ -304,144 +305,12 @@ TEST_F(QelAttributeBasedCopyAttributes, ACallbackDropsAnObjectThatCopiesFromItse
     EXPECT_EQ(0, last->numCallbacks());
 }
 
-TEST_F(QelAttributeBasedCopyAttributes, WhatACallbackRaisesGoesOn) {
+TEST_F(QelAttributeBasedCopyAttributesTest, WhatACallbackRaisesGoesOn) {
     observe(*dest_.getAttribute("b"), [](AttributePtr const &) { qelRaise(13, "not so"); });
     expectRaises(QelErrorCode::invalidValue, "not so", [&] { dest_.copyAttributes(source_); });
     EXPECT_EQ(2, valueOf(dest_, "b"));
     EXPECT_EQ(90, valueOf(dest_, "c"));
     EXPECT_EQ(0, dest_.refCount());
-}
-
-// ---- Attributes that outlive their owners
-
-TEST(QelAttributeBasedEnd, AHeldAttributeNeverCallsADeadOwner) {
-    Listener stranger;
-    MoxSmartPtr<Listener> owner(new Listener);
-    IntPtr const size = owner->addAndListen("size", 1);
-    IntPtr const alias = owner->addAndListen("alias");
-    owner->addAttribute(size, "again");
-    stranger.listenTo(*size);
-    owner->listenTo(*size);
-    owner.release();
-    EXPECT_EQ(1, size->refCount());
-    EXPECT_EQ(1, size->numCallbacks());
-    EXPECT_EQ(0, alias->numCallbacks());
-    size->setValue(2);
-    EXPECT_EQ(Names{"size"}, stranger.heard());
-    EXPECT_EQ(2, size->getValue());
-}
-
-TEST(QelAttributeBasedEnd, ALockedAttributeIsLetGo) {
-    LifeToken const token;
-    MoxSmartPtr<Listener> owner(new Listener);
-    IntPtr const size = owner->addAndListen("size", 1);
-    observe(
-        *size, [held = token.get()](AttributePtr const &) {}, owner.get());
-    size->lock();
-    owner.release();
-    EXPECT_TRUE(size->locked());
-    EXPECT_EQ(0, size->numCallbacks());
-    EXPECT_TRUE(token.gone());
-}
-
-TEST(QelAttributeBasedEnd, ARemovedAttributeThatAClientHoldsNeverCallsItsOwner) {
-    Listener stranger;
-    MoxSmartPtr<Listener> owner(new Listener);
-    IntPtr const size = owner->addAndListen("size", 1);
-    stranger.listenTo(*size);
-    owner->removeAttribute(size);
-    EXPECT_EQ(1, size->numCallbacks());
-    size->setValue(2);
-    EXPECT_TRUE(owner->heard().empty());
-    owner.release();
-    size->setValue(3);
-    EXPECT_EQ((Names{"size", "size"}), stranger.heard());
-}
-
-TEST(QelAttributeBasedEnd, OneAttributeOfTwoOwners) {
-    MoxSmartPtr<Listener> one(new Listener);
-    MoxSmartPtr<Listener> const other(new Listener);
-    IntPtr const size = one->addAndListen("size", 1);
-    other->addAttribute(size, "length");
-    other->listenTo(*size);
-    size->setValue(2);
-    EXPECT_EQ(Names{"size"}, one->heard());
-    EXPECT_EQ(Names{"size"}, other->heard());
-    one.release();
-    size->setValue(3);
-    EXPECT_EQ((Names{"size", "size"}), other->heard());
-}
-
-TEST(QelAttributeBasedEnd, TheOwnerReleasesItsAttributes) {
-    LifeToken const token;
-    {
-        Listener owner;
-        for (char const * name : {"a", "b", "c"}) {
-            observe(*owner.add(name), [held = token.get()](AttributePtr const &) {});
-        }
-        EXPECT_EQ(4, token.get().use_count());
-        owner.removeAttribute("b");
-        EXPECT_EQ(3, token.get().use_count());
-    }
-    EXPECT_TRUE(token.gone());
-}
-
-// ---- Callbacks whose end turns to the owner
-
-// Adds a callback of the target whose end does something.
-void addEnding(QelAttribute & attribute, QelAttributeBased * target, std::function<void()> action) {
-    auto const end = std::make_shared<AtEnd>(std::move(action));
-    observe(
-        attribute, [end](AttributePtr const &) {}, target);
-}
-
-TEST(QelAttributeBasedEnd, WhatEndsWithACallbackFindsAnOwnerThatEndsEmpty) {
-    int ends = 0;
-    MoxSmartPtr<Listener> owner(new Listener);
-    Listener * const raw = owner;
-    IntPtr const held = owner->add("held");
-    LifeToken const token;
-    auto const removeAll = [&ends, raw] {
-        ++ends;
-        EXPECT_EQ(0, raw->getNumAttributes());
-        EXPECT_FALSE(raw->getAttribute("last"));
-        for (char const * name : {"held", "own", "last"})
-            raw->removeAttribute(name);
-    };
-    addEnding(*held, raw, removeAll);
-    // One goes with the owner's callbacks, the other one with the attribute.
-    addEnding(*owner->add("own"), raw, removeAll);
-    addEnding(*owner->getAttribute("own"), nullptr, removeAll);
-    observe(*owner->add("last"), [held = token.get()](AttributePtr const &) {});
-    owner.release();
-    EXPECT_EQ(3, ends);
-    EXPECT_TRUE(token.gone());
-    EXPECT_EQ(1, held->refCount());
-    EXPECT_EQ(0, held->numCallbacks());
-}
-
-TEST(QelAttributeBasedEnd, WhatEndsWithACallbackMayRemoveAttributes) {
-    Listener owner;
-    for (char const * name : {"b", "a", "c"})
-        owner.add(name);
-    addEnding(*owner.getAttribute("a"), &owner, [&owner] {
-        EXPECT_EQ("c", owner.getAttributeName(1));
-        while (owner.getNumAttributes() > 0)
-            owner.removeAttribute(0);
-    });
-    owner.removeAttribute("a");
-    EXPECT_EQ(0, owner.getNumAttributes());
-    EXPECT_FALSE(owner.getAttribute("c"));
-}
-
-TEST(QelAttributeBasedEnd, WhatEndsWithACallbackMayDropTheOwner) {
-    MoxSmartPtr<Listener> owner(new Listener);
-    IntPtr const held = owner->addAndListen("held");
-    addEnding(*owner->add("size"), owner, [&owner] { owner.release(); });
-    owner.get()->removeAttribute("size");
-    EXPECT_FALSE(owner);
-    EXPECT_EQ(1, held->refCount());
-    EXPECT_EQ(0, held->numCallbacks());
 }
 
 }  // namespace

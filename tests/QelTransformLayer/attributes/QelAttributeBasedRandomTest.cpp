@@ -84,9 +84,9 @@ class Model {
     std::map<QelAttribute const *, int> callbacks_;
 };
 
-class QelAttributeBasedRandom : public testing::Test {
+class QelAttributeBasedRandomTest : public testing::Test {
   protected:
-    QelAttributeBasedRandom() {
+    QelAttributeBasedRandomTest() {
         for (int i = 0; i < 24; ++i)
             pool_.push_back(new IntAttribute(std::string("n") + std::to_string(i % 20), i));
     }
@@ -229,7 +229,7 @@ class QelAttributeBasedRandom : public testing::Test {
     MoxSmartPtr<Listener> object_{new Listener};
 };
 
-TEST_F(QelAttributeBasedRandom, DoesWhatTheModelDoes) {
+TEST_F(QelAttributeBasedRandomTest, DoesWhatTheModelDoes) {
     std::cout << "seed " << seed << '\n';
     int largest = 0;
     for (int i = 0; i < 6000; ++i) {

@@ -10,20 +10,20 @@ namespace {
 
 using CallbackPtr = std::unique_ptr<QelAttributeChangedCallback>;
 
-TEST(QelAttributeChangedCallback, KeepsItsTarget) {
+TEST(QelAttributeChangedCallbackTest, KeepsItsTarget) {
     Listener target;
     ActionCallback const callback([](AttributePtr const &) {}, &target);
     EXPECT_EQ(&target, callback.getTarget());
     EXPECT_EQ(nullptr, ActionCallback([](AttributePtr const &) {}).getTarget());
 }
 
-TEST(QelAttributeChangedCallback, DoesNotCountItsTarget) {
+TEST(QelAttributeChangedCallbackTest, DoesNotCountItsTarget) {
     MoxSmartPtr<Listener> const target(new Listener);
     ActionCallback const callback([](AttributePtr const &) {}, target);
     EXPECT_EQ(1, target->refCount());
 }
 
-TEST(QelAttributeChangedCallback, ACloneIsTheSameForAnotherTarget) {
+TEST(QelAttributeChangedCallbackTest, ACloneIsTheSameForAnotherTarget) {
     Listener target;
     Listener other;
     int calls = 0;
@@ -35,7 +35,7 @@ TEST(QelAttributeChangedCallback, ACloneIsTheSameForAnotherTarget) {
     EXPECT_EQ(1, calls);
 }
 
-TEST(QelAttributeChangedCallback, IsDeletedThroughItsBase) {
+TEST(QelAttributeChangedCallbackTest, IsDeletedThroughItsBase) {
     LifeToken const token;
     CallbackPtr callback =
         std::make_unique<ActionCallback>([held = token.get()](AttributePtr const &) {});
@@ -55,7 +55,7 @@ class BorrowedTarget : public ActionCallback {
     QelAttributeBased * borrowed_;
 };
 
-TEST(QelAttributeChangedCallback, MaySayAnotherTarget) {
+TEST(QelAttributeChangedCallbackTest, MaySayAnotherTarget) {
     Listener target;
     IntPtr const attribute(new IntAttribute("size"));
     attribute->addCallback(std::make_unique<BorrowedTarget>(&target));
@@ -67,7 +67,7 @@ TEST(QelAttributeChangedCallback, MaySayAnotherTarget) {
 }
 
 // The pointer that a callback is handed holds the attribute.
-TEST(QelAttributeChangedCallback, IsHandedAReference) {
+TEST(QelAttributeChangedCallbackTest, IsHandedAReference) {
     IntPtr const attribute(new IntAttribute("size"));
     int count = 0;
     observe(*attribute, [&](AttributePtr const & changed) { count = changed->refCount(); });

@@ -68,13 +68,13 @@ class Aside {
 class WithAside : public Left, public Aside {};
 
 template <class T>
-class QelAttributeChangedRegistrationTarget : public testing::Test {};
+class QelAttributeChangedRegistrationTargetTest : public testing::Test {};
 
 // Sanitizers take every call of a function of a base class that stands behind another one, through
 // a pointer to member, for one of an object of the wrong class.
 using AsideTarget = std::conditional_t<sanitized, Plain, WithAside>;
 using Targets = testing::Types<Plain, Derived, Shifted, Virtual, Diamond, AsideTarget>;
-TYPED_TEST_SUITE(QelAttributeChangedRegistrationTarget, Targets);
+TYPED_TEST_SUITE(QelAttributeChangedRegistrationTargetTest, Targets);
 
 template <class T>
 std::string expectedText() {
@@ -85,7 +85,7 @@ std::string expectedText() {
     return "aside";
 }
 
-TYPED_TEST(QelAttributeChangedRegistrationTarget, CallsTheMemberFunction) {
+TYPED_TEST(QelAttributeChangedRegistrationTargetTest, CallsTheMemberFunction) {
     TypeParam target;
     IntPtr const attribute(new IntAttribute("size"));
     auto registration =
@@ -98,7 +98,7 @@ TYPED_TEST(QelAttributeChangedRegistrationTarget, CallsTheMemberFunction) {
     EXPECT_EQ(attribute.get(), target.attribute());
 }
 
-TYPED_TEST(QelAttributeChangedRegistrationTarget, ACloneCallsTheOtherTarget) {
+TYPED_TEST(QelAttributeChangedRegistrationTargetTest, ACloneCallsTheOtherTarget) {
     TypeParam target;
     TypeParam other;
     IntPtr const attribute(new IntAttribute("size"));
@@ -112,14 +112,14 @@ TYPED_TEST(QelAttributeChangedRegistrationTarget, ACloneCallsTheOtherTarget) {
     EXPECT_EQ(clone.get(), other.attribute());
 }
 
-TEST(QelAttributeChangedRegistration, CallsWhatADerivedClassOverrides) {
+TEST(QelAttributeChangedRegistrationTest, CallsWhatADerivedClassOverrides) {
     Derived target;
     QelAttributeChangedRegistration<Plain> registration(&target, &Plain::drawn);
     registration.attributeChanged(AttributePtr(new IntAttribute("size")));
     EXPECT_EQ("derived", target.text());
 }
 
-TEST(QelAttributeChangedRegistration, ATargetOfAnotherClassIsNotCalled) {
+TEST(QelAttributeChangedRegistrationTest, ATargetOfAnotherClassIsNotCalled) {
     Plain target;
     Virtual other;
     QelAttributeChangedRegistration<Plain> const registration(&target, &Plain::changed);
@@ -173,12 +173,13 @@ class Living : public Changing<Base> {
 };
 
 template <class Base>
-class QelAttributeChangedRegistrationLife : public testing::Test {};
+class QelAttributeChangedRegistrationLifeTest : public testing::Test {};
 
 using Bases = testing::Types<PlainBase, VirtualBase>;
-TYPED_TEST_SUITE(QelAttributeChangedRegistrationLife, Bases);
+TYPED_TEST_SUITE(QelAttributeChangedRegistrationLifeTest, Bases);
 
-TYPED_TEST(QelAttributeChangedRegistrationLife, TargetsAreNotCalledBeforeTheyBeginAndOnceTheyEnd) {
+TYPED_TEST(QelAttributeChangedRegistrationLifeTest,
+           TargetsAreNotCalledBeforeTheyBeginAndOnceTheyEnd) {
     std::string calls;
     {
         Living<TypeParam> const target(calls);

@@ -17,7 +17,7 @@
 
 namespace {
 
-class QelAttributeReentry : public testing::Test {
+class QelAttributeReentryTest : public testing::Test {
   protected:
     ActionCallback::Action note(char const * name) {
         return [this, name](AttributePtr const &) { calls_ += name; };
@@ -52,7 +52,7 @@ std::string const endless = "Attribute size is changed by its own callbacks with
 
 // ---- Setting the attribute that calls
 
-TEST_F(QelAttributeReentry, AClampingCallbackSetsTheAttributeAgain) {
+TEST_F(QelAttributeReentryTest, AClampingCallbackSetsTheAttributeAgain) {
     std::vector<int> seen;
     add([this](AttributePtr const &) {
         int const clamped = std::clamp(attribute_->getValue(), 0, 10);
@@ -70,7 +70,7 @@ TEST_F(QelAttributeReentry, AClampingCallbackSetsTheAttributeAgain) {
     EXPECT_EQ(3U, seen.size());
 }
 
-TEST_F(QelAttributeReentry, AnEndlessCallbackIsRefusedAndTheAttributeStaysUsable) {
+TEST_F(QelAttributeReentryTest, AnEndlessCallbackIsRefusedAndTheAttributeStaysUsable) {
     addEndless();
     add("b");
     // Always alike: nothing of the first time is left.
@@ -90,7 +90,7 @@ TEST_F(QelAttributeReentry, AnEndlessCallbackIsRefusedAndTheAttributeStaysUsable
     EXPECT_EQ(1, attribute_->refCount());
 }
 
-TEST_F(QelAttributeReentry, MaxNestingChangesFromWithinAreAllowed) {
+TEST_F(QelAttributeReentryTest, MaxNestingChangesFromWithinAreAllowed) {
     add([this](AttributePtr const &) {
         int const value = attribute_->getValue();
         if (value < QelAttribute::maxNesting) attribute_->setValue(value + 1);
@@ -101,7 +101,7 @@ TEST_F(QelAttributeReentry, MaxNestingChangesFromWithinAreAllowed) {
     EXPECT_EQ(99, attribute_->getValue());
 }
 
-TEST_F(QelAttributeReentry, EveryWayOfChangingWithoutEndIsRefused) {
+TEST_F(QelAttributeReentryTest, EveryWayOfChangingWithoutEndIsRefused) {
     std::istringstream in("1 2 3");
     struct Row {
         char const * name;
@@ -137,7 +137,7 @@ TEST_F(QelAttributeReentry, EveryWayOfChangingWithoutEndIsRefused) {
     }
 }
 
-TEST_F(QelAttributeReentry, TheRefusedChangeReadsNothingAndStoresNothing) {
+TEST_F(QelAttributeReentryTest, TheRefusedChangeReadsNothingAndStoresNothing) {
     std::istringstream in("7");
     bool refused = false;
     add([&](AttributePtr const &) {
@@ -163,7 +163,7 @@ TEST_F(QelAttributeReentry, TheRefusedChangeReadsNothingAndStoresNothing) {
     EXPECT_EQ(QelAttribute::maxNesting, attribute_->getValue());
 }
 
-TEST_F(QelAttributeReentry, TheLockIsToldBeforeTheEnd) {
+TEST_F(QelAttributeReentryTest, TheLockIsToldBeforeTheEnd) {
     add([&](AttributePtr const &) {
         if (attribute_->getValue() == QelAttribute::maxNesting) attribute_->lock();
         attribute_->setValue(attribute_->getValue() + 1);
@@ -171,7 +171,7 @@ TEST_F(QelAttributeReentry, TheLockIsToldBeforeTheEnd) {
     expectRaises(QelErrorCode::attributeLocked, "size", [&] { attribute_->setValue(0); });
 }
 
-TEST_F(QelAttributeReentry, TwoAttributesThatSetEachOtherWithoutEndAreRefused) {
+TEST_F(QelAttributeReentryTest, TwoAttributesThatSetEachOtherWithoutEndAreRefused) {
     IntPtr const other(new IntAttribute("other"));
     add([&](AttributePtr const &) { other->setValue(1); });
     observe(*other, [&](AttributePtr const &) { attribute_->setValue(1); });
@@ -186,7 +186,7 @@ TEST_F(QelAttributeReentry, TwoAttributesThatSetEachOtherWithoutEndAreRefused) {
 
 // ---- Removing
 
-TEST_F(QelAttributeReentry, ACallbackRemovesItself) {
+TEST_F(QelAttributeReentryTest, ACallbackRemovesItself) {
     LifeToken const token;
     QelAttributeChangedCallback const * self = nullptr;
     add("a");
@@ -204,7 +204,7 @@ TEST_F(QelAttributeReentry, ACallbackRemovesItself) {
     EXPECT_EQ("ac", change());
 }
 
-TEST_F(QelAttributeReentry, ARemovedCallbackIsNotCalledAnyMore) {
+TEST_F(QelAttributeReentryTest, ARemovedCallbackIsNotCalledAnyMore) {
     std::vector<QelAttributeChangedCallback const *> others;
     LifeToken const token;
     others.push_back(add("a"));
@@ -221,7 +221,7 @@ TEST_F(QelAttributeReentry, ARemovedCallbackIsNotCalledAnyMore) {
     EXPECT_EQ("bd", change());
 }
 
-TEST_F(QelAttributeReentry, ACallbackRemovesAllOfATarget) {
+TEST_F(QelAttributeReentryTest, ACallbackRemovesAllOfATarget) {
     Listener target;
     LifeToken const token;
     add([held = token.get(), this](AttributePtr const &) { calls_ += "a"; }, &target);
@@ -236,7 +236,7 @@ TEST_F(QelAttributeReentry, ACallbackRemovesAllOfATarget) {
     EXPECT_EQ("bd", change());
 }
 
-TEST_F(QelAttributeReentry, WhatANestedChangeRemovesLivesUntilTheOutermostEnds) {
+TEST_F(QelAttributeReentryTest, WhatANestedChangeRemovesLivesUntilTheOutermostEnds) {
     LifeToken const token;
     QelAttributeChangedCallback const * self = nullptr;
     bool nested = false;
@@ -254,7 +254,7 @@ TEST_F(QelAttributeReentry, WhatANestedChangeRemovesLivesUntilTheOutermostEnds) 
     EXPECT_EQ("b", change());
 }
 
-TEST_F(QelAttributeReentry, ARemovedCallbackIsNotCloned) {
+TEST_F(QelAttributeReentryTest, ARemovedCallbackIsNotCloned) {
     Listener owner;
     AttributePtr clone;
     add(
@@ -270,7 +270,7 @@ TEST_F(QelAttributeReentry, ARemovedCallbackIsNotCloned) {
 
 // ---- Adding
 
-TEST_F(QelAttributeReentry, WhatACallbackAddsIsCalledFromTheNextChangeOn) {
+TEST_F(QelAttributeReentryTest, WhatACallbackAddsIsCalledFromTheNextChangeOn) {
     bool added = false;
     add([&, this](AttributePtr const &) {
         calls_ += "a";
@@ -285,7 +285,7 @@ TEST_F(QelAttributeReentry, WhatACallbackAddsIsCalledFromTheNextChangeOn) {
     EXPECT_EQ("ab" + std::string(100, 'n'), change());
 }
 
-TEST_F(QelAttributeReentry, AChangeFromWithinCallsWhatWasAddedBefore) {
+TEST_F(QelAttributeReentryTest, AChangeFromWithinCallsWhatWasAddedBefore) {
     bool added = false;
     add([&, this](AttributePtr const &) {
         calls_ += "a";
@@ -298,7 +298,7 @@ TEST_F(QelAttributeReentry, AChangeFromWithinCallsWhatWasAddedBefore) {
     EXPECT_EQ("abn", change());
 }
 
-TEST_F(QelAttributeReentry, ACallbackReplacesItself) {
+TEST_F(QelAttributeReentryTest, ACallbackReplacesItself) {
     QelAttributeChangedCallback const * self = nullptr;
     self = add([&, this](AttributePtr const &) {
         calls_ += "a";
@@ -312,7 +312,7 @@ TEST_F(QelAttributeReentry, ACallbackReplacesItself) {
 
 // ---- Dropping
 
-TEST_F(QelAttributeReentry, ACallbackDropsTheOwner) {
+TEST_F(QelAttributeReentryTest, ACallbackDropsTheOwner) {
     MoxSmartPtr<Listener> owner(new Listener);
     LifeToken const token;
     owner->addAttribute(attribute_);
@@ -325,7 +325,7 @@ TEST_F(QelAttributeReentry, ACallbackDropsTheOwner) {
     EXPECT_EQ("c", change());
 }
 
-TEST_F(QelAttributeReentry, ACallbackDropsTheOwnerThatHeldTheAttributeAlone) {
+TEST_F(QelAttributeReentryTest, ACallbackDropsTheOwnerThatHeldTheAttributeAlone) {
     MoxSmartPtr<Listener> owner(new Listener);
     LifeToken const token;
     owner->addAttribute(attribute_);
@@ -345,7 +345,7 @@ TEST_F(QelAttributeReentry, ACallbackDropsTheOwnerThatHeldTheAttributeAlone) {
     EXPECT_TRUE(token.gone());
 }
 
-TEST_F(QelAttributeReentry, ACallbackDropsTheLastPointerToTheAttribute) {
+TEST_F(QelAttributeReentryTest, ACallbackDropsTheLastPointerToTheAttribute) {
     LifeToken const token;
     add([this, held = token.get()](AttributePtr const & changed) {
         calls_ += "a";
@@ -359,7 +359,7 @@ TEST_F(QelAttributeReentry, ACallbackDropsTheLastPointerToTheAttribute) {
     EXPECT_TRUE(token.gone());
 }
 
-TEST_F(QelAttributeReentry, ACallbackRemovesTheAttributeFromItsOwner) {
+TEST_F(QelAttributeReentryTest, ACallbackRemovesTheAttributeFromItsOwner) {
     Listener owner;
     owner.addAttribute(attribute_);
     add("a");
@@ -374,7 +374,7 @@ TEST_F(QelAttributeReentry, ACallbackRemovesTheAttributeFromItsOwner) {
 
 // ---- Raising
 
-TEST_F(QelAttributeReentry, WhatACallbackRaisesGoesToWhoChangedTheValue) {
+TEST_F(QelAttributeReentryTest, WhatACallbackRaisesGoesToWhoChangedTheValue) {
     add("a");
     auto const * const raising = add([](AttributePtr const &) { qelRaise(13, "no such size"); });
     add("c");
@@ -388,7 +388,7 @@ TEST_F(QelAttributeReentry, WhatACallbackRaisesGoesToWhoChangedTheValue) {
     EXPECT_EQ("ac", change());
 }
 
-TEST_F(QelAttributeReentry, ACallbackThatRemovesItselfAndRaisesIsDeleted) {
+TEST_F(QelAttributeReentryTest, ACallbackThatRemovesItselfAndRaisesIsDeleted) {
     LifeToken const token;
     QelAttributeChangedCallback const * self = nullptr;
     self = add([this, &self, held = token.get()](AttributePtr const &) {
@@ -401,7 +401,7 @@ TEST_F(QelAttributeReentry, ACallbackThatRemovesItselfAndRaisesIsDeleted) {
     EXPECT_EQ("b", change());
 }
 
-TEST_F(QelAttributeReentry, ErrorsDoNotUseUpTheNesting) {
+TEST_F(QelAttributeReentryTest, ErrorsDoNotUseUpTheNesting) {
     auto const * const raising = add([](AttributePtr const &) { qelRaise(13, "no such size"); });
     for (int i = 0; i < 3 * QelAttribute::maxNesting; ++i)
         expectRaises(QelErrorCode::invalidValue, "no such size", [&] { attribute_->setValue(i); });

@@ -35,13 +35,13 @@ class Calls {
 
 // ---- Stamps
 
-TEST(QelAttribute, ConstructionTakesTheNextStamp) {
+TEST(QelAttributeTest, ConstructionTakesTheNextStamp) {
     IntPtr const first = number();
     IntPtr const second = number();
     EXPECT_EQ(first->timestamp() + 1, second->timestamp());
 }
 
-TEST(QelAttribute, EachChangeTakesOneStampAndNothingElseDoes) {
+TEST(QelAttributeTest, EachChangeTakesOneStampAndNothingElseDoes) {
     struct Row {
         char const * name;
         std::uint32_t stamps;
@@ -91,7 +91,7 @@ TEST(QelAttribute, EachChangeTakesOneStampAndNothingElseDoes) {
     }
 }
 
-TEST(QelAttribute, CallbacksFindTheNewStampAndTheNewValue) {
+TEST(QelAttributeTest, CallbacksFindTheNewStampAndTheNewValue) {
     IntPtr const attribute = number();
     std::uint32_t const before = attribute->timestamp();
     int calls = 0;
@@ -107,7 +107,7 @@ TEST(QelAttribute, CallbacksFindTheNewStampAndTheNewValue) {
 
 // ---- The lock
 
-TEST(QelAttribute, IsUnlockedUntilLocked) {
+TEST(QelAttributeTest, IsUnlockedUntilLocked) {
     IntPtr const attribute = number();
     EXPECT_FALSE(attribute->locked());
     attribute->lock();
@@ -117,7 +117,7 @@ TEST(QelAttribute, IsUnlockedUntilLocked) {
     EXPECT_FALSE(attribute->locked());
 }
 
-TEST(QelAttribute, LockedChangesNeitherStampNorCallsCallbacks) {
+TEST(QelAttributeTest, LockedChangesNeitherStampNorCallsCallbacks) {
     IntPtr const attribute = number(3);
     Calls calls;
     calls.add(*attribute, "a");
@@ -131,7 +131,7 @@ TEST(QelAttribute, LockedChangesNeitherStampNorCallsCallbacks) {
     EXPECT_EQ("a", calls.take());
 }
 
-TEST(QelAttribute, ACallbackMayLock) {
+TEST(QelAttributeTest, ACallbackMayLock) {
     IntPtr const attribute = number();
     observe(*attribute, [](AttributePtr const & changed) { changed->lock(); });
     attribute->setValue(1);
@@ -141,7 +141,7 @@ TEST(QelAttribute, ACallbackMayLock) {
 
 // ---- Callbacks
 
-TEST(QelAttribute, CallsCallbacksInTheOrderOfTheirAddition) {
+TEST(QelAttributeTest, CallsCallbacksInTheOrderOfTheirAddition) {
     IntPtr const attribute = number();
     Calls calls;
     for (char const * name : {"c", "a", "b"})
@@ -154,7 +154,7 @@ TEST(QelAttribute, CallsCallbacksInTheOrderOfTheirAddition) {
 }
 
 // setValue with the same value still takes a new stamp and fires the callbacks.
-TEST(QelAttribute, SettingTheSameValueStillCallsCallbacks) {
+TEST(QelAttributeTest, SettingTheSameValueStillCallsCallbacks) {
     IntPtr const attribute = number(5);
     Calls calls;
     calls.add(*attribute, "a");
@@ -164,7 +164,7 @@ TEST(QelAttribute, SettingTheSameValueStillCallsCallbacks) {
     EXPECT_EQ(before + 1, attribute->timestamp());
 }
 
-TEST(QelAttribute, EveryChangeCallsCallbacks) {
+TEST(QelAttributeTest, EveryChangeCallsCallbacks) {
     IntPtr const attribute = number(5);
     Calls calls;
     calls.add(*attribute, "a");
@@ -180,14 +180,14 @@ TEST(QelAttribute, EveryChangeCallsCallbacks) {
     EXPECT_EQ("", calls.take());
 }
 
-TEST(QelAttribute, AddCallbackRefusesNull) {
+TEST(QelAttributeTest, AddCallbackRefusesNull) {
     IntPtr const attribute = number();
     expectRaises(QelErrorCode::nullPointer, "QelAttribute::addCallback requires a callback",
                  [&] { attribute->addCallback(nullptr); });
     EXPECT_EQ(0, attribute->numCallbacks());
 }
 
-TEST(QelAttribute, DeletesItsCallbacksWithItself) {
+TEST(QelAttributeTest, DeletesItsCallbacksWithItself) {
     LifeToken const token;
     {
         IntPtr const attribute = number();
@@ -197,7 +197,7 @@ TEST(QelAttribute, DeletesItsCallbacksWithItself) {
     EXPECT_TRUE(token.gone());
 }
 
-TEST(QelAttribute, RemovesTheCallbacksOfOneTarget) {
+TEST(QelAttributeTest, RemovesTheCallbacksOfOneTarget) {
     IntPtr const attribute = number();
     Listener one;
     Listener other;
@@ -221,7 +221,7 @@ TEST(QelAttribute, RemovesTheCallbacksOfOneTarget) {
     EXPECT_EQ(2, attribute->numCallbacks());
 }
 
-TEST(QelAttribute, RemovesOneCallback) {
+TEST(QelAttributeTest, RemovesOneCallback) {
     IntPtr const attribute = number();
     Calls calls;
     LifeToken const token;
@@ -238,7 +238,7 @@ TEST(QelAttribute, RemovesOneCallback) {
     EXPECT_EQ("ac", calls.take());
 }
 
-TEST(QelAttribute, ADifferentAttributesCallbackIsNotRemoved) {
+TEST(QelAttributeTest, ADifferentAttributesCallbackIsNotRemoved) {
     IntPtr const attribute = number();
     IntPtr const other = number();
     Calls calls;
@@ -249,7 +249,7 @@ TEST(QelAttribute, ADifferentAttributesCallbackIsNotRemoved) {
 }
 
 // A callback may own what is observed, so that its end removes callbacks from the same list.
-TEST(QelAttribute, ACallbackThatOwnsTheOwnerMayBeRemoved) {
+TEST(QelAttributeTest, ACallbackThatOwnsTheOwnerMayBeRemoved) {
     MoxSmartPtr<Listener> owner(new Listener);
     IntPtr const attribute = owner->add("size");
     Calls calls;
@@ -269,7 +269,7 @@ TEST(QelAttribute, ACallbackThatOwnsTheOwnerMayBeRemoved) {
     EXPECT_EQ("abc", calls.take());
 }
 
-TEST(QelAttribute, TheEndOfAnAttributeMayRemoveItsCallbacks) {
+TEST(QelAttributeTest, TheEndOfAnAttributeMayRemoveItsCallbacks) {
     LifeToken const token;
     IntPtr attribute = number();
     IntAttribute * const raw = attribute;
@@ -287,7 +287,7 @@ TEST(QelAttribute, TheEndOfAnAttributeMayRemoveItsCallbacks) {
     EXPECT_TRUE(token.gone());
 }
 
-TEST(QelAttribute, TheEndOfACallbackMayAddCallbacksAndChangeTheValue) {
+TEST(QelAttributeTest, TheEndOfACallbackMayAddCallbacksAndChangeTheValue) {
     IntPtr const attribute = number();
     Calls calls;
     Listener target;
@@ -316,7 +316,7 @@ TEST(QelAttribute, TheEndOfACallbackMayAddCallbacksAndChangeTheValue) {
 
 // ---- Cloning
 
-TEST(QelAttribute, CloneHasNameAndValueAndANewStampAndIsNotLocked) {
+TEST(QelAttributeTest, CloneHasNameAndValueAndANewStampAndIsNotLocked) {
     IntPtr const attribute = number(8);
     attribute->lock();
     std::uint32_t const before = number()->timestamp();
@@ -330,7 +330,7 @@ TEST(QelAttribute, CloneHasNameAndValueAndANewStampAndIsNotLocked) {
     EXPECT_TRUE(attribute->locked());
 }
 
-TEST(QelAttribute, CloneTakesTheCallbacksOfTheOldOwnerAlong) {
+TEST(QelAttributeTest, CloneTakesTheCallbacksOfTheOldOwnerAlong) {
     IntPtr const attribute = number();
     Listener oldOwner;
     Listener stranger;
@@ -352,7 +352,7 @@ TEST(QelAttribute, CloneTakesTheCallbacksOfTheOldOwnerAlong) {
     EXPECT_EQ(0, clone->numCallbacks());
 }
 
-TEST(QelAttribute, CloneLeavesAllCallbacksBehindWithoutAnOldOwner) {
+TEST(QelAttributeTest, CloneLeavesAllCallbacksBehindWithoutAnOldOwner) {
     IntPtr const attribute = number();
     Listener owner;
     Calls calls;
@@ -362,7 +362,7 @@ TEST(QelAttribute, CloneLeavesAllCallbacksBehindWithoutAnOldOwner) {
     EXPECT_EQ(0, attribute->clone(nullptr, &owner)->numCallbacks());
 }
 
-TEST(QelAttribute, ACloneIsIndependent) {
+TEST(QelAttributeTest, ACloneIsIndependent) {
     IntPtr const attribute = number(1);
     IntPtr const clone = IntAttribute::of(attribute->clone(nullptr, nullptr));
     attribute->setValue(2);

@@ -52,7 +52,7 @@ std::vector<Stamps> workOfAll() {
     return stamps;
 }
 
-TEST(QelAttributeThread, StampsAreUniqueAndRiseInEachThread) {
+TEST(QelAttributeThreadTest, StampsAreUniqueAndRiseInEachThread) {
     std::uint32_t const before = IntPtr(new IntAttribute("before"))->timestamp();
     Stamps all;
     for (Stamps const & stamps : workOfAll()) {
@@ -66,7 +66,7 @@ TEST(QelAttributeThread, StampsAreUniqueAndRiseInEachThread) {
         ASSERT_EQ(before + 1 + i, all[i]);
 }
 
-TEST(QelAttributeThread, ManyThreadsLookAtOneObject) {
+TEST(QelAttributeThreadTest, ManyThreadsLookAtOneObject) {
     Listener owner;
     for (int i = 0; i < 50; ++i)
         owner.add("size " + std::to_string(i), i);

@@ -113,7 +113,7 @@ std::vector<std::shared_ptr<Kind const>> const & allKinds() {
     return kinds;
 }
 
-class QelSimpleAttributeOf : public testing::TestWithParam<std::shared_ptr<Kind const>> {
+class QelSimpleAttributeOfTest : public testing::TestWithParam<std::shared_ptr<Kind const>> {
   protected:
     Kind const & kind() const { return *GetParam(); }
 
@@ -128,9 +128,9 @@ std::string nameOf(testing::TestParamInfo<std::shared_ptr<Kind const>> const & k
     return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(EachType, QelSimpleAttributeOf, testing::ValuesIn(allKinds()), nameOf);
+INSTANTIATE_TEST_SUITE_P(EachType, QelSimpleAttributeOfTest, testing::ValuesIn(allKinds()), nameOf);
 
-TEST_P(QelSimpleAttributeOf, HoldsItsNameAndItsValue) {
+TEST_P(QelSimpleAttributeOfTest, HoldsItsNameAndItsValue) {
     EXPECT_EQ("name", attribute_->name());
     EXPECT_TRUE(kind().holds(*attribute_, Sample::one));
     kind().set(*attribute_, Sample::two);
@@ -140,16 +140,16 @@ TEST_P(QelSimpleAttributeOf, HoldsItsNameAndItsValue) {
     EXPECT_TRUE(kind().holds(*attribute_, Sample::one));
 }
 
-TEST_P(QelSimpleAttributeOf, IsZeroOrEmptyAtFirst) {
+TEST_P(QelSimpleAttributeOfTest, IsZeroOrEmptyAtFirst) {
     EXPECT_TRUE(kind().holds(*kind().make("name", Sample::none), Sample::none));
     EXPECT_FALSE(kind().holds(*attribute_, Sample::none));
 }
 
-TEST_P(QelSimpleAttributeOf, TellsItsType) {
+TEST_P(QelSimpleAttributeOfTest, TellsItsType) {
     EXPECT_EQ(kind().type(), attribute_->getType());
 }
 
-TEST_P(QelSimpleAttributeOf, CloneHasTheValue) {
+TEST_P(QelSimpleAttributeOfTest, CloneHasTheValue) {
     attribute_->lock();
     AttributePtr const clone = attribute_->clone(nullptr, nullptr);
     ASSERT_TRUE(kind().finds(clone));
@@ -162,7 +162,7 @@ TEST_P(QelSimpleAttributeOf, CloneHasTheValue) {
 }
 
 // From each type, and with success from its own alone.
-TEST_P(QelSimpleAttributeOf, CopiesValuesOfItsOwnTypeOnly) {
+TEST_P(QelSimpleAttributeOfTest, CopiesValuesOfItsOwnTypeOnly) {
     int copied = 0;
     for (std::shared_ptr<Kind const> const & other : allKinds()) {
         SCOPED_TRACE(other->name());
@@ -183,12 +183,12 @@ TEST_P(QelSimpleAttributeOf, CopiesValuesOfItsOwnTypeOnly) {
     EXPECT_EQ(1, copied);
 }
 
-TEST_P(QelSimpleAttributeOf, IsFoundByItsType) {
+TEST_P(QelSimpleAttributeOfTest, IsFoundByItsType) {
     EXPECT_TRUE(kind().finds(attribute_));
     EXPECT_TRUE(kind().finds(nullptr));
 }
 
-TEST_P(QelSimpleAttributeOf, WritesAndReads) {
+TEST_P(QelSimpleAttributeOfTest, WritesAndReads) {
     AttributePtr const read = kind().make("name", Sample::two);
     std::stringstream text;
     attribute_->writeValue(text);
@@ -199,7 +199,7 @@ TEST_P(QelSimpleAttributeOf, WritesAndReads) {
 
 // ---- The lock
 
-TEST_P(QelSimpleAttributeOf, LockedRefusesEveryChangeAndConsumesNothing) {
+TEST_P(QelSimpleAttributeOfTest, LockedRefusesEveryChangeAndConsumesNothing) {
     AttributePtr const source = kind().make("source", Sample::two);
     std::stringstream in;
     in << ' ';
@@ -234,7 +234,7 @@ TEST_P(QelSimpleAttributeOf, LockedRefusesEveryChangeAndConsumesNothing) {
 }
 
 // Locking changes neither getValue nor writeValue.
-TEST_P(QelSimpleAttributeOf, LockedStillShowsItsValue) {
+TEST_P(QelSimpleAttributeOfTest, LockedStillShowsItsValue) {
     std::ostringstream open;
     attribute_->writeValue(open);
     attribute_->lock();
@@ -248,7 +248,7 @@ TEST_P(QelSimpleAttributeOf, LockedStillShowsItsValue) {
     }
 }
 
-TEST(QelSimpleAttribute, TheTextOfTheLockIsTheAttributesOwnName) {
+TEST(QelSimpleAttributeTest, TheTextOfTheLockIsTheAttributesOwnName) {
     Listener owner;
     IntPtr const attribute(new IntAttribute("own name"));
     owner.addAttribute(attribute, "key");
@@ -258,7 +258,7 @@ TEST(QelSimpleAttribute, TheTextOfTheLockIsTheAttributesOwnName) {
 
 // ---- Values
 
-TEST(QelSimpleAttribute, NumbersAreZeroAtFirst) {
+TEST(QelSimpleAttributeTest, NumbersAreZeroAtFirst) {
     EXPECT_EQ(0, MoxSmartPtr(new QelSimpleAttribute<int>("n"))->getValue());
     EXPECT_EQ(0.0, MoxSmartPtr(new QelSimpleAttribute<double>("n"))->getValue());
     EXPECT_FALSE(MoxSmartPtr(new QelSimpleAttribute<bool>("n"))->getValue());
@@ -267,7 +267,7 @@ TEST(QelSimpleAttribute, NumbersAreZeroAtFirst) {
     EXPECT_FALSE(MoxSmartPtr(new QelSimpleAttribute<Space>("n"))->getValue());
 }
 
-TEST(QelSimpleAttribute, AValueMayBeSetFromItself) {
+TEST(QelSimpleAttributeTest, AValueMayBeSetFromItself) {
     MoxSmartPtr<QelSimpleAttribute<std::string>> const text(
         new QelSimpleAttribute<std::string>("n", std::string(100, 'x')));
     text->setValue(text->getValue());
@@ -284,7 +284,7 @@ class Even : public IntAttribute {
     void setValue(int value) override { IntAttribute::setValue(value / 2 * 2); }
 };
 
-TEST(QelSimpleAttribute, CopyValueGoesThroughSetValue) {
+TEST(QelSimpleAttributeTest, CopyValueGoesThroughSetValue) {
     MoxSmartPtr<Even> const even(new Even("n"));
     IntPtr const source(new IntAttribute("n", 7));
     EXPECT_TRUE(even->copyValue(*source));
@@ -313,7 +313,7 @@ std::istream & operator>>(std::istream & in, Point & point) {
     return in >> point.y;
 }
 
-TEST(QelSimpleAttribute, HoldsAClientsTypeWithStreamOperators) {
+TEST(QelSimpleAttributeTest, HoldsAClientsTypeWithStreamOperators) {
     using PointAttribute = QelSimpleAttribute<Point>;
     Listener owner;
     MoxSmartPtr<PointAttribute> const point(new PointAttribute("at", Point{1, 2}));
@@ -332,7 +332,7 @@ TEST(QelSimpleAttribute, HoldsAClientsTypeWithStreamOperators) {
     EXPECT_FALSE(other->copyValue(IntAttribute("at")));
 }
 
-TEST(QelSimpleAttribute, AClientsTypeThatDoesNotReadStaysAsItWas) {
+TEST(QelSimpleAttributeTest, AClientsTypeThatDoesNotReadStaysAsItWas) {
     using PointAttribute = QelSimpleAttribute<Point>;
     MoxSmartPtr<PointAttribute> const point(new PointAttribute("at", Point{1, 2}));
     std::uint32_t const before = point->timestamp();
@@ -366,7 +366,7 @@ struct QelAttributeText<Switch> {
 
 namespace {
 
-TEST(QelSimpleAttribute, HoldsAClientsTypeWithATextFormOfItsOwn) {
+TEST(QelSimpleAttributeTest, HoldsAClientsTypeWithATextFormOfItsOwn) {
     MoxSmartPtr<QelSimpleAttribute<Switch>> const light(
         new QelSimpleAttribute<Switch>("light", Switch{true}));
     std::ostringstream out;

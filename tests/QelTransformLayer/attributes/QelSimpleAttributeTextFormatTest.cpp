@@ -160,7 +160,7 @@ void expectReads(Case const & one, Setting const & setting) {
     EXPECT_EQ(" x", restOf(in));
 }
 
-TEST(QelSimpleAttributeTextFormat, NothingThatIsSetInAStreamChangesTheText) {
+TEST(QelSimpleAttributeTextFormatTest, NothingThatIsSetInAStreamChangesTheText) {
     for (auto const & [name, setting] : allSettings()) {
         for (Case const & one : allCases()) {
             SCOPED_TRACE(std::string(name) + ", " + one.text);
@@ -170,7 +170,7 @@ TEST(QelSimpleAttributeTextFormat, NothingThatIsSetInAStreamChangesTheText) {
     }
 }
 
-TEST(QelSimpleAttributeTextFormat, AllThatCanBeSetAtOnceChangesNothingEither) {
+TEST(QelSimpleAttributeTextFormatTest, AllThatCanBeSetAtOnceChangesNothingEither) {
     GroupedLocale const grouped;
     Setting const all = [](std::ios & stream) {
         unusual(stream);
@@ -185,7 +185,7 @@ TEST(QelSimpleAttributeTextFormat, AllThatCanBeSetAtOnceChangesNothingEither) {
     }
 }
 
-TEST(QelSimpleAttributeTextFormat, TheProgramsLocaleChangesNothing) {
+TEST(QelSimpleAttributeTextFormatTest, TheProgramsLocaleChangesNothing) {
     GroupedLocale const grouped;
     for (Case const & one : allCases()) {
         SCOPED_TRACE(one.text);
@@ -194,7 +194,7 @@ TEST(QelSimpleAttributeTextFormat, TheProgramsLocaleChangesNothing) {
     }
 }
 
-TEST(QelSimpleAttributeTextFormat, ThePrecisionIsTheStreamsAndStays) {
+TEST(QelSimpleAttributeTextFormatTest, ThePrecisionIsTheStreamsAndStays) {
     for (auto const & [precision, text] :
          {std::pair(3, "1.23e+03"), std::pair(6, "1234.57"), std::pair(9, "1234.56787")}) {
         std::ostringstream out;
@@ -207,7 +207,7 @@ TEST(QelSimpleAttributeTextFormat, ThePrecisionIsTheStreamsAndStays) {
     }
 }
 
-TEST(QelSimpleAttributeTextFormat, TheWidthIsForWhatIsWrittenNext) {
+TEST(QelSimpleAttributeTextFormatTest, TheWidthIsForWhatIsWrittenNext) {
     std::ostringstream out;
     out << std::setw(5) << std::setfill('.');
     attributeOf(12)->writeValue(out);
@@ -215,7 +215,7 @@ TEST(QelSimpleAttributeTextFormat, TheWidthIsForWhatIsWrittenNext) {
     EXPECT_EQ("12...34", out.str());
 }
 
-TEST(QelSimpleAttributeTextFormat, AnObserverFindsTheStreamAsItWas) {
+TEST(QelSimpleAttributeTextFormatTest, AnObserverFindsTheStreamAsItWas) {
     for (Case const & one : allCases()) {
         std::istringstream in(one.text + ' ');
         unusual(in);
@@ -232,7 +232,7 @@ TEST(QelSimpleAttributeTextFormat, AnObserverFindsTheStreamAsItWas) {
 
 // ---- Failures
 
-TEST(QelSimpleAttributeTextFormat, TheStreamsSettingsAreBackAfterAFailure) {
+TEST(QelSimpleAttributeTextFormatTest, TheStreamsSettingsAreBackAfterAFailure) {
     for (Attribute const & attribute :
          {attributeOf('a'), attributeOf(1), attributeOf(1.0), attributeOf(true),
           attributeOf(std::string()), attributeOf(std::wstring()), attributeOf(QelStringList())}) {
@@ -246,7 +246,7 @@ TEST(QelSimpleAttributeTextFormat, TheStreamsSettingsAreBackAfterAFailure) {
     }
 }
 
-TEST(QelSimpleAttributeTextFormat, TheStreamsSettingsAreBackAfterAnErrorOfTheReader) {
+TEST(QelSimpleAttributeTextFormatTest, TheStreamsSettingsAreBackAfterAnErrorOfTheReader) {
     std::istringstream in("x");
     unusual(in);
     Settings const before(in);
@@ -259,7 +259,7 @@ TEST(QelSimpleAttributeTextFormat, TheStreamsSettingsAreBackAfterAnErrorOfTheRea
     before.expectIn(in);
 }
 
-TEST(QelSimpleAttributeTextFormat, AStreamThatThrowsHasItsSettingsBackAndNothingChanges) {
+TEST(QelSimpleAttributeTextFormatTest, AStreamThatThrowsHasItsSettingsBackAndNothingChanges) {
     WatchedAttribute<int> const attribute(7);
     std::istringstream in("x");
     unusual(in);
@@ -271,7 +271,7 @@ TEST(QelSimpleAttributeTextFormat, AStreamThatThrowsHasItsSettingsBackAndNothing
     EXPECT_EQ(0, attribute.changes());
 }
 
-TEST(QelSimpleAttributeTextFormat, AListOnAStreamThatThrowsStaysAsItWas) {
+TEST(QelSimpleAttributeTextFormatTest, AListOnAStreamThatThrowsStaysAsItWas) {
     WatchedAttribute<QelStringList> const attribute({ptstring<char>("a")});
     std::istringstream in("[\"b\";");
     in.exceptions(std::ios_base::failbit);
@@ -280,7 +280,7 @@ TEST(QelSimpleAttributeTextFormat, AListOnAStreamThatThrowsStaysAsItWas) {
     EXPECT_EQ(0, attribute.changes());
 }
 
-TEST(QelSimpleAttributeTextFormat, AFailedStreamIsNotWrittenTo) {
+TEST(QelSimpleAttributeTextFormatTest, AFailedStreamIsNotWrittenTo) {
     for (Case const & one : allCases()) {
         std::ostringstream out;
         unusual(out);
@@ -315,7 +315,7 @@ class CountingBuffer : public std::stringbuf {
     int flushes_ = 0;
 };
 
-TEST(QelSimpleAttributeTextFormat, AStreamOfTheClassicLocaleIsGivenNone) {
+TEST(QelSimpleAttributeTextFormatTest, AStreamOfTheClassicLocaleIsGivenNone) {
     for (Case const & one : allCases()) {
         CountingBuffer buffer(one.text);
         std::iostream stream(&buffer);
@@ -325,7 +325,7 @@ TEST(QelSimpleAttributeTextFormat, AStreamOfTheClassicLocaleIsGivenNone) {
     }
 }
 
-TEST(QelSimpleAttributeTextFormat, AStreamIsFlushedOnlyIfItFlushesEverything) {
+TEST(QelSimpleAttributeTextFormatTest, AStreamIsFlushedOnlyIfItFlushesEverything) {
     for (Case const & one : allCases()) {
         CountingBuffer buffer;
         std::ostream stream(&buffer);
@@ -354,7 +354,7 @@ std::istream & operator>>(std::istream & in, Angle & angle) {
     return in;
 }
 
-TEST(QelSimpleAttributeTextFormat, AClientsTypeIsWrittenByItsOperators) {
+TEST(QelSimpleAttributeTextFormatTest, AClientsTypeIsWrittenByItsOperators) {
     std::ostringstream out;
     unusual(out);
     out.precision(6);
@@ -362,7 +362,7 @@ TEST(QelSimpleAttributeTextFormat, AClientsTypeIsWrittenByItsOperators) {
     EXPECT_EQ("  90.5", out.str());
 }
 
-TEST(QelSimpleAttributeTextFormat, AClientsTypeIsReadByItsOperators) {
+TEST(QelSimpleAttributeTextFormatTest, AClientsTypeIsReadByItsOperators) {
     WatchedAttribute<Angle> const attribute(Angle{1.0});
     std::istringstream in(" 90.5 x 400");
     unusual(in);

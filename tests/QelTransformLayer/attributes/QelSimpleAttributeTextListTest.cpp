@@ -27,7 +27,7 @@ void expectCut(QelStringList const & left, std::string const & text,
     EXPECT_EQ(rest, reading.rest);
 }
 
-TEST(QelSimpleAttributeTextList, AnEmptyListIsTwoBrackets) {
+TEST(QelSimpleAttributeTextListTest, AnEmptyListIsTwoBrackets) {
     expectBothWays({}, "[]");
     AttributeReading<QelStringList> const reading = readAttribute("[] x", listOf({"before"}));
     EXPECT_FALSE(reading.failed);
@@ -35,7 +35,7 @@ TEST(QelSimpleAttributeTextList, AnEmptyListIsTwoBrackets) {
     EXPECT_EQ(" x", reading.rest);
 }
 
-TEST(QelSimpleAttributeTextList, ElementsAreBetweenQuotesWithCommasBetween) {
+TEST(QelSimpleAttributeTextListTest, ElementsAreBetweenQuotesWithCommasBetween) {
     expectBothWays(listOf({"a"}), "[\"a\"]");
     expectBothWays(listOf({""}), "[\"\"]");
     expectBothWays(listOf({"", "", ""}), "[\"\",\"\",\"\"]");
@@ -44,27 +44,27 @@ TEST(QelSimpleAttributeTextList, ElementsAreBetweenQuotesWithCommasBetween) {
     expectBothWays(listOf({std::string("\0x\0", 3), "y"}), std::string("[\"\0x\0\",\"y\"]", 11));
 }
 
-TEST(QelSimpleAttributeTextList, TheOldContentsGo) {
+TEST(QelSimpleAttributeTextListTest, TheOldContentsGo) {
     QelStringList const before = listOf({"1", "2", "3"});
     EXPECT_EQ(listOf({"a"}), readAttribute("[\"a\"]", before).value);
     EXPECT_EQ(listOf({"a", "b"}), readAttribute("[\"a\",\"b\"]", before).value);
 }
 
-TEST(QelSimpleAttributeTextList, WhiteSpaceBetweenElementsIsSkipped) {
+TEST(QelSimpleAttributeTextListTest, WhiteSpaceBetweenElementsIsSkipped) {
     expectReads(listOf({" a ", "b"}), " \n[ \t\" a \" ,\n\"b\" ] x", " x");
 }
 
-TEST(QelSimpleAttributeTextList, AnyCharacterOpensAnElement) {
+TEST(QelSimpleAttributeTextListTest, AnyCharacterOpensAnElement) {
     expectReads(listOf({"a", "b", "c"}), "['a\",xb\",]c\"]");
 }
 
-TEST(QelSimpleAttributeTextList, AnElementOf1023CharactersPasses) {
+TEST(QelSimpleAttributeTextListTest, AnElementOf1023CharactersPasses) {
     std::string const longest(1023, 'x');
     expectBothWays(listOf({longest, "y", longest}),
                    "[\"" + longest + "\",\"y\",\"" + longest + "\"]");
 }
 
-TEST(QelSimpleAttributeTextList, ALongerElementIsWrittenWholeAndCutAndTheStreamFails) {
+TEST(QelSimpleAttributeTextListTest, ALongerElementIsWrittenWholeAndCutAndTheStreamFails) {
     for (std::size_t const length : {1024U, 1025U, 3000U}) {
         std::string const text(length, 'x');
         std::string const written = attributeText(listOf({"a", text, "b"}));
@@ -73,13 +73,13 @@ TEST(QelSimpleAttributeTextList, ALongerElementIsWrittenWholeAndCutAndTheStreamF
     }
 }
 
-TEST(QelSimpleAttributeTextList, AnElementWithADoubleQuoteComesBackUpToIt) {
+TEST(QelSimpleAttributeTextListTest, AnElementWithADoubleQuoteComesBackUpToIt) {
     std::string const written = attributeText(listOf({"a\"b", "c"}));
     EXPECT_EQ("[\"a\"b\",\"c\"]", written);
     expectCut(listOf({"a"}), written, "\",\"c\"]");
 }
 
-TEST(QelSimpleAttributeTextList, WithoutABracketNothingMoreIsReadAndTheListIsEmpty) {
+TEST(QelSimpleAttributeTextListTest, WithoutABracketNothingMoreIsReadAndTheListIsEmpty) {
     expectCut({}, "x\"a\"]", "\"a\"]");
     expectCut({}, "]", "");
     expectCut({}, "\"a\"", "a\"");
@@ -87,7 +87,7 @@ TEST(QelSimpleAttributeTextList, WithoutABracketNothingMoreIsReadAndTheListIsEmp
     expectCut({}, " \n");
 }
 
-TEST(QelSimpleAttributeTextList, WithoutItsEndTheListIsWhatThereIs) {
+TEST(QelSimpleAttributeTextListTest, WithoutItsEndTheListIsWhatThereIs) {
     expectCut({}, "[");
     expectCut({}, "[ ");
     expectCut(listOf({""}), "[\"");
@@ -101,12 +101,12 @@ TEST(QelSimpleAttributeTextList, WithoutItsEndTheListIsWhatThereIs) {
 }
 
 // A blank is no end of an empty list: the bracket behind it opens an element.
-TEST(QelSimpleAttributeTextList, ABracketBehindABlankOpensAnElement) {
+TEST(QelSimpleAttributeTextListTest, ABracketBehindABlankOpensAnElement) {
     expectCut(listOf({""}), "[ ]");
     expectReads(listOf({"a"}), "[ ]a\"]");
 }
 
-TEST(QelSimpleAttributeTextList, ThousandsOfElementsComeBack) {
+TEST(QelSimpleAttributeTextListTest, ThousandsOfElementsComeBack) {
     QelStringList list;
     std::string text = "[";
     for (int i = 0; i < 20000; ++i) {

@@ -72,7 +72,7 @@ void expectNumbersComeBack(Random & random) {
     }
 }
 
-TEST(QelSimpleAttributeTextRandom, NumbersComeBack) {
+TEST(QelSimpleAttributeTextRandomTest, NumbersComeBack) {
     Random random = seeded();
     expectNumbersComeBack<unsigned char>(random);
     expectNumbersComeBack<short>(random);
@@ -85,7 +85,7 @@ TEST(QelSimpleAttributeTextRandom, NumbersComeBack) {
     expectNumbersComeBack<double>(random);
 }
 
-TEST(QelSimpleAttributeTextRandom, CharsComeBackButWhiteSpace) {
+TEST(QelSimpleAttributeTextRandomTest, CharsComeBackButWhiteSpace) {
     for (int code = 0; code < 256; ++code) {
         char const character = static_cast<char>(code);
         bool const reads = std::isspace(character, std::locale::classic()) == 0;
@@ -95,7 +95,7 @@ TEST(QelSimpleAttributeTextRandom, CharsComeBackButWhiteSpace) {
     }
 }
 
-TEST(QelSimpleAttributeTextRandom, ValuesComeBack) {
+TEST(QelSimpleAttributeTextRandomTest, ValuesComeBack) {
     Random random = seeded();
     for (int i = 0; i < 2000; ++i) {
         int const unit = builtInIds()[random() % builtInIds().size()];
@@ -116,7 +116,7 @@ MoxSmartPtr<QelColorSpace> randomSpace(Random & random) {
     return new QelCMYKColorSpace(below(random, 9), min, std::fabs(min) + 0.1);
 }
 
-TEST(QelSimpleAttributeTextRandom, ColoursAndTheirSpacesComeBackAtAnyPrecision) {
+TEST(QelSimpleAttributeTextRandomTest, ColoursAndTheirSpacesComeBackAtAnyPrecision) {
     Random random = seeded();
     for (int i = 0; i < 2000; ++i) {
         MoxSmartPtr<QelColorSpace> const space = randomSpace(random);
@@ -143,7 +143,7 @@ std::string randomText(Random & random, int longest) {
     return text;
 }
 
-TEST(QelSimpleAttributeTextRandom, TextsComeBack) {
+TEST(QelSimpleAttributeTextRandomTest, TextsComeBack) {
     Random random = seeded();
     for (int i = 0; i < 3000; ++i) {
         std::string const text = randomText(random, 255);
@@ -153,7 +153,7 @@ TEST(QelSimpleAttributeTextRandom, TextsComeBack) {
     }
 }
 
-TEST(QelSimpleAttributeTextRandom, ListsComeBack) {
+TEST(QelSimpleAttributeTextRandomTest, ListsComeBack) {
     Random random = seeded();
     for (int i = 0; i < 500; ++i) {
         QelStringList list;
@@ -170,7 +170,7 @@ std::string tooLongText(Random & random, int longest) {
     return std::string(static_cast<std::size_t>(longest + 1), 'x') + randomText(random, longest);
 }
 
-TEST(QelSimpleAttributeTextRandom, TextsThatAreTooLongAreCutAndTheStreamFails) {
+TEST(QelSimpleAttributeTextRandomTest, TextsThatAreTooLongAreCutAndTheStreamFails) {
     Random random = seeded();
     for (int i = 0; i < 1000; ++i) {
         std::string const text = tooLongText(random, 255);
@@ -181,7 +181,7 @@ TEST(QelSimpleAttributeTextRandom, TextsThatAreTooLongAreCutAndTheStreamFails) {
     }
 }
 
-TEST(QelSimpleAttributeTextRandom, TextsWithADoubleQuoteComeBackUpToTheFirst) {
+TEST(QelSimpleAttributeTextRandomTest, TextsWithADoubleQuoteComeBackUpToTheFirst) {
     Random random = seeded();
     for (int i = 0; i < 1000; ++i) {
         std::string const front = randomText(random, 255);
@@ -194,7 +194,7 @@ TEST(QelSimpleAttributeTextRandom, TextsWithADoubleQuoteComeBackUpToTheFirst) {
     }
 }
 
-TEST(QelSimpleAttributeTextRandom, ListsWithATextThatIsTooLongAreCutThereAndTheStreamFails) {
+TEST(QelSimpleAttributeTextRandomTest, ListsWithATextThatIsTooLongAreCutThereAndTheStreamFails) {
     Random random = seeded();
     for (int i = 0; i < 500; ++i) {
         QelStringList list;
@@ -233,7 +233,7 @@ std::wstring randomWide(Random & random) {
     return text;
 }
 
-TEST(QelSimpleAttributeTextRandom, WideTextsComeBack) {
+TEST(QelSimpleAttributeTextRandomTest, WideTextsComeBack) {
     Random random = seeded();
     for (int i = 0; i < 3000; ++i) {
         std::wstring const text = randomWide(random);
@@ -438,23 +438,23 @@ void expectAnyTextReadsAsWalked(T const & start, std::string const & before = ""
     EXPECT_LT(reads, tries * 99 / 100);
 }
 
-TEST(QelSimpleAttributeTextRandom, AnyTextReadsAsATextOrFails) {
+TEST(QelSimpleAttributeTextRandomTest, AnyTextReadsAsATextOrFails) {
     expectAnyTextReadsAsWalked<std::string>("before");
     expectAnyTextReadsAsWalked<std::string>("before", "\"");
 }
 
-TEST(QelSimpleAttributeTextRandom, AnyTextReadsAsAWideTextOrFails) {
+TEST(QelSimpleAttributeTextRandomTest, AnyTextReadsAsAWideTextOrFails) {
     expectAnyTextReadsAsWalked<std::wstring>(L"before");
     expectAnyTextReadsAsWalked<std::wstring>(L"before", "L\"");
     expectAnyTextReadsAsWalked<std::wstring>(L"before", "L\"0xd83d,");
 }
 
-TEST(QelSimpleAttributeTextRandom, AnyTextReadsAsAListOrFails) {
+TEST(QelSimpleAttributeTextRandomTest, AnyTextReadsAsAListOrFails) {
     expectAnyTextReadsAsWalked<QelStringList>({ptstring<char>("before")}, "[");
     expectAnyTextReadsAsWalked<QelStringList>({ptstring<char>("before")}, "[\"");
 }
 
-TEST(QelSimpleAttributeTextRandom, AnyTextReadsAsAnIntegerOrFails) {
+TEST(QelSimpleAttributeTextRandomTest, AnyTextReadsAsAnIntegerOrFails) {
     expectAnyTextReadsAsWalked<unsigned char>(7);
     expectAnyTextReadsAsWalked<short>(7);
     expectAnyTextReadsAsWalked<unsigned short>(7);

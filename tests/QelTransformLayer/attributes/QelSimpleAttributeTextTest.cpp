@@ -37,7 +37,7 @@ void expectLimits(std::string const & least, std::string const & most, std::stri
     expectRefused<T>(7, above);
 }
 
-TEST(QelSimpleAttributeText, IntegersAreDecimalAndRefusedOutOfRange) {
+TEST(QelSimpleAttributeTextTest, IntegersAreDecimalAndRefusedOutOfRange) {
     expectLimits<short>("-32768", "32767", "-32769", "32768");
     expectLimits<unsigned short>("0", "65535", "-1", "65536");
     expectLimits<int>("-2147483648", "2147483647", "-2147483649", "2147483648");
@@ -62,7 +62,7 @@ void expectsDecimalsOf() {
         expectRefused<T>(7, text);
 }
 
-TEST(QelSimpleAttributeText, IntegersReadUpToWhatIsNoDigit) {
+TEST(QelSimpleAttributeTextTest, IntegersReadUpToWhatIsNoDigit) {
     expectsDecimalsOf<short>();
     expectsDecimalsOf<unsigned short>();
     expectsDecimalsOf<int>();
@@ -78,19 +78,19 @@ void expectsNoSign() {
         expectRefused<T>(7, text);
 }
 
-TEST(QelSimpleAttributeText, UnsignedNumbersHaveNoSign) {
+TEST(QelSimpleAttributeTextTest, UnsignedNumbersHaveNoSign) {
     expectsNoSign<unsigned short>();
     expectsNoSign<unsigned int>();
     expectsNoSign<unsigned long>();
 }
 
-TEST(QelSimpleAttributeText, SignedNumbersMayHaveOne) {
+TEST(QelSimpleAttributeTextTest, SignedNumbersMayHaveOne) {
     expectReads<short>(5, "+5");
     expectReads(-5, "-5");
     expectReads(0L, "-0");
 }
 
-TEST(QelSimpleAttributeText, AnUnsignedCharIsCutFromAnInt) {
+TEST(QelSimpleAttributeTextTest, AnUnsignedCharIsCutFromAnInt) {
     using Byte = unsigned char;
     expectBothWays<Byte>(0, "0");
     expectBothWays<Byte>(65, "65");
@@ -104,7 +104,7 @@ TEST(QelSimpleAttributeText, AnUnsignedCharIsCutFromAnInt) {
     expectRefused<Byte>(7, "A");
 }
 
-TEST(QelSimpleAttributeText, FloatingPointIsAtTheStreamsPrecision) {
+TEST(QelSimpleAttributeTextTest, FloatingPointIsAtTheStreamsPrecision) {
     EXPECT_EQ("0.333333", attributeText(1.0 / 3));
     EXPECT_EQ("0.33", attributeText(1.0 / 3, 2));
     EXPECT_EQ("0.33333333333333331", attributeText(1.0 / 3, 17));
@@ -114,7 +114,7 @@ TEST(QelSimpleAttributeText, FloatingPointIsAtTheStreamsPrecision) {
 }
 
 // It has digits then that a float does not hold.
-TEST(QelSimpleAttributeText, AFloatIsWrittenAsADouble) {
+TEST(QelSimpleAttributeTextTest, AFloatIsWrittenAsADouble) {
     EXPECT_EQ("0.10000000149011612", attributeText(0.1F, 17));
     EXPECT_EQ("16777216", attributeText(16777216.0F, 17));
 }
@@ -132,7 +132,7 @@ void expectsFractions() {
         expectRefused<T>(7, text);
 }
 
-TEST(QelSimpleAttributeText, FloatingPointReadsButInfinityAndWhatIsNoNumber) {
+TEST(QelSimpleAttributeTextTest, FloatingPointReadsButInfinityAndWhatIsNoNumber) {
     expectsFractions<float>();
     expectsFractions<double>();
     expectRefused(7.0F, "1e39");
@@ -141,7 +141,7 @@ TEST(QelSimpleAttributeText, FloatingPointReadsButInfinityAndWhatIsNoNumber) {
     expectReads(std::numeric_limits<double>::max(), "1.7976931348623157e308");
 }
 
-TEST(QelSimpleAttributeText, InfinityAndWhatIsNoNumberAreWrittenOnly) {
+TEST(QelSimpleAttributeTextTest, InfinityAndWhatIsNoNumberAreWrittenOnly) {
     for (double const number :
          {std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
           std::numeric_limits<double>::quiet_NaN()}) {
@@ -151,7 +151,7 @@ TEST(QelSimpleAttributeText, InfinityAndWhatIsNoNumberAreWrittenOnly) {
     EXPECT_EQ("-inf", attributeText(-std::numeric_limits<float>::infinity()));
 }
 
-TEST(QelSimpleAttributeText, ABoolIsOneOrZero) {
+TEST(QelSimpleAttributeTextTest, ABoolIsOneOrZero) {
     expectBothWays(true, "1");
     expectBothWays(false, "0");
     expectReads(true, "\n01x", "x");
@@ -163,7 +163,7 @@ TEST(QelSimpleAttributeText, ABoolIsOneOrZero) {
 
 // ---- Characters and texts
 
-TEST(QelSimpleAttributeText, ACharIsItself) {
+TEST(QelSimpleAttributeTextTest, ACharIsItself) {
     for (char const * text : {"x", "0", "\"", "[", "\xff", "\x7f"})
         expectBothWays(text[0], text);
     expectBothWays('\0', std::string(1, '\0'));
@@ -171,7 +171,7 @@ TEST(QelSimpleAttributeText, ACharIsItself) {
     expectReads('6', "65", "5");
 }
 
-TEST(QelSimpleAttributeText, ACharOfWhiteSpaceIsWrittenOnly) {
+TEST(QelSimpleAttributeTextTest, ACharOfWhiteSpaceIsWrittenOnly) {
     for (char const space : {' ', '\t', '\n', '\v', '\f', '\r'}) {
         EXPECT_EQ(std::string(1, space), attributeText(space));
         expectRefused('q', std::string(1, space));
@@ -179,7 +179,7 @@ TEST(QelSimpleAttributeText, ACharOfWhiteSpaceIsWrittenOnly) {
     expectRefused('q', "");
 }
 
-TEST(QelSimpleAttributeText, TextsAreBetweenDoubleQuotesAsTheyAre) {
+TEST(QelSimpleAttributeTextTest, TextsAreBetweenDoubleQuotesAsTheyAre) {
     std::string const nulls("\0a\0", 3);
     for (std::string const & text :
          {std::string(), std::string("a"), std::string("two words"), std::string("\n\r\t "),
@@ -187,27 +187,27 @@ TEST(QelSimpleAttributeText, TextsAreBetweenDoubleQuotesAsTheyAre) {
         expectBothWays(text, '"' + text + '"');
 }
 
-TEST(QelSimpleAttributeText, ATextWithADoubleQuoteComesBackUpToIt) {
+TEST(QelSimpleAttributeTextTest, ATextWithADoubleQuoteComesBackUpToIt) {
     EXPECT_EQ("\"a\"b\"", attributeText<std::string>("a\"b"));
     expectReads<std::string>("a", "\"a\"b\"", "b\"");
     EXPECT_EQ("\"\"\"", attributeText<std::string>("\""));
     expectReads<std::string>("", "\"\"\"", "\"");
 }
 
-TEST(QelSimpleAttributeText, AnyCharacterOpensAText) {
+TEST(QelSimpleAttributeTextTest, AnyCharacterOpensAText) {
     expectReads<std::string>("abc", "'abc\"");
     expectReads<std::string>("bc\nd", " \t\nabc\nd\" \"e\"", " \"e\"");
     expectReads<std::string>("  x", "\"  x\"");
     expectReads<std::string>("", "x\"");
 }
 
-TEST(QelSimpleAttributeText, ATextOf255CharactersPasses) {
+TEST(QelSimpleAttributeTextTest, ATextOf255CharactersPasses) {
     std::string const text(255, 'x');
     expectBothWays(text, '"' + text + '"');
     expectReads(text, '"' + text + "\"more", "more");
 }
 
-TEST(QelSimpleAttributeText, ATextOf300CharactersIsCutAt255AndTheStreamFails) {
+TEST(QelSimpleAttributeTextTest, ATextOf300CharactersIsCutAt255AndTheStreamFails) {
     std::string text;
     for (int i = 0; i < 300; ++i)
         text += static_cast<char>('a' + i % 26);
@@ -220,7 +220,7 @@ TEST(QelSimpleAttributeText, ATextOf300CharactersIsCutAt255AndTheStreamFails) {
     expectFails<std::string>("before", text.substr(0, 255), '"' + text.substr(0, 256) + '"');
 }
 
-TEST(QelSimpleAttributeText, ATextWithoutItsEndFailsWithWhatThereIs) {
+TEST(QelSimpleAttributeTextTest, ATextWithoutItsEndFailsWithWhatThereIs) {
     expectFails<std::string>("before", "abc", "\"abc");
     expectFails<std::string>("before", "", "\"");
     expectFails<std::string>("before", std::string(255, 'x'), '"' + std::string(255, 'x'));
@@ -231,7 +231,7 @@ TEST(QelSimpleAttributeText, ATextWithoutItsEndFailsWithWhatThereIs) {
 
 // ---- Types with stream operators of their own
 
-TEST(QelSimpleAttributeText, AValueIsItsOwnText) {
+TEST(QelSimpleAttributeTextTest, AValueIsItsOwnText) {
     expectBothWays(inches(2.5), "2.5 inches");
     expectBothWays(QelValue(1.0, QEL_UNIT_PICA), "1 pica");
     EXPECT_EQ("0.33333333333333331 pixels", attributeText(pixels(1.0 / 3), 17));
@@ -239,13 +239,13 @@ TEST(QelSimpleAttributeText, AValueIsItsOwnText) {
 }
 
 // Not == on values, which is within a tolerance.
-TEST(QelSimpleAttributeText, AValueIsReadToTheLastDigit) {
+TEST(QelSimpleAttributeTextTest, AValueIsReadToTheLastDigit) {
     QelValue const read = readAttribute("0.33333333333333331 hours", QelValue()).value;
     EXPECT_EQ(1.0 / 3, read.value());
     EXPECT_EQ(QEL_UNIT_HOUR, read.unit());
 }
 
-TEST(QelSimpleAttributeText, AColourIsItsOwnText) {
+TEST(QelSimpleAttributeTextTest, AColourIsItsOwnText) {
     expectBothWays(QelColor(Space(new QelRGBColorSpace()), 1.0, 2.0, 3.5),
                    "QelColor[QelRGBColorSpace[b=3, min=0, max=255]:<1,2,3.5>]");
     expectBothWays(QelColor(2), "QelColor[<0,0>]");
@@ -253,7 +253,7 @@ TEST(QelSimpleAttributeText, AColourIsItsOwnText) {
     expectReads(QelColor(0), " NULL.", ".");
 }
 
-TEST(QelSimpleAttributeText, AColourSpaceIsItsOwnText) {
+TEST(QelSimpleAttributeTextTest, AColourSpaceIsItsOwnText) {
     std::string const text = "QelCMYKColorSpace[b=4, min=0.5, max=9]";
     EXPECT_EQ(text, attributeText(Space(new QelCMYKColorSpace(4, 0.5, 9.0))));
     AttributeReading<Space> const reading = readAttribute(text + '.', Space());
@@ -263,7 +263,7 @@ TEST(QelSimpleAttributeText, AColourSpaceIsItsOwnText) {
     EXPECT_EQ(".", reading.rest);
 }
 
-TEST(QelSimpleAttributeText, NoColourSpaceIsNull) {
+TEST(QelSimpleAttributeTextTest, NoColourSpaceIsNull) {
     EXPECT_EQ("NULL", attributeText(Space()));
     EXPECT_FALSE(readAttribute("NULL", Space(new QelRGBColorSpace())).value);
 }
@@ -285,7 +285,7 @@ void expectErrorPasses(T const & start, std::string const & text, int code,
     EXPECT_EQ(stamp, attribute->timestamp());
 }
 
-TEST(QelSimpleAttributeText, AnErrorOfTheValuesOwnReaderPassesAndNothingChanges) {
+TEST(QelSimpleAttributeTextTest, AnErrorOfTheValuesOwnReaderPassesAndNothingChanges) {
     for (char const * text : {"", "2", "2 furlongs", "inches", "nan inches"}) {
         expectErrorPasses(inches(7.0), text, QelErrorCode::invalidValue, "Bad unit for QelValue");
     }
@@ -299,7 +299,7 @@ TEST(QelSimpleAttributeText, AnErrorOfTheValuesOwnReaderPassesAndNothingChanges)
                       "Invalid QelColorSpace value");
 }
 
-TEST(QelSimpleAttributeText, AColourThatItsSpaceRefusesChangesNothing) {
+TEST(QelSimpleAttributeTextTest, AColourThatItsSpaceRefusesChangesNothing) {
     WatchedAttribute<QelColor> const attribute(QelColor(1));
     std::istringstream in("QelColor[QelRGBColorSpace[b=3, min=0, max=255]:<1,2>]");
     expectRaises(QelErrorCode::countsDiffer,
@@ -329,7 +329,7 @@ void expectLockedFirst(T const & value, std::string const & text) {
     EXPECT_EQ(1, attribute.changes());
 }
 
-TEST(QelSimpleAttributeText, ALockedAttributeIsRefusedBeforeAnythingIsConsumed) {
+TEST(QelSimpleAttributeTextTest, ALockedAttributeIsRefusedBeforeAnythingIsConsumed) {
     expectLockedFirst('a', " b");
     expectLockedFirst<unsigned char>(1, " 2");
     expectLockedFirst<short>(1, " 2");
@@ -345,7 +345,7 @@ TEST(QelSimpleAttributeText, ALockedAttributeIsRefusedBeforeAnythingIsConsumed) 
     expectLockedFirst<QelStringList>({ptstring<char>("a")}, " [\"b\"]");
 }
 
-TEST(QelSimpleAttributeText, ALockedAttributeIsRefusedOnABadStreamToo) {
+TEST(QelSimpleAttributeTextTest, ALockedAttributeIsRefusedOnABadStreamToo) {
     WatchedAttribute<int> const attribute(1);
     attribute->lock();
     std::istringstream in("x");
@@ -354,7 +354,7 @@ TEST(QelSimpleAttributeText, ALockedAttributeIsRefusedOnABadStreamToo) {
     EXPECT_EQ(std::ios_base::failbit, in.rdstate());
 }
 
-TEST(QelSimpleAttributeText, ALockedAttributeIsWritten) {
+TEST(QelSimpleAttributeTextTest, ALockedAttributeIsWritten) {
     WatchedAttribute<int> const attribute(5);
     attribute->lock();
     std::ostringstream out;
@@ -379,7 +379,7 @@ void expectFailsOn(std::ios_base::iostate state, T const & start, T const & left
     EXPECT_EQ(text, restOf(in));
 }
 
-TEST(QelSimpleAttributeText, AStreamThatFailedOrEndedBeforeGivesNothing) {
+TEST(QelSimpleAttributeTextTest, AStreamThatFailedOrEndedBeforeGivesNothing) {
     for (std::ios_base::iostate const state :
          {std::ios_base::failbit, std::ios_base::badbit, std::ios_base::eofbit}) {
         expectFailsOn(state, 'a', 'a', "b");
@@ -395,14 +395,14 @@ TEST(QelSimpleAttributeText, AStreamThatFailedOrEndedBeforeGivesNothing) {
     }
 }
 
-TEST(QelSimpleAttributeText, AValueThatReadsSetsNoFailure) {
+TEST(QelSimpleAttributeTextTest, AValueThatReadsSetsNoFailure) {
     std::istringstream in("5");
     WatchedAttribute<int> const attribute(0);
     attribute->readValue(in);
     EXPECT_EQ(std::ios_base::eofbit, in.rdstate());
 }
 
-TEST(QelSimpleAttributeText, ValuesFollowEachOther) {
+TEST(QelSimpleAttributeTextTest, ValuesFollowEachOther) {
     std::istringstream in("1 -2\n\"a b\" L\"0x0041\" [\"x\",\"y\"]2.5 inches");
     WatchedAttribute<bool> const flag(false);
     WatchedAttribute<int> const number(0);

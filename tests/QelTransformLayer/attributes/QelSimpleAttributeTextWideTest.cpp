@@ -33,28 +33,28 @@ void expectRefused(std::string const & text, std::string const & rest = "") {
     EXPECT_EQ(rest, reading.rest);
 }
 
-TEST(QelSimpleAttributeTextWide, UnitsHaveFourHexadecimalDigits) {
+TEST(QelSimpleAttributeTextWideTest, UnitsHaveFourHexadecimalDigits) {
     expectBothWays(L"A", "L\"0x0041\"");
     expectBothWays(L"A\"b", "L\"0x0041,0x0022,0x0062\"");
     expectBothWays(wideOf({0, 1, 0xFFFF, 0xABCD}), "L\"0x0000,0x0001,0xffff,0xabcd\"");
     expectBothWays(L" \n", "L\"0x0020,0x000a\"");
 }
 
-TEST(QelSimpleAttributeTextWide, NoCharactersAreNoUnits) {
+TEST(QelSimpleAttributeTextWideTest, NoCharactersAreNoUnits) {
     expectBothWays(L"", "L\"\"");
     AttributeReading<Wide> const reading = readAttribute<Wide>(" L\"\"\"", L"before");
     EXPECT_EQ(L"", reading.value);
     EXPECT_EQ("\"", reading.rest);
 }
 
-TEST(QelSimpleAttributeTextWide, CharactersBeyond16BitsArePairs) {
+TEST(QelSimpleAttributeTextWideTest, CharactersBeyond16BitsArePairs) {
     expectBothWays(wideOf({0x10000}), "L\"0xd800,0xdc00\"");
     expectBothWays(wideOf({0x1F600, 'x'}), "L\"0xd83d,0xde00,0x0078\"");
     expectBothWays(wideOf({0x10FFFF}), "L\"0xdbff,0xdfff\"");
     expectBothWays(wideOf({0x10000, 0x10FFFF}), "L\"0xd800,0xdc00,0xdbff,0xdfff\"");
 }
 
-TEST(QelSimpleAttributeTextWide, LoneSurrogatesComeBack) {
+TEST(QelSimpleAttributeTextWideTest, LoneSurrogatesComeBack) {
     expectBothWays(wideOf({0xD800}), "L\"0xd800\"");
     expectBothWays(wideOf({0xDBFF, 'x'}), "L\"0xdbff,0x0078\"");
     expectBothWays(wideOf({0xDC00, 0xD800}), "L\"0xdc00,0xd800\"");
@@ -64,29 +64,29 @@ TEST(QelSimpleAttributeTextWide, LoneSurrogatesComeBack) {
     expectBothWays(wideOf({0xD800, 0xDBFF, 0xDBFF}), "L\"0xd800,0xdbff,0xdbff\"");
 }
 
-TEST(QelSimpleAttributeTextWide, TwoSurrogatesThatMakeAPairComeBackAsOneCharacter) {
+TEST(QelSimpleAttributeTextWideTest, TwoSurrogatesThatMakeAPairComeBackAsOneCharacter) {
     EXPECT_EQ("L\"0xd800,0xdc00\"", attributeText(wideOf({0xD800, 0xDC00})));
     expectReads(wideOf({0xD800, 0x10000, 0xDC00}), "L\"0xd800,0xd800,0xdc00,0xdc00\"");
 }
 
-TEST(QelSimpleAttributeTextWide, WhatIsNoCodePointIsReplaced) {
+TEST(QelSimpleAttributeTextWideTest, WhatIsNoCodePointIsReplaced) {
     EXPECT_EQ("L\"0xfffd,0x0041,0xfffd\"", attributeText(wideOf({0x110000, 'A', 0xFFFFFFFFU})));
 }
 
-TEST(QelSimpleAttributeTextWide, UnitsReadInAnyUsualForm) {
+TEST(QelSimpleAttributeTextWideTest, UnitsReadInAnyUsualForm) {
     expectReads<Wide>(L"AZ", "L\"41,0X5a\"");
     expectReads<Wide>(L"AZ", "L\"0x000041,05A\"");
     expectReads<Wide>(L"AZ", " \n\tL\" 0x41 \n,\t5A \"x", "x");
 }
 
-TEST(QelSimpleAttributeTextWide, AfterLOnlyADoubleQuoteIsTaken) {
+TEST(QelSimpleAttributeTextWideTest, AfterLOnlyADoubleQuoteIsTaken) {
     expectRefused("L0x0041\"", "0x0041\"");
     expectRefused("L \"0x0041\"", " \"0x0041\"");
     expectRefused("LL\"\"", "L\"\"");
     expectRefused("L");
 }
 
-TEST(QelSimpleAttributeTextWide, AnyOtherFirstCharacterLeavesTheValue) {
+TEST(QelSimpleAttributeTextWideTest, AnyOtherFirstCharacterLeavesTheValue) {
     expectRefused("l\"0x0041\"", "\"0x0041\"");
     expectRefused("'abc'", "abc'");
     expectRefused("0x0041", "x0041");
@@ -95,7 +95,7 @@ TEST(QelSimpleAttributeTextWide, AnyOtherFirstCharacterLeavesTheValue) {
     expectRefused(" \n");
 }
 
-TEST(QelSimpleAttributeTextWide, UnitsThatDoNotReadLeaveTheValue) {
+TEST(QelSimpleAttributeTextWideTest, UnitsThatDoNotReadLeaveTheValue) {
     expectRefused("L\"0x10000\"", "\"");
     expectRefused("L\"0x0041,0x12345,0x0041\"", ",0x0041\"");
     expectRefused("L\"-1\"", "-1\"");
@@ -106,7 +106,7 @@ TEST(QelSimpleAttributeTextWide, UnitsThatDoNotReadLeaveTheValue) {
     expectRefused("L\"g\"", "g\"");
 }
 
-TEST(QelSimpleAttributeTextWide, UnitsWithoutTheirEndLeaveTheValue) {
+TEST(QelSimpleAttributeTextWideTest, UnitsWithoutTheirEndLeaveTheValue) {
     expectRefused("L\"");
     expectRefused("L\"0x0041");
     expectRefused("L\"0x0041,");
@@ -114,7 +114,7 @@ TEST(QelSimpleAttributeTextWide, UnitsWithoutTheirEndLeaveTheValue) {
     expectRefused("L\"0x0041 0x0042\"", "x0042\"");
 }
 
-TEST(QelSimpleAttributeTextWide, ALongTextComesBackWhole) {
+TEST(QelSimpleAttributeTextWideTest, ALongTextComesBackWhole) {
     Wide text;
     for (std::uint32_t i = 0; i < 5000; ++i)
         text.push_back(static_cast<wchar_t>(i * 11));  // ends below the surrogates
@@ -125,7 +125,7 @@ TEST(QelSimpleAttributeTextWide, ALongTextComesBackWhole) {
 
 // ---- The narrow form
 
-TEST(QelSimpleAttributeTextWide, ANarrowTextIsConverted) {
+TEST(QelSimpleAttributeTextWideTest, ANarrowTextIsConverted) {
     expectReads<Wide>(L"ab c", "\"ab c\" x", " x");
     expectReads<Wide>(L"", "\"\"");
     expectReads<Wide>(L"L0x0041", " \n\"L0x0041\"");
@@ -133,15 +133,15 @@ TEST(QelSimpleAttributeTextWide, ANarrowTextIsConverted) {
     expectReads(wideOf({'a', 0, 'b'}), std::string("\"a\0b\"", 5));
 }
 
-TEST(QelSimpleAttributeTextWide, BytesThatAreNoUtf8AreEscaped) {
+TEST(QelSimpleAttributeTextWideTest, BytesThatAreNoUtf8AreEscaped) {
     expectReads(wideOf({0xDCFF, 'a', 0xDCC3}), "\"\xff\x61\xc3\"");
 }
 
-TEST(QelSimpleAttributeTextWide, ANarrowTextOf255CharactersPasses) {
+TEST(QelSimpleAttributeTextWideTest, ANarrowTextOf255CharactersPasses) {
     expectReads(Wide(255, L'x'), '"' + std::string(255, 'x') + '"');
 }
 
-TEST(QelSimpleAttributeTextWide, ALongerNarrowTextIsCutAndTheStreamFails) {
+TEST(QelSimpleAttributeTextWideTest, ALongerNarrowTextIsCutAndTheStreamFails) {
     AttributeReading<Wide> const reading =
         readAttribute<Wide>('"' + std::string(300, 'x') + '"', L"before");
     EXPECT_TRUE(reading.failed);
@@ -149,7 +149,7 @@ TEST(QelSimpleAttributeTextWide, ALongerNarrowTextIsCutAndTheStreamFails) {
     EXPECT_EQ(std::string(45, 'x') + '"', reading.rest);
 }
 
-TEST(QelSimpleAttributeTextWide, ANarrowTextWithoutItsEndFailsWithWhatThereIs) {
+TEST(QelSimpleAttributeTextWideTest, ANarrowTextWithoutItsEndFailsWithWhatThereIs) {
     expectFails<Wide>(L"before", L"abc", "\"abc");
     expectFails<Wide>(L"before", L"", "\"");
 }

@@ -47,7 +47,7 @@ class MoonColorSpace : public QelColorSpace {
     Space newWithRange(double, double) const override { return clone(); }
 };
 
-TEST(QelColorSpaceRegistry, FindsByClassLabelAndInstance) {
+TEST(QelColorSpaceRegistryTest, FindsByClassLabelAndInstance) {
     EXPECT_STREQ("QelFpxRGBColorSpace", qelFindColorSpaceClass("QelFpxRGBColorSpace")->className());
     EXPECT_FALSE(qelFindColorSpaceClass("QelFpxRGBColorSpac"));
     EXPECT_FALSE(qelFindColorSpaceClass("QelFpxRGBColorSpaces"));
@@ -62,13 +62,13 @@ TEST(QelColorSpaceRegistry, FindsByClassLabelAndInstance) {
     EXPECT_STREQ("QelFpxLumColorSpace", qelFindColorSpace(lum)->className());
 }
 
-TEST(QelColorSpaceRegistry, ASharedLabelGivesTheFirstOfTheTable) {
+TEST(QelColorSpaceRegistryTest, ASharedLabelGivesTheFirstOfTheTable) {
     EXPECT_STREQ("QelRGBColorSpace", qelFindColorSpaceName("RGB")->className());
     EXPECT_STREQ("QelHRZYCCColorSpace", qelFindColorSpaceName("HRZYCC")->className());
     EXPECT_STREQ("QelLumAColorSpace", qelFindColorSpaceName("LumA")->className());
 }
 
-TEST(QelColorSpaceRegistry, AClientsEntryIsThereWhileItLives) {
+TEST(QelColorSpaceRegistryTest, AClientsEntryIsThereWhileItLives) {
     {
         QelColorSpaceRegistryEntry const entry(new MoonColorSpace(), "RGB");
         EXPECT_STREQ("MoonColorSpace", qelNewColorSpace("MoonColorSpace")->className());
@@ -81,7 +81,7 @@ TEST(QelColorSpaceRegistry, AClientsEntryIsThereWhileItLives) {
     EXPECT_FALSE(qelFindColorSpace(MoonColorSpace()));
 }
 
-TEST(QelColorSpaceRegistry, AClientsEntryIsFoundByItsOwnLabelAndStaysWithThoseWhoFoundIt) {
+TEST(QelColorSpaceRegistryTest, AClientsEntryIsFoundByItsOwnLabelAndStaysWithThoseWhoFoundIt) {
     MoxConstSmartPtr<QelColorSpace> found;
     {
         Space const prototype = new MoonColorSpace();
@@ -127,12 +127,12 @@ TEST(QelColorSpaceRegistry, ListsClientsBehindItsOwn) {
     EXPECT_EQ(qelFindColorSpaceName("Generic").get(), qelColorSpaces().front().get());
 }
 
-TEST(QelColorSpaceRegistry, RefusesANullPrototype) {
+TEST(QelColorSpaceRegistryTest, RefusesANullPrototype) {
     expectRaises(QelErrorCode::nullPointer, "Null pointer passed to QelColorSpaceRegistryEntry",
                  [] { QelColorSpaceRegistryEntry(nullptr, "none"); });
 }
 
-TEST(QelColorSpaceRegistry, EachCallMakesANewSpace) {
+TEST(QelColorSpaceRegistryTest, EachCallMakesANewSpace) {
     Space const a = qelNewColorSpace("QelCMYKColorSpace");
     Space const b = qelNewColorSpace("QelCMYKColorSpace");
     EXPECT_NE(a.get(), b.get());
@@ -141,7 +141,7 @@ TEST(QelColorSpaceRegistry, EachCallMakesANewSpace) {
     EXPECT_FALSE(qelNewColorSpace("QelCMYKColorSpace")->getFlag());
 }
 
-TEST(QelColorSpaceRegistry, PartnersWithAndWithoutAlpha) {
+TEST(QelColorSpaceRegistryTest, PartnersWithAndWithoutAlpha) {
     Space const lum = newRemoveAlpha(QelLumAColorSpace());
     EXPECT_STREQ("QelLumColorSpace", lum->className());
     EXPECT_EQ(1, lum->numBands());
@@ -163,7 +163,7 @@ TEST(QelColorSpaceRegistry, PartnersWithAndWithoutAlpha) {
 }
 
 // Where the range stays a generic space is its own copy, but the registry keeps its own.
-TEST(QelColorSpaceRegistry, APartnerIsNeverThePrototype) {
+TEST(QelColorSpaceRegistryTest, APartnerIsNeverThePrototype) {
     for (bool const keepRange : {false, true}) {
         SCOPED_TRACE(keepRange);
         Space const generic = newRemoveAlpha(QelGenericAColorSpace(), keepRange);
@@ -173,13 +173,13 @@ TEST(QelColorSpaceRegistry, APartnerIsNeverThePrototype) {
     }
 }
 
-TEST(QelColorSpaceRegistry, RefusalsNameTheRegistryAsTheirSource) {
+TEST(QelColorSpaceRegistryTest, RefusalsNameTheRegistryAsTheirSource) {
     std::optional<ZanError> const error = errorOf([] { qelNewColorSpace("Moon"); });
     ASSERT_TRUE(error);
     EXPECT_TRUE(std::string(error->getFile()).ends_with("QelColorSpaceRegistry.cpp"));
 }
 
-TEST(QelColorSpaceRegistry, RefusesAlphaWhereThereIsSomeAndNone) {
+TEST(QelColorSpaceRegistryTest, RefusesAlphaWhereThereIsSomeAndNone) {
     expectRaises(QelErrorCode::invalidValue, "Class RGBA already has alpha in newAddAlpha().",
                  [] { newAddAlpha(QelRGBAColorSpace()); });
     expectRaises(QelErrorCode::invalidValue,
@@ -214,7 +214,7 @@ TEST(QelColorSpaceRegistry, RefusesAlphaWhereThereIsSomeAndNone) {
                  [] { newRemoveAlpha(Lone()); });
 }
 
-TEST(QelColorSpaceText, IsClassBandsAndRange) {
+TEST(QelColorSpaceRegistryTextTest, IsClassBandsAndRange) {
     EXPECT_EQ("QelRGBColorSpace[b=3, min=0, max=255]", written(new QelRGBColorSpace()));
     EXPECT_EQ("QelCMYKColorSpace[b=1000, min=-0.1, max=1e+300]",
               written(new QelCMYKColorSpace(1000, -0.1, 1e300)));
@@ -316,7 +316,7 @@ TEST(QelColorSpaceText, DependsOnNoLocaleAndNoFlags) {
     EXPECT_EQ(0.5, space->minValue());
 }
 
-TEST(QelColorSpaceText, ReadsBackWithALostFlag) {
+TEST(QelColorSpaceRegistryTextTest, ReadsBackWithALostFlag) {
     std::mt19937_64 random(41201);
     std::cout << "seed 41201\n";
     std::uniform_real_distribution<double> exponent(-300.0, 300.0);
@@ -334,7 +334,7 @@ TEST(QelColorSpaceText, ReadsBackWithALostFlag) {
     }
 }
 
-TEST(QelColorSpaceText, ARefusedTextLeavesASpaceThatReadsAsItWas) {
+TEST(QelColorSpaceRegistryTextTest, ARefusedTextLeavesASpaceThatReadsAsItWas) {
     for (char const * const text : {"[b=3, min=0, max=x]", "[b=3, min=0, max=1", "b=3"}) {
         SCOPED_TRACE(text);
         QelLumColorSpace space(2, 0.25, 0.5);
@@ -346,7 +346,7 @@ TEST(QelColorSpaceText, ARefusedTextLeavesASpaceThatReadsAsItWas) {
     }
 }
 
-TEST(QelColorSpaceText, TakesNoMoreThanItsOwn) {
+TEST(QelColorSpaceRegistryTextTest, TakesNoMoreThanItsOwn) {
     std::istringstream in("QelRGBColorSpace[b=3, min=0, max=1]QelLumColorSpace[b=1, min=2, max=3]");
     Space first;
     Space second;
@@ -355,12 +355,12 @@ TEST(QelColorSpaceText, TakesNoMoreThanItsOwn) {
     EXPECT_TRUE(second->isEqual(QelLumColorSpace(1, 2.0, 3.0)));
 }
 
-TEST(QelColorSpaceText, NullReadsAsNull) {
+TEST(QelColorSpaceRegistryTextTest, NullReadsAsNull) {
     EXPECT_FALSE(read("NULL"));
     EXPECT_FALSE(read("  NULL and more"));
 }
 
-TEST(QelColorSpaceText, RefusesWhatDoesNotRead) {
+TEST(QelColorSpaceRegistryTextTest, RefusesWhatDoesNotRead) {
     struct Row {
         char const * text;
         char const * refusal;
@@ -389,7 +389,7 @@ TEST(QelColorSpaceText, RefusesWhatDoesNotRead) {
     }
 }
 
-TEST(QelColorSpaceText, NoCutOrDamagedTextHangs) {
+TEST(QelColorSpaceRegistryTextTest, NoCutOrDamagedTextHangs) {
     std::string const text = "QelRGBColorSpace[b=3, min=-0.5, max=255]";
     std::mt19937 random(41202);
     std::cout << "seed 41202\n";
@@ -408,7 +408,7 @@ TEST(QelColorSpaceText, NoCutOrDamagedTextHangs) {
     }
 }
 
-TEST(QelColorSpaceRegistry, ThreadsLookUpWhileEntriesComeAndGo) {
+TEST(QelColorSpaceRegistryTest, ThreadsLookUpWhileEntriesComeAndGo) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([] {

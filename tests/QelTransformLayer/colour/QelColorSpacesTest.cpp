@@ -136,7 +136,7 @@ TEST(QelColorSpaces, TheFamilyIsAsItsTableHasIt) {
     }
 }
 
-TEST(QelColorSpaces, ALabelFindsTheFirstRowThatHasIt) {
+TEST(QelColorSpacesTest, ALabelFindsTheFirstRowThatHasIt) {
     for (Row const & row : family()) {
         SCOPED_TRACE(row.name);
         auto const first = std::find_if(family().begin(), family().end(), [&](Row const & other) {
@@ -146,7 +146,7 @@ TEST(QelColorSpaces, ALabelFindsTheFirstRowThatHasIt) {
     }
 }
 
-TEST(QelColorSpaces, EachIsATypeOfItsOwnWhoseNameIsItsClass) {
+TEST(QelColorSpacesTest, EachIsATypeOfItsOwnWhoseNameIsItsClass) {
     for (std::size_t i = 0; i < family().size(); ++i) {
         MoxSmartPtr<QelColorSpace> const a = qelNewColorSpace(family()[i].className);
         EXPECT_STREQ(QelCoreMisc::classNameOf(*a), a->className());
@@ -158,7 +158,7 @@ TEST(QelColorSpaces, EachIsATypeOfItsOwnWhoseNameIsItsClass) {
     }
 }
 
-TEST(QelColorSpaces, CopiesAndChangedCopiesAreOfTheSameClass) {
+TEST(QelColorSpacesTest, CopiesAndChangedCopiesAreOfTheSameClass) {
     for (Row const & row : family()) {
         SCOPED_TRACE(row.className);
         MoxSmartPtr<QelColorSpace> const space = qelNewColorSpace(row.className);
@@ -187,7 +187,7 @@ TEST(QelColorSpaces, CopiesAndChangedCopiesAreOfTheSameClass) {
     }
 }
 
-TEST(QelColorSpaces, ConstructorsTakeBandsAndRange) {
+TEST(QelColorSpacesTest, ConstructorsTakeBandsAndRange) {
     QelSRGBColorSpace const space(4, -1.0, 1.0);
     EXPECT_EQ(4, space.numBands());
     EXPECT_EQ(-1.0, space.minValue());
@@ -199,7 +199,7 @@ TEST(QelColorSpaces, ConstructorsTakeBandsAndRange) {
     EXPECT_NE(nullptr, dynamic_cast<QelGenericColorSpace const *>(&normalized));
 }
 
-TEST(QelColorSpaces, SharedLabelsAreDistinctTypes) {
+TEST(QelColorSpacesTest, SharedLabelsAreDistinctTypes) {
     QelRGBColorSpace const plainRgb;
     QelFpxRGBColorSpace const fpx;
     EXPECT_STREQ(plainRgb.name(), fpx.name());
@@ -207,7 +207,7 @@ TEST(QelColorSpaces, SharedLabelsAreDistinctTypes) {
     EXPECT_FALSE(plainRgb.isSameType(fpx));
 }
 
-TEST(QelColorSpaces, AnotherMaximumIsTheSameType) {
+TEST(QelColorSpacesTest, AnotherMaximumIsTheSameType) {
     QelSRGBColorSpace const eight;
     QelSRGBColorSpace const ten(3, 0.0, 1023.0);
     EXPECT_FALSE(eight.isEqual(ten));

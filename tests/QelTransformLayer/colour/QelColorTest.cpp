@@ -36,7 +36,7 @@ std::string written(QelColor const & color) {
     return out.str();
 }
 
-TEST(QelColor, WithoutASpaceHoldsThreeZerosOrAsAsked) {
+TEST(QelColorTest, WithoutASpaceHoldsThreeZerosOrAsAsked) {
     EXPECT_EQ((Codes{0.0, 0.0, 0.0}), QelColor().codeValues());
     EXPECT_FALSE(QelColor().colorSpace());
     EXPECT_EQ(0, QelColor(0).numChannels());
@@ -77,7 +77,7 @@ TEST(QelColor, OfASpaceStartsAtTheMinimum) {
     EXPECT_EQ(cmyk.get(), QelColor(cmyk).colorSpace().get());
 }
 
-TEST(QelColor, NoConstructorTakesANullSpace) {
+TEST(QelColorTest, NoConstructorTakesANullSpace) {
     std::string const refusal =
         "QelColor cannot be constructed from pointer to color space, if pointer value is NULL";
     expectRaises(QelErrorCode::nullPointer, refusal, [] { QelColor{Space()}; });
@@ -86,7 +86,7 @@ TEST(QelColor, NoConstructorTakesANullSpace) {
     expectRaises(QelErrorCode::nullPointer, refusal, [] { QelColor(Space(), Codes{1.0}); });
 }
 
-TEST(QelColor, BoundsAreInclusive) {
+TEST(QelColorTest, BoundsAreInclusive) {
     EXPECT_EQ(255.0, QelColor(rgb(), 255.0).code(2));
     EXPECT_EQ(0.0, QelColor(rgb(), 0.0).code(0));
     expectRaises(QelErrorCode::invalidValue,
@@ -114,7 +114,7 @@ TEST(QelColor, BoundsAreInclusive) {
                  });
 }
 
-TEST(QelColor, CountsMustFit) {
+TEST(QelColorTest, CountsMustFit) {
     expectRaises(QelErrorCode::countsDiffer,
                  "Cannot use this QelColor constructor for color spaces with less than three bands",
                  [] { QelColor(new QelLumAColorSpace(), 1.0, 2.0, 3.0); });
@@ -138,7 +138,7 @@ TEST(QelColor, CountsMustFit) {
 
 // A space without an end above its start holds no value, and one with a negative number of bands
 // no colour.
-TEST(QelColor, SomeSpacesHoldNoColour) {
+TEST(QelColorTest, SomeSpacesHoldNoColour) {
     expectRaises(QelErrorCode::invalidValue,
                  "QelColor cannot be constructed with code value of 5 and color space RGB with min "
                  "and max values of 5 and 1",
@@ -160,7 +160,7 @@ TEST(QelColor, SomeSpacesHoldNoColour) {
                  [&] { QelColor(0).setColorSpace(negative); });
 }
 
-TEST(QelColor, AConstructorThatRaisesReleasesTheSpace) {
+TEST(QelColorTest, AConstructorThatRaisesReleasesTheSpace) {
     Space const space = rgb();
     EXPECT_TRUE(errorOf([&] { QelColor(space, 256.0); }));
     EXPECT_TRUE(errorOf([&] { QelColor(space, 1.0, 2.0, 256.0); }));
@@ -169,13 +169,13 @@ TEST(QelColor, AConstructorThatRaisesReleasesTheSpace) {
     EXPECT_EQ(1, space->refCount());
 }
 
-TEST(QelColor, RefusalsNameTheirSource) {
+TEST(QelColorTest, RefusalsNameTheirSource) {
     std::optional<ZanError> const error = errorOf([] { QelColor(rgb(), 256.0); });
     ASSERT_TRUE(error);
     EXPECT_TRUE(std::string(error->getFile()).ends_with("QelColor.cpp"));
 }
 
-TEST(QelColor, CopiesShareTheSpaceAndNotTheValues) {
+TEST(QelColorTest, CopiesShareTheSpaceAndNotTheValues) {
     QelColor const color(rgb(), 1.0, 2.0, 3.0);
     QelColor copy(color);
     QelColor assigned;
@@ -189,7 +189,7 @@ TEST(QelColor, CopiesShareTheSpaceAndNotTheValues) {
     EXPECT_EQ((Codes{1.0, 9.0, 3.0}), assigned.codeValues());
 }
 
-TEST(QelColor, CodesAreReadAndSetByIndex) {
+TEST(QelColorTest, CodesAreReadAndSetByIndex) {
     QelColor color(rgb(), 1.0, 2.0, 3.0);
     color.setCode(1, 255.0);
     EXPECT_EQ(255.0, color.code(1));
@@ -215,7 +215,7 @@ TEST(QelColor, CodesAreReadAndSetByIndex) {
                  [&] { free.code(2); });
 }
 
-TEST(QelColor, AnotherSpaceKeepsTheValues) {
+TEST(QelColorTest, AnotherSpaceKeepsTheValues) {
     QelColor color(rgb(), 1.0, 2.0, 3.0);
     Space const ten = rgb(0.0, 1023.0);
     color.setColorSpace(ten);
@@ -230,7 +230,7 @@ TEST(QelColor, AnotherSpaceKeepsTheValues) {
     EXPECT_EQ((Codes{1.0, 2.0, 3.0}), color.codeValues());
 }
 
-TEST(QelColor, RescalesFromRangeToRange) {
+TEST(QelColorTest, RescalesFromRangeToRange) {
     QelColor color(rgb(), 128.0);
     color.setColorSpace(rgb(0.0, 1.0), false, false);
     EXPECT_EQ(128.0 / 255.0, color.code(0));
@@ -251,7 +251,7 @@ TEST(QelColor, RescalesFromRangeToRange) {
     EXPECT_FALSE(color.colorSpace());
 }
 
-TEST(QelColor, RescalesFromZero) {
+TEST(QelColorTest, RescalesFromZero) {
     QelColor color(rgb(-1.0, 0.0), -0.5);
     color.setColorSpace(rgb(-2.0, 0.0), false, true);
     EXPECT_EQ(-1.0, color.code(0));
@@ -260,7 +260,7 @@ TEST(QelColor, RescalesFromZero) {
     EXPECT_EQ(2.0, byMax.code(0));
 }
 
-TEST(QelColor, RescalingNeedsARange) {
+TEST(QelColorTest, RescalingNeedsARange) {
     QelColor point(rgb(5.0, 5.0), 5.0);
     expectRaises(QelErrorCode::cannotRescale,
                  "Cannot rescale a color space which has equal max and min",
@@ -272,7 +272,7 @@ TEST(QelColor, RescalingNeedsARange) {
     EXPECT_EQ(5.0, point.code(0));
 }
 
-TEST(QelColor, WhatLeavesTheRangeIsClampedOrRefused) {
+TEST(QelColorTest, WhatLeavesTheRangeIsClampedOrRefused) {
     QelColor color(rgb(-1.0, 1.0), 0.5, -1.0, 1.0);
     Space const old = color.colorSpace();
     expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
@@ -286,7 +286,7 @@ TEST(QelColor, WhatLeavesTheRangeIsClampedOrRefused) {
 }
 
 // As above, with the end that the values leave on the other side.
-TEST(QelColor, WhatLeavesTheRangeAboveIsClampedOrRefused) {
+TEST(QelColorTest, WhatLeavesTheRangeAboveIsClampedOrRefused) {
     QelColor color(rgb(-1.0, 0.0), -0.5, 0.0, -1.0);
     expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
                  [&] { color.setColorSpace(rgb(-2.0, -0.5), false, true); });
@@ -296,7 +296,7 @@ TEST(QelColor, WhatLeavesTheRangeAboveIsClampedOrRefused) {
     EXPECT_EQ((Codes{-1.0, -0.5, -2.0}), clamped.codeValues());
 }
 
-TEST(QelColor, ScalingThatGivesNoNumberIsRefused) {
+TEST(QelColorTest, ScalingThatGivesNoNumberIsRefused) {
     double const most = std::numeric_limits<double>::max();
     QelColor wide(rgb(-most, most), most);
     expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
@@ -365,7 +365,7 @@ std::optional<double> fromZero(double code, Range from, Range to, bool clamp) {
     return std::clamp(code * factor, to.min, to.max);
 }
 
-TEST(QelColor, RescalesFromZeroAsTheFormulaSays) {
+TEST(QelColorTest, RescalesFromZeroAsTheFormulaSays) {
     std::mt19937_64 random(42003);
     std::cout << "seed 42003\n";
     auto const range = [&] {
@@ -397,7 +397,7 @@ TEST(QelColor, RescalesFromZeroAsTheFormulaSays) {
     EXPECT_GT(refused, 1000);
 }
 
-TEST(QelColor, RescalesThereAndBackWithinRounding) {
+TEST(QelColorTest, RescalesThereAndBackWithinRounding) {
     std::mt19937_64 random(42001);
     std::cout << "seed 42001\n";
     std::uniform_real_distribution<double> number(-1000.0, 1000.0);
@@ -427,7 +427,7 @@ TEST(QelColor, RescalesThereAndBackWithinRounding) {
     }
 }
 
-TEST(QelColor, ConvertsBetweenAnySpaceAndAGenericOne) {
+TEST(QelColorTest, ConvertsBetweenAnySpaceAndAGenericOne) {
     QelColor const color(rgb(), 128.0);
     Space const generic = new QelGenericColorSpace(3, 0.0, 1.0);
     QelColor const free = convert(color, false, generic);
@@ -445,7 +445,7 @@ TEST(QelColor, ConvertsBetweenAnySpaceAndAGenericOne) {
     EXPECT_EQ(0.0, convert(QelColor(), false, rgb()).code(0));
 }
 
-TEST(QelColor, ConvertsNoColours) {
+TEST(QelColorTest, ConvertsNoColours) {
     std::string const refusal = "Conversions between color spaces not implemented";
     expectRaises(QelErrorCode::misuse, refusal,
                  [] { convert(QelColor(rgb()), true, new QelSRGBColorSpace()); });
@@ -457,7 +457,7 @@ TEST(QelColor, ConvertsNoColours) {
     });
 }
 
-TEST(QelColorText, IsTheSpaceAndTheValues) {
+TEST(QelColorTextTest, IsTheSpaceAndTheValues) {
     EXPECT_EQ("QelColor[QelRGBColorSpace[b=3, min=0, max=255]:<1,2.5,255>]",
               written(QelColor(rgb(), 1.0, 2.5, 255.0)));
     EXPECT_EQ("QelColor[<0,0,0>]", written(QelColor()));
@@ -519,7 +519,7 @@ TEST(QelColorText, ReadsBackWhateverTheLocale) {
 }
 
 // Characters between the values, behind the space and at the end are taken, whatever they are.
-TEST(QelColorText, ReadsWithAnySeparators) {
+TEST(QelColorTextTest, ReadsWithAnySeparators) {
     for (char const * const text :
          {"QelColor[<1,2>]", "[<1 2>)", "x[ \n< 1;2>)", "QelColor[ NULL<1,2>]"}) {
         SCOPED_TRACE(text);
@@ -534,7 +534,7 @@ TEST(QelColorText, ReadsWithAnySeparators) {
     EXPECT_EQ(0, empty.numChannels());
 }
 
-TEST(QelColorText, NullIsTheEmptyColour) {
+TEST(QelColorTextTest, NullIsTheEmptyColour) {
     QelColor color;
     std::istringstream(" NULL") >> color;
     EXPECT_EQ(0, color.numChannels());
@@ -544,7 +544,7 @@ TEST(QelColorText, NullIsTheEmptyColour) {
     EXPECT_FALSE(color.colorSpace());
 }
 
-TEST(QelColorText, RefusesWhatDoesNotRead) {
+TEST(QelColorTextTest, RefusesWhatDoesNotRead) {
     struct Row {
         int code;
         char const * text;
@@ -576,7 +576,7 @@ TEST(QelColorText, RefusesWhatDoesNotRead) {
     }
 }
 
-TEST(QelColor, EqualMeansTheSameSpaceAndValues) {
+TEST(QelColorTest, EqualMeansTheSameSpaceAndValues) {
     EXPECT_TRUE(QelColor(rgb(), 1.0) == QelColor(rgb(), 1.0));
     EXPECT_FALSE(QelColor(rgb(), 1.0) == QelColor(rgb(), 2.0));
     EXPECT_FALSE(QelColor(rgb(), 1.0) == QelColor(rgb(0.0, 9.0), 1.0));

@@ -33,7 +33,7 @@ double widthOf(QelCoordSpace const & space, unsigned index) {
     return space.dimension(index).width().value();
 }
 
-TEST(QelCoordSpace, ConstructorsRefuseNull) {
+TEST(QelCoordSpaceTest, ConstructorsRefuseNull) {
     constexpr char const * refusal = "Null pointer passed to QelCoordSpace ctr";
     expectRaises(QelErrorCode::nullPointer, refusal, [] { QelCoordSpace{Owned()}; });
     expectRaises(QelErrorCode::nullPointer, refusal,
@@ -51,7 +51,7 @@ TEST(QelCoordSpace, ConstructorsRefuseNull) {
     });
 }
 
-TEST(QelCoordSpace, HasItsDimensionsInOrder) {
+TEST(QelCoordSpaceTest, HasItsDimensionsInOrder) {
     QelCoordSpace const one(owned("only", inches(1)));
     EXPECT_EQ("only ", namesOf(one));
     QelCoordSpace const two = lengthAndTime();
@@ -64,7 +64,7 @@ TEST(QelCoordSpace, HasItsDimensionsInOrder) {
     EXPECT_EQ(2U, three.indexOf("c"));
 }
 
-TEST(QelCoordSpace, ChangesDimensionsOneByOneOrAll) {
+TEST(QelCoordSpaceTest, ChangesDimensionsOneByOneOrAll) {
     QelCoordSpace space = lengthAndTime();
     space.setDimensionUnit(0, QEL_UNIT_CENTIMETER);
     EXPECT_DOUBLE_EQ(25.4, widthOf(space, 0));
@@ -80,7 +80,7 @@ TEST(QelCoordSpace, ChangesDimensionsOneByOneOrAll) {
     EXPECT_EQ(0, space.dimension(1).unit());
 }
 
-TEST(QelCoordSpace, ReplacesDimensionsByIndexOrName) {
+TEST(QelCoordSpaceTest, ReplacesDimensionsByIndexOrName) {
     QelCoordSpace space = lengthAndTime();
     space.setDimension(0, QelDimension("depth", inches(3)));
     EXPECT_EQ("depth time ", namesOf(space));
@@ -91,7 +91,7 @@ TEST(QelCoordSpace, ReplacesDimensionsByIndexOrName) {
     EXPECT_EQ("time time ", namesOf(space));
 }
 
-TEST(QelCoordSpace, SetsExtents) {
+TEST(QelCoordSpaceTest, SetsExtents) {
     QelCoordSpace space = lengthAndTime();
     QelBox box(2);
     box.setRange(0, {centimeters(2.54), centimeters(5.08), 0, true, true});
@@ -102,7 +102,7 @@ TEST(QelCoordSpace, SetsExtents) {
     EXPECT_DOUBLE_EQ(120.0, widthOf(space, 1));
 }
 
-TEST(QelCoordSpace, AddsMovesAndRemovesDimensions) {
+TEST(QelCoordSpaceTest, AddsMovesAndRemovesDimensions) {
     QelCoordSpace space = lengthAndTime();
     space.addDimension(owned("last", inches(1)));
     space.insertDimension(owned("first", inches(1)), 0);
@@ -116,7 +116,7 @@ TEST(QelCoordSpace, AddsMovesAndRemovesDimensions) {
     EXPECT_EQ("end size time last first ", namesOf(space));
 }
 
-TEST(QelCoordSpace, Refusals) {
+TEST(QelCoordSpaceTest, Refusals) {
     QelCoordSpace space = lengthAndTime();
     constexpr char const * badIndex = "index value 2 into coord space with 2 dimensions";
     EXPECT_REFUSED(QelErrorCode::outOfRange, badIndex, space, space.dimension(2));
@@ -149,7 +149,7 @@ TEST(QelCoordSpace, Refusals) {
                    one, one.removeDimension(0));
 }
 
-TEST(QelCoordSpace, WhatFailsForOneDimensionChangesNone) {
+TEST(QelCoordSpaceTest, WhatFailsForOneDimensionChangesNone) {
     QelCoordSpace space = lengthAndTime();
     EXPECT_REFUSED(QelErrorCode::cannotConvertUnit,
                    "Cannot convert from unit seconds (id = 6) to unit inches (id = 43)", space,
@@ -163,7 +163,7 @@ TEST(QelCoordSpace, WhatFailsForOneDimensionChangesNone) {
                    space, space.setExtentsBox(QelBox(3)));
 }
 
-TEST(QelCoordSpace, AChangeOfOneCopyNeverShowsInAnother) {
+TEST(QelCoordSpaceTest, AChangeOfOneCopyNeverShowsInAnother) {
     using Change = void (*)(QelCoordSpace &);
     Change const changes[] = {
         [](QelCoordSpace & s) { s.setDimensionUnit(0, QEL_UNIT_CENTIMETER); },
@@ -202,7 +202,7 @@ TEST(QelCoordSpace, AChangeOfOneCopyNeverShowsInAnother) {
     }
 }
 
-TEST(QelCoordSpace, PrintsNamesAndRanges) {
+TEST(QelCoordSpaceTest, PrintsNamesAndRanges) {
     std::ostringstream out;
     out << lengthAndTime();
     EXPECT_EQ("QelCoordSpace[length=[0 inches, 10 inches], time=[0 seconds, 60 seconds]]",

@@ -46,7 +46,7 @@ QelDimension relative() {
     return {"part", normalized(1.0)};
 }
 
-TEST(QelDimension, OfPixelsIsDiscreteFromZero) {
+TEST(QelDimensionTest, OfPixelsIsDiscreteFromZero) {
     QelDimension const dimension("x", 640);
     EXPECT_EQ("x", dimension.name());
     expectRange(dimension, QEL_UNIT_PIXEL, 0, 639, 640, 1);
@@ -70,7 +70,7 @@ TEST(QelDimension, CountsThatDoNotFitAreRefused) {
 }
 
 // The edge cases: no pixel is an error, a relative width of 0.0 is none.
-TEST(QelDimension, OfZeroPixelsRaisesButARelativeWidthOfZeroIsLegal) {
+TEST(QelDimensionTest, OfZeroPixelsRaisesButARelativeWidthOfZeroIsLegal) {
     expectRaises(QelErrorCode::illegalWidth,
                  "pixel based dimension object constructed with width equal to zero pixels",
                  [] { QelDimension("x", 0U); });
@@ -79,7 +79,7 @@ TEST(QelDimension, OfZeroPixelsRaisesButARelativeWidthOfZeroIsLegal) {
                 0, 0);
 }
 
-TEST(QelDimension, OfAWidthIsContinuousFromZero) {
+TEST(QelDimensionTest, OfAWidthIsContinuousFromZero) {
     expectRange(QelDimension("x", inches(8.5)), QEL_UNIT_INCH, 0, 8.5, 8.5, 0);
     expectRange(QelDimension("x", {1.0, QEL_UNIT_WIDTH_RELATIVE}), QEL_UNIT_WIDTH_RELATIVE, 0, 1, 1,
                 0);
@@ -88,7 +88,7 @@ TEST(QelDimension, OfAWidthIsContinuousFromZero) {
     EXPECT_TRUE(relative().isRelative());
 }
 
-TEST(QelDimension, OfARangeConvertsTheWidthAndRoundsWhatIsDiscrete) {
+TEST(QelDimensionTest, OfARangeConvertsTheWidthAndRoundsWhatIsDiscrete) {
     expectRange(QelDimension("x", inches(1.0), centimeters(5.08), 0), QEL_UNIT_INCH, 1, 3, 2, 0);
     expectRange(QelDimension("x", inches(-1.6), inches(9.5), 1), QEL_UNIT_INCH, -2, 7, 10, 1);
     expectRange(QelDimension("x", pixels(0.0), pixels(9.0), 1), QEL_UNIT_PIXEL, 0, 8, 9, 1);
@@ -97,7 +97,7 @@ TEST(QelDimension, OfARangeConvertsTheWidthAndRoundsWhatIsDiscrete) {
                 9, 1);
 }
 
-TEST(QelDimension, WidthConstructorRefuses) {
+TEST(QelDimensionTest, WidthConstructorRefuses) {
     struct Case {
         QelValue width;
         int code;
@@ -125,7 +125,7 @@ TEST(QelDimension, WidthConstructorRefuses) {
     EXPECT_NO_THROW(QelDimension("x", inches(4e-05)));
 }
 
-TEST(QelDimension, RangeConstructorRefusesInThisOrder) {
+TEST(QelDimensionTest, RangeConstructorRefusesInThisOrder) {
     constexpr char const * negative = "Negative width value";
     struct Case {
         char const * name;
@@ -164,7 +164,7 @@ TEST(QelDimension, RangeConstructorRefusesInThisOrder) {
     }
 }
 
-TEST(QelDimension, SetUnitConverts) {
+TEST(QelDimensionTest, SetUnitConverts) {
     QelDimension dimension = physical();
     dimension.setUnit(QEL_UNIT_CENTIMETER);
     expectRange(dimension, QEL_UNIT_CENTIMETER, 5.08, 30.48, 25.4, 0);
@@ -178,7 +178,7 @@ TEST(QelDimension, SetUnitConverts) {
     expectRange(dimension, QEL_UNIT_HEIGHT_RELATIVE, 0, 1, 1, 0);
 }
 
-TEST(QelDimension, SetUnitRefuses) {
+TEST(QelDimensionTest, SetUnitRefuses) {
     QelDimension zero("x", normalized(0.0));
     QelDimension narrow("x", QelValue(0.4, QEL_UNIT_ARBITRARY));
     QelDimension thin("x", QelValue(1e-5, QEL_UNIT_ARBITRARY));
@@ -224,7 +224,7 @@ TEST(QelDimension, SetUnitRefuses) {
                    zero, zero.setUnit(QEL_UNIT_ARBITRARY));
 }
 
-TEST(QelDimension, ChangesItsExtent) {
+TEST(QelDimensionTest, ChangesItsExtent) {
     QelDimension dimension = physical();
     dimension.setOrigin(centimeters(2.54));
     expectRange(dimension, QEL_UNIT_INCH, 1, 11, 10, 0);
@@ -242,7 +242,7 @@ TEST(QelDimension, ChangesItsExtent) {
     EXPECT_EQ("renamed", dimension.name());
 }
 
-TEST(QelDimension, InPixelsOnlyTheWidthChanges) {
+TEST(QelDimensionTest, InPixelsOnlyTheWidthChanges) {
     QelDimension dimension = inPixels();
     dimension.setWidth(pixels(99.5));
     expectRange(dimension, QEL_UNIT_PIXEL, 0, 99, 100, 1);
@@ -252,7 +252,7 @@ TEST(QelDimension, InPixelsOnlyTheWidthChanges) {
     expectRange(dimension, QEL_UNIT_PIXEL, 0, 8, 9, 1);
 }
 
-TEST(QelDimension, ChangesAreRefused) {
+TEST(QelDimensionTest, ChangesAreRefused) {
     QelDimension pixel = inPixels();
     QelDimension part = relative();
     QelDimension length = physical();
@@ -307,7 +307,7 @@ TEST(QelDimension, ChangesAreRefused) {
 }
 
 // A derived class that refuses the second half of setRange().
-TEST(QelDimension, SetRangeTakesTheWidthBackWhenTheOriginIsRefused) {
+TEST(QelDimensionTest, SetRangeTakesTheWidthBackWhenTheOriginIsRefused) {
     class Fixed : public QelDimension {
       public:
         Fixed() : QelDimension("fixed", inches(5.0)) {}
@@ -318,7 +318,7 @@ TEST(QelDimension, SetRangeTakesTheWidthBackWhenTheOriginIsRefused) {
                    dimension.setRange({inches(1), inches(2), 0, true, true}));
 }
 
-TEST(QelDimension, ACloneIsIndependent) {
+TEST(QelDimensionTest, ACloneIsIndependent) {
     QelDimension dimension = physical();
     std::unique_ptr<QelDimension> const copy = dimension.clone();
     std::string const before = stateOf(dimension);
@@ -329,7 +329,7 @@ TEST(QelDimension, ACloneIsIndependent) {
     expectRange(*copy, QEL_UNIT_INCH, 6, 36, 30, 0);
 }
 
-TEST(QelDimension, ExtremesAreNumbersLikeOthers) {
+TEST(QelDimensionTest, ExtremesAreNumbersLikeOthers) {
     expectRange(QelDimension("x", inches(1e300)), QEL_UNIT_INCH, 0, 1e300, 1e300, 0);
     QelDimension dimension("x", inches(infinity));
     EXPECT_EQ(infinity, dimension.width().value());

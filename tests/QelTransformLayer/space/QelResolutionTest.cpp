@@ -15,7 +15,7 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-TEST(QelResolution, IsArbitraryAtFirst) {
+TEST(QelResolutionTest, IsArbitraryAtFirst) {
     QelResolution const resolution;
     EXPECT_TRUE(resolution.isArbitrary());
     EXPECT_FALSE(resolution.isPixelsOnly());
@@ -24,7 +24,7 @@ TEST(QelResolution, IsArbitraryAtFirst) {
     EXPECT_EQ(0U, resolution.pixels);
 }
 
-TEST(QelResolution, HoldsDotsPerUnit) {
+TEST(QelResolutionTest, HoldsDotsPerUnit) {
     QelResolution const resolution(300.0, QEL_UNIT_INCH);
     EXPECT_EQ(300.0, resolution.dpu);
     EXPECT_EQ(QEL_UNIT_INCH, resolution.unit);
@@ -33,19 +33,19 @@ TEST(QelResolution, HoldsDotsPerUnit) {
     EXPECT_FALSE(resolution.isPixelsOnly());
 }
 
-TEST(QelResolution, HasNoUnitWithoutDots) {
+TEST(QelResolutionTest, HasNoUnitWithoutDots) {
     EXPECT_EQ(0, QelResolution(0.0, QEL_UNIT_INCH).unit);
     EXPECT_TRUE(QelResolution(0.0, QEL_UNIT_INCH).isArbitrary());
 }
 
-TEST(QelResolution, OfPixelsIsPixelsOnly) {
+TEST(QelResolutionTest, OfPixelsIsPixelsOnly) {
     QelResolution const resolution = QelResolution::ofPixels(640);
     EXPECT_TRUE(resolution.isPixelsOnly());
     EXPECT_EQ(640U, resolution.pixels);
     EXPECT_TRUE(QelResolution::ofPixels(0).isArbitrary());
 }
 
-TEST(QelResolution, ConstructorRefuses) {
+TEST(QelResolutionTest, ConstructorRefuses) {
     struct Case {
         double dpu;
         int unit;
@@ -89,7 +89,7 @@ TEST(QelResolution, GetDpuRefuses) {
                  [] { QelResolution(1.0, QEL_UNIT_INCH).getDpu(99); });
 }
 
-TEST(QelResolution, GetDpuConvertsTheDistanceOfDots) {
+TEST(QelResolutionTest, GetDpuConvertsTheDistanceOfDots) {
     struct Case {
         double dpu;
         int from;
@@ -110,7 +110,7 @@ TEST(QelResolution, GetDpuConvertsTheDistanceOfDots) {
     }
 }
 
-TEST(QelResolution, GetDpuInItsOwnUnitIsExact) {
+TEST(QelResolutionTest, GetDpuInItsOwnUnitIsExact) {
     RandomNumbers random(1);
     for (int i = 0; i < 1000; ++i) {
         double const dpu = random.magnitude(1e-9, 1e9);
@@ -119,7 +119,7 @@ TEST(QelResolution, GetDpuInItsOwnUnitIsExact) {
 }
 
 // 300 dots per inch are 11811.02 per meter.
-TEST(QelResolution, IsEquivalentOf300DotsPerInchAnd11811PerMeter) {
+TEST(QelResolutionTest, IsEquivalentOf300DotsPerInchAnd11811PerMeter) {
     QelResolution const perInch(300.0, QEL_UNIT_INCH);
     QelResolution const perMeter(11811.0, QEL_UNIT_METER);
     EXPECT_TRUE(perInch.isEquivalent(perMeter, 0.001, true));
@@ -127,7 +127,7 @@ TEST(QelResolution, IsEquivalentOf300DotsPerInchAnd11811PerMeter) {
     EXPECT_FALSE(perInch.isEquivalent(perMeter, 1e-7, true));
 }
 
-TEST(QelResolution, IsEquivalentTable) {
+TEST(QelResolutionTest, IsEquivalentTable) {
     QelResolution const any;
     QelResolution const onlyPixels = QelResolution::ofPixels(10);
     auto const inches = [](double dpu) { return QelResolution(dpu, QEL_UNIT_INCH); };
@@ -172,7 +172,7 @@ TEST(QelResolution, IsEquivalentTable) {
     }
 }
 
-TEST(QelSimpleResolutionDesc, HoldsTwoCounts) {
+TEST(QelResolutionDescTest, HoldsTwoCounts) {
     QelSimpleResolutionDesc const none;
     EXPECT_EQ(0U, none.horizontal());
     EXPECT_EQ(0U, none.vertical());
@@ -181,7 +181,7 @@ TEST(QelSimpleResolutionDesc, HoldsTwoCounts) {
     EXPECT_EQ(7U, most.vertical());
 }
 
-TEST(QelSimpleResolutionDesc, ACloneHasTheSameCountsAndItsOwnLife) {
+TEST(QelResolutionDescTest, ACloneHasTheSameCountsAndItsOwnLife) {
     MoxSmartPtr<QelDataDesc> original = new QelSimpleResolutionDesc(640, 480);
     MoxSmartPtr<QelDataDesc> const copy = original->clone();
     EXPECT_NE(original.get(), copy.get());

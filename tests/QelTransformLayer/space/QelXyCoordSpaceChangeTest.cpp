@@ -59,7 +59,7 @@ void expectPixels(QelXyCoordSpace const & space, std::uint32_t width, std::uint3
 
 // ---- Units
 
-TEST(QelXyCoordSpaceChange, FromAUnitOfLengthToAnother) {
+TEST(QelXyCoordSpaceChangeTest, FromAUnitOfLengthToAnother) {
     QelXyCoordSpace space = physical();
     space.setXyUnit(QEL_UNIT_CENTIMETER);
     expectSize(space, QEL_UNIT_CENTIMETER, 25.4, 50.8);
@@ -74,7 +74,7 @@ TEST(QelXyCoordSpaceChange, FromAUnitOfLengthToAnother) {
     EXPECT_FALSE(without.hasSelectedResolution());
 }
 
-TEST(QelXyCoordSpaceChange, ToPixelsTheSelectionIsTheExtent) {
+TEST(QelXyCoordSpaceChangeTest, ToPixelsTheSelectionIsTheExtent) {
     QelXyCoordSpace space = physical();
     space.setOrigin(0, inches(3));
     space.selectResolution(500, 77);
@@ -88,7 +88,7 @@ TEST(QelXyCoordSpaceChange, ToPixelsTheSelectionIsTheExtent) {
     expectPixels(space, 500, 77);
 }
 
-TEST(QelXyCoordSpaceChange, ToARelativeUnitResolutionsGo) {
+TEST(QelXyCoordSpaceChangeTest, ToARelativeUnitResolutionsGo) {
     for (int const unit : {2, 3, 4}) {
         QelXyCoordSpace space = physical();
         space.setXyUnit(unit);
@@ -103,7 +103,7 @@ TEST(QelXyCoordSpaceChange, ToARelativeUnitResolutionsGo) {
     }
 }
 
-TEST(QelXyCoordSpaceChange, ThePresentUnitIsLeftAlone) {
+TEST(QelXyCoordSpaceChangeTest, ThePresentUnitIsLeftAlone) {
     for (QelXyCoordSpace space :
          {physical(), unselected(), QelXyCoordSpace(5, 6), QelXyCoordSpace(QEL_UNIT_NORMALIZED)}) {
         std::string const before = stateOf(space);
@@ -115,7 +115,7 @@ TEST(QelXyCoordSpaceChange, ThePresentUnitIsLeftAlone) {
 }
 
 // 0 where it is done, or the code of the refusal.
-TEST(QelXyCoordSpaceChange, FromEveryKindToEveryKind) {
+TEST(QelXyCoordSpaceChangeTest, FromEveryKindToEveryKind) {
     int const targets[] = {
         0, QEL_UNIT_PIXEL, 2, 3, 4, QEL_UNIT_INCH, QEL_UNIT_METER, QEL_UNIT_SECOND};
     QelXyCoordSpace unnamed(QelValue(10, 0), QelValue(20, 0));
@@ -165,7 +165,7 @@ TEST(QelXyCoordSpaceChange, FromEveryKindToEveryKind) {
     }
 }
 
-TEST(QelXyCoordSpaceChange, UnitsAreRefused) {
+TEST(QelXyCoordSpaceChangeTest, UnitsAreRefused) {
     QelXyCoordSpace space = physical();
     QelXyCoordSpace without = unselected();
     QelXyCoordSpace part(QEL_UNIT_WIDTH_RELATIVE);
@@ -193,7 +193,7 @@ TEST(QelXyCoordSpaceChange, UnitsAreRefused) {
                    space, space.setXyUnit(-1));
 }
 
-TEST(QelXyCoordSpaceChange, FurtherDimensionsHaveTheirOwnUnits) {
+TEST(QelXyCoordSpaceChangeTest, FurtherDimensionsHaveTheirOwnUnits) {
     QelXyCoordSpace space = physical();
     space.addDimension(std::make_unique<QelDimension>("time", QelValue(2, QEL_UNIT_MINUTE)));
     space.setDimensionUnit(2, QEL_UNIT_SECOND);
@@ -231,7 +231,7 @@ TEST(QelXyCoordSpaceChange, FurtherDimensionsHaveTheirOwnUnits) {
     EXPECT_EQ(2U, space.numDimensions());
 }
 
-TEST(QelXyCoordSpaceChange, XAndYStayWhereTheyAre) {
+TEST(QelXyCoordSpaceChangeTest, XAndYStayWhereTheyAre) {
     QelXyCoordSpace space = physical();
     QelDimension const other("x", inches(1));
     EXPECT_REFUSED(QelErrorCode::unsupported,
@@ -259,7 +259,7 @@ TEST(QelXyCoordSpaceChange, XAndYStayWhereTheyAre) {
 
 // ---- Origin and width
 
-TEST(QelXyCoordSpaceChange, SetOriginTakesEveryUnit) {
+TEST(QelXyCoordSpaceChangeTest, SetOriginTakesEveryUnit) {
     struct Case {
         char const * name;
         QelValue origin;
@@ -289,7 +289,7 @@ TEST(QelXyCoordSpaceChange, SetOriginTakesEveryUnit) {
     }
 }
 
-TEST(QelXyCoordSpaceChange, TranslateIsSetOrigin) {
+TEST(QelXyCoordSpaceChangeTest, TranslateIsSetOrigin) {
     QelXyCoordSpace space = physical();
     space.translateDimension(0, centimeters(2.54));
     space.translateDimension(0, inches(2));
@@ -299,7 +299,7 @@ TEST(QelXyCoordSpaceChange, TranslateIsSetOrigin) {
                    space.translateDimension(0, pixels(1)));
 }
 
-TEST(QelXyCoordSpaceChange, OriginsAreRefused) {
+TEST(QelXyCoordSpaceChangeTest, OriginsAreRefused) {
     QelXyCoordSpace pixel(5, 6);
     std::string const before = stateOf(pixel);
     pixel.setOrigin(0, inches(3));
@@ -326,7 +326,7 @@ TEST(QelXyCoordSpaceChange, OriginsAreRefused) {
                    space.setOrigin(2, inches(1)));
 }
 
-TEST(QelXyCoordSpaceChange, SetWidthTakesEveryUnit) {
+TEST(QelXyCoordSpaceChangeTest, SetWidthTakesEveryUnit) {
     struct Case {
         char const * name;
         QelValue width;
@@ -362,7 +362,7 @@ TEST(QelXyCoordSpaceChange, SetWidthTakesEveryUnit) {
     }
 }
 
-TEST(QelXyCoordSpaceChange, SetWidthInPixelsRounds) {
+TEST(QelXyCoordSpaceChangeTest, SetWidthInPixelsRounds) {
     QelXyCoordSpace space(640, 480);
     space.setWidth(0, pixels(99.5), false);
     space.setWidth(1, {1.2, QEL_UNIT_WIDTH_RELATIVE}, true);
@@ -373,7 +373,7 @@ TEST(QelXyCoordSpaceChange, SetWidthInPixelsRounds) {
     expectPixels(space, 4294967295U, 7);
 }
 
-TEST(QelXyCoordSpaceChange, WidthsAreRefused) {
+TEST(QelXyCoordSpaceChangeTest, WidthsAreRefused) {
     GroupedLocale const grouped;
     QelXyCoordSpace pixel(5, 6);
     QelXyCoordSpace part(QEL_UNIT_NORMALIZED);
@@ -416,7 +416,7 @@ TEST(QelXyCoordSpaceChange, WidthsAreRefused) {
     EXPECT_EQ(before, stateOf(space));
 }
 
-TEST(QelXyCoordSpaceChange, SetExtentsBoxKeepsSamples) {
+TEST(QelXyCoordSpaceChangeTest, SetExtentsBoxKeepsSamples) {
     QelXyCoordSpace space = physical();
     space.setExtentsBox(QelXyBox({inches(1), inches(5), 0, true, true},
                                  {centimeters(2.54), centimeters(25.4), 0, true, true}));

@@ -75,7 +75,7 @@ bool roundTrips(QelXyCoordSpace const & space, unsigned axis, double start, doub
     return back.width().value() == count && back.discrete() == 1;
 }
 
-TEST(QelXyCoordSpaceConvertRandom, PixelsComeBackFromAnyUnit) {
+TEST(QelXyCoordSpaceConvertRandomTest, PixelsComeBackFromAnyUnit) {
     RandomNumbers random(20);
     Failure failure;
     // Three round trips each: a million of them.
@@ -99,7 +99,7 @@ TEST(QelXyCoordSpaceConvertRandom, PixelsComeBackFromAnyUnit) {
     }
 }
 
-TEST(QelXyCoordSpaceConvertRandom, ContinuousPixelsComeBackAsWell) {
+TEST(QelXyCoordSpaceConvertRandomTest, ContinuousPixelsComeBackAsWell) {
     RandomNumbers random(21);
     for (int i = 0; i < 2000; ++i) {
         QelXyCoordSpace const space = randomSpace(random, 2e4);
@@ -133,7 +133,7 @@ Centres centresIn(double low, double high, int from, int to) {
     return found;
 }
 
-TEST(QelXyCoordSpaceConvertRandom, DiscreteRangesAreThePixelsWhoseCentresTheyHave) {
+TEST(QelXyCoordSpaceConvertRandomTest, DiscreteRangesAreThePixelsWhoseCentresTheyHave) {
     RandomNumbers random(22);
     for (int i = 0; i < 20000; ++i) {
         QelXyCoordSpace const space = randomSpace(random, 100.0);
@@ -156,7 +156,7 @@ TEST(QelXyCoordSpaceConvertRandom, DiscreteRangesAreThePixelsWhoseCentresTheyHav
     }
 }
 
-TEST(QelXyCoordSpaceConvertRandom, DiscretePositionsAreTheLastCentreAtOrBefore) {
+TEST(QelXyCoordSpaceConvertRandomTest, DiscretePositionsAreTheLastCentreAtOrBefore) {
     RandomNumbers random(23);
     for (int i = 0; i < 20000; ++i) {
         QelXyCoordSpace const space = randomSpace(random, 100.0);
@@ -169,7 +169,7 @@ TEST(QelXyCoordSpaceConvertRandom, DiscretePositionsAreTheLastCentreAtOrBefore) 
     }
 }
 
-TEST(QelXyCoordSpaceConvertRandom, SpansOfPixelsAreTheirWholePart) {
+TEST(QelXyCoordSpaceConvertRandomTest, SpansOfPixelsAreTheirWholePart) {
     RandomNumbers random(24);
     for (int i = 0; i < 20000; ++i) {
         QelXyCoordSpace const space = randomSpace(random, 100.0);
@@ -181,7 +181,7 @@ TEST(QelXyCoordSpaceConvertRandom, SpansOfPixelsAreTheirWholePart) {
 }
 
 // Nothing is undefined, whatever the numbers are; sanitizers look on.
-TEST(QelXyCoordSpaceConvertRandom, ExtremesAreNumbersLikeOthers) {
+TEST(QelXyCoordSpaceConvertRandomTest, ExtremesAreNumbersLikeOthers) {
     double const numbers[] = {std::numeric_limits<double>::quiet_NaN(),
                               std::numeric_limits<double>::infinity(),
                               -std::numeric_limits<double>::infinity(),

@@ -150,7 +150,7 @@ void expectValue(double expected, int unit, QelValue const & value) {
     EXPECT_EQ(unit, value.unit());
 }
 
-TEST(QelXyCoordSpaceConvert, EachRowOfTheTable) {
+TEST(QelXyCoordSpaceConvertTest, EachRowOfTheTable) {
     for (Axis const & axis : axes) {
         QelXyCoordSpace const space = physical(axis);
         for (Row const & row : rows) {
@@ -171,7 +171,7 @@ TEST(QelXyCoordSpaceConvert, EachRowOfTheTable) {
 }
 
 // What stays outside of the space converts in any space, also in one of other units.
-TEST(QelXyCoordSpaceConvert, PlainConversionsNeedNothingOfTheSpace) {
+TEST(QelXyCoordSpaceConvertTest, PlainConversionsNeedNothingOfTheSpace) {
     for (int const unit : {pixel, ofWidth, ofHeight, ofOwn, static_cast<int>(QEL_UNIT_SECOND)}) {
         SCOPED_TRACE(unit);
         QelXyCoordSpace const space(unit);
@@ -187,7 +187,7 @@ TEST(QelXyCoordSpaceConvert, PlainConversionsNeedNothingOfTheSpace) {
     }
 }
 
-TEST(QelXyCoordSpaceConvert, TheSameUnitIsUnchanged) {
+TEST(QelXyCoordSpaceConvertTest, TheSameUnitIsUnchanged) {
     QelXyCoordSpace const space(inches(1), inches(1));  // Without resolutions.
     for (Axis const & axis : axes) {
         for (int const unit : {pixel, inch, ofWidth, ofHeight, ofOwn}) {
@@ -205,7 +205,7 @@ TEST(QelXyCoordSpaceConvert, TheSameUnitIsUnchanged) {
     }
 }
 
-TEST(QelXyCoordSpaceConvert, RefusesPartsOfTheOtherExtent) {
+TEST(QelXyCoordSpaceConvertTest, RefusesPartsOfTheOtherExtent) {
     char const * const names[] = {"", "", "width relative unit", "height relative unit",
                                   "normalized unit"};
     for (Axis const & axis : axes) {
@@ -239,7 +239,7 @@ TEST(QelXyCoordSpaceConvert, RefusesPartsOfTheOtherExtent) {
     }
 }
 
-TEST(QelXyCoordSpaceConvert, RefusesUnitsThatDoNotConvert) {
+TEST(QelXyCoordSpaceConvertTest, RefusesUnitsThatDoNotConvert) {
     QelXyCoordSpace const space = physical(axes[0]);
     QelValue const second(1, QEL_UNIT_SECOND);
     constexpr char const * text =
@@ -257,7 +257,7 @@ TEST(QelXyCoordSpaceConvert, RefusesUnitsThatDoNotConvert) {
 }
 
 // The twelve messages: two axes, three things, either way.
-TEST(QelXyCoordSpaceConvert, RefusesPixelsWithoutASelection) {
+TEST(QelXyCoordSpaceConvertTest, RefusesPixelsWithoutASelection) {
     QelXyCoordSpace none(inches(10), inches(10));
     QelXyCoordSpace two = none;
     two.addResolution(100, 100);
@@ -308,7 +308,7 @@ TEST(QelXyCoordSpaceConvert, RefusesPixelsWithoutASelection) {
 }
 
 // The edge case: the only row serves where nothing is selected.
-TEST(QelXyCoordSpaceConvert, WithoutASelectionTheOnlyRowServes) {
+TEST(QelXyCoordSpaceConvertTest, WithoutASelectionTheOnlyRowServes) {
     QelXyCoordSpace space(inches(10), inches(10));
     space.addResolution(100, 100);
     ASSERT_FALSE(space.hasSelectedResolution());
@@ -320,7 +320,7 @@ TEST(QelXyCoordSpaceConvert, WithoutASelectionTheOnlyRowServes) {
 }
 
 // The edge case: pixel 0 at 100 dots per inch.
-TEST(QelXyCoordSpaceConvert, TheCentreOfPixelZero) {
+TEST(QelXyCoordSpaceConvertTest, TheCentreOfPixelZero) {
     QelXyCoordSpace space(inches(10), inches(10));
     space.addResolution(1000, 1000);
     expectValue(0.005, inch, space.convertHorzPosition(pixels(0), inch, true));
@@ -332,7 +332,7 @@ TEST(QelXyCoordSpaceConvert, TheCentreOfPixelZero) {
 }
 
 // The edge case: 0 to 1 inch at 100 dots per inch.
-TEST(QelXyCoordSpaceConvert, AnInchIsPixels0To99) {
+TEST(QelXyCoordSpaceConvertTest, AnInchIsPixels0To99) {
     QelXyCoordSpace space(inches(10), inches(10));
     space.addResolution(1000, 1000);
     for (Axis const & axis : axes) {
@@ -350,7 +350,7 @@ TEST(QelXyCoordSpaceConvert, AnInchIsPixels0To99) {
 }
 
 // The edge case: what reaches the last sample covers the extent.
-TEST(QelXyCoordSpaceConvert, ARangeToTheLastSampleCoversTheExtent) {
+TEST(QelXyCoordSpaceConvertTest, ARangeToTheLastSampleCoversTheExtent) {
     for (Axis const & axis : axes) {
         QelXyCoordSpace space(inches(10.05), inches(10.05));
         space.addResolution(QelXyCoordSpace::Resolution{{10, inch}, {10, inch}});
@@ -373,14 +373,14 @@ TEST(QelXyCoordSpaceConvert, ARangeToTheLastSampleCoversTheExtent) {
     }
 }
 
-TEST(QelXyCoordSpaceConvert, SpansFloorWithoutHalves) {
+TEST(QelXyCoordSpaceConvertTest, SpansFloorWithoutHalves) {
     QelXyCoordSpace const space = physical(axes[0]);
     expectValue(9, pixel, space.convertHorzSpan(inches(0.99), pixel, true));
     expectValue(9.9, pixel, space.convertHorzSpan(inches(0.99), pixel, false));
     expectValue(10, pixel, space.convertHorzSpan(inches(1), pixel, true));
 }
 
-TEST(QelXyCoordSpaceConvert, InPixelsAPixelIsAPixel) {
+TEST(QelXyCoordSpaceConvertTest, InPixelsAPixelIsAPixel) {
     QelXyCoordSpace const space(640, 480);
     for (bool const centre : {false, true}) {
         expectValue(7, 0, space.convertHorzPosition(pixels(7), 0, centre));
@@ -403,7 +403,7 @@ TEST(QelXyCoordSpaceConvert, InPixelsAPixelIsAPixel) {
                  [&] { space.convertHorzPosition(pixels(7), inch); });
 }
 
-TEST(QelXyCoordSpaceConvert, InARelativeSpaceTheExtentsAreOne) {
+TEST(QelXyCoordSpaceConvertTest, InARelativeSpaceTheExtentsAreOne) {
     for (Axis const & axis : axes) {
         QelXyCoordSpace const space(axis.own());
         expectValue(0.25, ofOwn, axis.position(space, {0.25, axis.own()}, ofOwn));

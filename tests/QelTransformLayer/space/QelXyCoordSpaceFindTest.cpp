@@ -45,7 +45,7 @@ std::optional<Pair> found(QelXyCoordSpace const & space, Pair const & wanted, un
 
 // ---- By counts
 
-TEST(QelXyCoordSpaceFind, ClosestTable) {
+TEST(QelXyCoordSpaceFindTest, ClosestTable) {
     std::vector<Pair> const rows{{100, 100}, {200, 150}, {300, 0}, {0, 400}};
     QelXyCoordSpace const space = spaceWith(rows);
     struct Case {
@@ -80,7 +80,7 @@ TEST(QelXyCoordSpaceFind, ClosestTable) {
     }
 }
 
-TEST(QelXyCoordSpaceFind, WhatIsNotFoundLeavesTheResult) {
+TEST(QelXyCoordSpaceFindTest, WhatIsNotFoundLeavesTheResult) {
     QelXyCoordSpace const space = spaceWith({{100, 100}});
     Resolution result{QelResolution::ofPixels(7), QelResolution::ofPixels(8)};
     EXPECT_FALSE(space.findClosestResolution(result, 5, 5, 0));
@@ -90,7 +90,7 @@ TEST(QelXyCoordSpaceFind, WhatIsNotFoundLeavesTheResult) {
     EXPECT_EQ(8U, result.vert.pixels);
 }
 
-TEST(QelXyCoordSpaceFind, TheResultIsFull) {
+TEST(QelXyCoordSpaceFindTest, TheResultIsFull) {
     Resolution result;
     ASSERT_TRUE(spaceWith({{0, 100}}).findClosestResolution(result, 50, 100, 0));
     EXPECT_DOUBLE_EQ(5.0, result.horz.dpu);
@@ -101,7 +101,7 @@ TEST(QelXyCoordSpaceFind, TheResultIsFull) {
 }
 
 // Sums of differences have more than 32 bits.
-TEST(QelXyCoordSpaceFind, DistancesDoNotWrapRound) {
+TEST(QelXyCoordSpaceFindTest, DistancesDoNotWrapRound) {
     EXPECT_EQ((Pair{4294967295U, 1}),
               found(spaceWith({{4294967295U, 4294967295U}, {4294967295U, 1}}), {1, 1}, larger));
     EXPECT_EQ((Pair{4294967295U, 4294967295U}),
@@ -136,7 +136,7 @@ std::optional<Pair> bestByHand(std::vector<Pair> const & rows, Pair const & want
     return best;
 }
 
-TEST(QelXyCoordSpaceFind, ClosestAgreesWithScoringEveryRow) {
+TEST(QelXyCoordSpaceFindTest, ClosestAgreesWithScoringEveryRow) {
     RandomNumbers random(30);
     for (int i = 0; i < 4000; ++i) {
         std::vector<Pair> const rows = randomRows(random, 8);
@@ -152,7 +152,7 @@ TEST(QelXyCoordSpaceFind, ClosestAgreesWithScoringEveryRow) {
 
 // ---- By dots per unit
 
-TEST(QelXyCoordSpaceFind, ClosestByDotsPerUnit) {
+TEST(QelXyCoordSpaceFindTest, ClosestByDotsPerUnit) {
     // 10 and 20 dots per inch on both axes, 30 by any.
     QelXyCoordSpace const space = spaceWith({{100, 200}, {200, 400}, {300, 0}});
     auto const dpi = [](double dots) { return QelResolution(dots, QEL_UNIT_INCH); };
@@ -194,7 +194,7 @@ TEST(QelXyCoordSpaceFind, ClosestByDotsPerUnit) {
 
 // ---- Models
 
-TEST(QelXyCoordSpaceFind, TheLargestAgreesWithAModel) {
+TEST(QelXyCoordSpaceFindTest, TheLargestAgreesWithAModel) {
     RandomNumbers random(31);
     for (int i = 0; i < 4000; ++i) {
         std::vector<Pair> rows = randomRows(random, 6);
@@ -218,7 +218,7 @@ TEST(QelXyCoordSpaceFind, TheLargestAgreesWithAModel) {
     }
 }
 
-TEST(QelXyCoordSpaceFind, PartnersAgreeWithAModel) {
+TEST(QelXyCoordSpaceFindTest, PartnersAgreeWithAModel) {
     RandomNumbers random(32);
     for (int i = 0; i < 4000; ++i) {
         std::vector<Pair> const rows = randomRows(random, 6);
@@ -255,7 +255,7 @@ TEST(QelXyCoordSpaceFind, PartnersAgreeWithAModel) {
     }
 }
 
-TEST(QelXyCoordSpaceFind, SelectionAgreesWithAModel) {
+TEST(QelXyCoordSpaceFindTest, SelectionAgreesWithAModel) {
     RandomNumbers random(33);
     for (int i = 0; i < 4000; ++i) {
         std::vector<Pair> const rows = randomRows(random, 6);

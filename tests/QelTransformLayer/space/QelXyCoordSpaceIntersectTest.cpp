@@ -47,7 +47,7 @@ Pairs intersected(Pairs const & mine, Pairs const & theirs) {
 
 // ---- By counts
 
-TEST(QelXyCoordSpaceIntersect, CountsTable) {
+TEST(QelXyCoordSpaceIntersectTest, CountsTable) {
     struct Case {
         char const * name;
         Pairs mine;
@@ -83,7 +83,7 @@ TEST(QelXyCoordSpaceIntersect, CountsTable) {
     }
 }
 
-TEST(QelXyCoordSpaceIntersect, NullHasNoRows) {
+TEST(QelXyCoordSpaceIntersectTest, NullHasNoRows) {
     QelXyCoordSpace space = spaceWith({{3, 3}, {4, 4}});
     space.selectResolution(3, 3);
     QelXyCoordSpace byDots = space;
@@ -95,7 +95,7 @@ TEST(QelXyCoordSpaceIntersect, NullHasNoRows) {
     EXPECT_FALSE(byDots.hasSelectedResolution());
 }
 
-TEST(QelXyCoordSpaceIntersect, AnArbitrarySpaceChangesNothing) {
+TEST(QelXyCoordSpaceIntersectTest, AnArbitrarySpaceChangesNothing) {
     QelXyCoordSpace space = spaceWith({{3, 3}});
     space.selectResolution(3, 3);
     QelXyCoordSpace const other = spaceWith({{7, 7}, {0, 0}});
@@ -105,7 +105,7 @@ TEST(QelXyCoordSpaceIntersect, AnArbitrarySpaceChangesNothing) {
     EXPECT_EQ(before, stateOf(space));
 }
 
-TEST(QelXyCoordSpaceIntersect, WithItself) {
+TEST(QelXyCoordSpaceIntersectTest, WithItself) {
     QelXyCoordSpace space = spaceWith({{3, 3}, {4, 0}});
     space.intersectResolutions(&space);
     EXPECT_EQ((Pairs{{3, 3}, {4, 0}}), rowsOf(space));
@@ -113,7 +113,7 @@ TEST(QelXyCoordSpaceIntersect, WithItself) {
     EXPECT_EQ((Pairs{{3, 3}, {4, 0}}), rowsOf(space));
 }
 
-TEST(QelXyCoordSpaceIntersect, APixelBasedSpaceKeepsItsRowOrRaises) {
+TEST(QelXyCoordSpaceIntersectTest, APixelBasedSpaceKeepsItsRowOrRaises) {
     QelXyCoordSpace space(5, 6);
     std::string const before = stateOf(space);
     QelXyCoordSpace const same = spaceWith({{1, 1}, {5, 0}});
@@ -182,7 +182,7 @@ Pairs intersectedByHand(Pairs const & mine, Pairs const & theirs) {
     return result;
 }
 
-TEST(QelXyCoordSpaceIntersect, CountsAgreeWithTheStepsByHand) {
+TEST(QelXyCoordSpaceIntersectTest, CountsAgreeWithTheStepsByHand) {
     RandomNumbers random(40);
     for (int i = 0; i < 5000; ++i) {
         Pairs const mine = randomRows(random);
@@ -198,7 +198,7 @@ QelResolution dpi(double dots) {
     return {dots, QEL_UNIT_INCH};
 }
 
-TEST(QelXyCoordSpaceIntersect, DotsPerUnitAreThoseOfThisSpace) {
+TEST(QelXyCoordSpaceIntersectTest, DotsPerUnitAreThoseOfThisSpace) {
     QelXyCoordSpace space(inches(10), inches(10));
     space.addResolution({dpi(100), dpi(100)});
     space.addResolution({dpi(200), dpi(200)});
@@ -219,7 +219,7 @@ TEST(QelXyCoordSpaceIntersect, DotsPerUnitAreThoseOfThisSpace) {
     EXPECT_FALSE(space.hasSelectedResolution()) << "its row is gone";
 }
 
-TEST(QelXyCoordSpaceIntersect, AnArbitraryHalfTakesTheOthersDotsPerUnit) {
+TEST(QelXyCoordSpaceIntersectTest, AnArbitraryHalfTakesTheOthersDotsPerUnit) {
     QelXyCoordSpace space(inches(10), inches(10));
     space.addResolution({{}, dpi(100)});
     QelXyCoordSpace other(centimeters(25.4), centimeters(25.4));
@@ -235,7 +235,7 @@ TEST(QelXyCoordSpaceIntersect, AnArbitraryHalfTakesTheOthersDotsPerUnit) {
     EXPECT_EQ((Pairs{{500, 1000}, {600, 1010}, {700, 0}, {0, 1000}}), rowsOf(any));
 }
 
-TEST(QelXyCoordSpaceIntersect, DotsPerUnitNeedPhysicalSpaces) {
+TEST(QelXyCoordSpaceIntersectTest, DotsPerUnitNeedPhysicalSpaces) {
     QelXyCoordSpace space = spaceWith({{3, 3}});
     space.selectResolution(3, 3);
     std::string const before = stateOf(space);
@@ -265,7 +265,7 @@ bool fit(double a, double b, double tolerance, bool relative) {
     return relative ? apart <= tolerance * std::min(a, b) : apart < tolerance;
 }
 
-TEST(QelXyCoordSpaceIntersect, DotsPerUnitAgreeWithTheStepsByHand) {
+TEST(QelXyCoordSpaceIntersectTest, DotsPerUnitAgreeWithTheStepsByHand) {
     RandomNumbers random(41);
     auto const randomDots = [&] {
         std::vector<Dots> rows(random.whole(std::size_t{1}, std::size_t{5}));

@@ -43,7 +43,7 @@ void expectSelected(QelXyCoordSpace const & space, std::uint32_t width, std::uin
     EXPECT_EQ(height, space.numPixelsHigh());
 }
 
-TEST(QelXyCoordSpaceList, RowsHaveTwoHalves) {
+TEST(QelXyCoordSpaceListTest, RowsHaveTwoHalves) {
     QelXyCoordSpace space = spaceWith({row(1000, 1000)});
     space.addResolution(500, 400);
     space.addResolution({{50, QEL_UNIT_INCH}, {10, QEL_UNIT_CENTIMETER}});
@@ -57,7 +57,7 @@ TEST(QelXyCoordSpaceList, RowsHaveTwoHalves) {
     EXPECT_EQ("1000x1000 500x508 7x0 0x0 ", rowsOf(space));
 }
 
-TEST(QelXyCoordSpaceList, InPixelsARowIsTheSize) {
+TEST(QelXyCoordSpaceListTest, InPixelsARowIsTheSize) {
     QelXyCoordSpace space(640, 480);
     space.addResolution(320, 200);
     EXPECT_EQ("320x200 ", rowsOf(space));
@@ -74,7 +74,7 @@ TEST(QelXyCoordSpaceList, InPixelsARowIsTheSize) {
     expectSelected(space, 4294967295U, 2147483648U);
 }
 
-TEST(QelXyCoordSpaceList, ChangesAreRefused) {
+TEST(QelXyCoordSpaceListTest, ChangesAreRefused) {
     QelXyCoordSpace space = spaceWith({row(10, 10)});
     QelXyCoordSpace pixel(5, 6);
     QelXyCoordSpace part(QEL_UNIT_HEIGHT_RELATIVE);
@@ -113,7 +113,7 @@ TEST(QelXyCoordSpaceList, ChangesAreRefused) {
 }
 
 // The edge case: the selection holds the values of the row that went.
-TEST(QelXyCoordSpaceList, RemovingTheSelectedRowLeavesTheSelection) {
+TEST(QelXyCoordSpaceListTest, RemovingTheSelectedRowLeavesTheSelection) {
     QelXyCoordSpace space = spaceWith({row(1000, 1000), row(500, 500)});
     space.selectResolution(500, 500);
     space.removeResolution(1);
@@ -124,7 +124,7 @@ TEST(QelXyCoordSpaceList, RemovingTheSelectedRowLeavesTheSelection) {
     expectSelected(space, 500, 500);
 }
 
-TEST(QelXyCoordSpaceList, HasPixelResolutionTable) {
+TEST(QelXyCoordSpaceListTest, HasPixelResolutionTable) {
     QelXyCoordSpace const space = spaceWith({row(10, 20), row(30, 0), row(0, 40)});
     struct Case {
         std::uint32_t width;
@@ -142,7 +142,7 @@ TEST(QelXyCoordSpaceList, HasPixelResolutionTable) {
     EXPECT_TRUE(QelXyCoordSpace(5, 6).hasPixelResolution(5, 6));
 }
 
-TEST(QelXyCoordSpaceList, SupportsResolutionCountsTheSamples) {
+TEST(QelXyCoordSpaceListTest, SupportsResolutionCountsTheSamples) {
     QelXyCoordSpace const space = spaceWith({row(100, 100)});
     EXPECT_TRUE(space.supportsResolution(row(100, 100)));
     EXPECT_TRUE(space.supportsResolution({{10, QEL_UNIT_INCH}, {5, QEL_UNIT_INCH}}));
@@ -156,7 +156,7 @@ TEST(QelXyCoordSpaceList, SupportsResolutionCountsTheSamples) {
 }
 
 // The edge case: a row that is arbitrary in both halves takes the counts.
-TEST(QelXyCoordSpaceList, SelectingFromAnArbitraryRowDerivesDotsPerUnit) {
+TEST(QelXyCoordSpaceListTest, SelectingFromAnArbitraryRowDerivesDotsPerUnit) {
     QelXyCoordSpace space = spaceWith({Resolution()});
     space.selectResolution(640, 480);
     expectSelected(space, 640, 480);
@@ -166,7 +166,7 @@ TEST(QelXyCoordSpaceList, SelectingFromAnArbitraryRowDerivesDotsPerUnit) {
     EXPECT_EQ("0x0 ", rowsOf(space));
 }
 
-TEST(QelXyCoordSpaceList, SelectsTheFirstRowThatOffersTheCounts) {
+TEST(QelXyCoordSpaceListTest, SelectsTheFirstRowThatOffersTheCounts) {
     QelXyCoordSpace space = spaceWith({row(10, 20), row(30, 0)});
     // The same counts by other dots per unit, later in the list.
     space.addResolution({{1.04, QEL_UNIT_INCH}, {1.02, QEL_UNIT_INCH}});
@@ -183,7 +183,7 @@ TEST(QelXyCoordSpaceList, SelectsTheFirstRowThatOffersTheCounts) {
     EXPECT_EQ(0, space.selectedPixelHeight());
 }
 
-TEST(QelXyCoordSpaceList, SelectingIsRefused) {
+TEST(QelXyCoordSpaceListTest, SelectingIsRefused) {
     GroupedLocale const grouped;
     QelXyCoordSpace space = spaceWith({row(1000, 2000), row(30, 0)});
     space.selectResolution(30, 7);
@@ -217,7 +217,7 @@ TEST(QelXyCoordSpaceList, SelectingIsRefused) {
 
 // ---- Partners
 
-TEST(QelXyCoordSpaceList, FindsTheOtherHalf) {
+TEST(QelXyCoordSpaceListTest, FindsTheOtherHalf) {
     QelXyCoordSpace const space =
         spaceWith({row(10, 20), row(0, 30), row(70, 30), row(0, 40), row(50, 0), row(60, 0)});
     auto const horz = [&](std::uint32_t y) { return space.findHorzResolution(samples(y)); };
@@ -236,13 +236,13 @@ TEST(QelXyCoordSpaceList, FindsTheOtherHalf) {
     EXPECT_EQ(10U, space.findHorzResolution({1 / 2.54, QEL_UNIT_CENTIMETER}).pixels);
 }
 
-TEST(QelXyCoordSpaceList, FindsTheSameDotsPerUnitInAnArbitraryRow) {
+TEST(QelXyCoordSpaceListTest, FindsTheSameDotsPerUnitInAnArbitraryRow) {
     QelXyCoordSpace const space = spaceWith({Resolution()});
     EXPECT_EQ(50U, space.findHorzResolution(samples(100)).pixels);
     EXPECT_EQ(200U, space.findVertResolution(samples(100)).pixels);
 }
 
-TEST(QelXyCoordSpaceList, FindingIsRefused) {
+TEST(QelXyCoordSpaceListTest, FindingIsRefused) {
     QelXyCoordSpace const space = spaceWith({row(10, 20)});
     expectRaises(QelErrorCode::arbitraryResolution,
                  "Cannot find matching horizontal resolution for \"arbitrary\" y-resolution",
@@ -266,7 +266,7 @@ TEST(QelXyCoordSpaceList, FindingIsRefused) {
 
 // ---- The largest
 
-TEST(QelXyCoordSpaceList, GetMaxResolutionTable) {
+TEST(QelXyCoordSpaceListTest, GetMaxResolutionTable) {
     struct Case {
         char const * name;
         std::initializer_list<Resolution> rows;

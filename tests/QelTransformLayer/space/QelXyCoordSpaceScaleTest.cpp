@@ -65,7 +65,7 @@ void expectAxis(QelXyDimension const & axis, QelResolution const & selected, dou
     EXPECT_EQ(axis.resolution(0).pixels, selected.pixels);
 }
 
-TEST(QelXyCoordSpaceScale, ScalesExtentsAndKeepsSamplesOrDotsPerUnit) {
+TEST(QelXyCoordSpaceScaleTest, ScalesExtentsAndKeepsSamplesOrDotsPerUnit) {
     for (Case const & each : scalings) {
         for (bool const keepDpu : {false, true}) {
             SCOPED_TRACE(each.name);
@@ -82,7 +82,7 @@ TEST(QelXyCoordSpaceScale, ScalesExtentsAndKeepsSamplesOrDotsPerUnit) {
     }
 }
 
-TEST(QelXyCoordSpaceScale, ANegativeFactorMirrors) {
+TEST(QelXyCoordSpaceScaleTest, ANegativeFactorMirrors) {
     QelXyCoordSpace space = physical();
     space.scaleX(-2.0, true);
     expectAxis(space.xDimension(), space.selectedResolution().horz, -22, 20, 100);
@@ -90,7 +90,7 @@ TEST(QelXyCoordSpaceScale, ANegativeFactorMirrors) {
     expectAxis(space.yDimension(), space.selectedResolution().vert, -22, 20, 50);
 }
 
-TEST(QelXyCoordSpaceScale, ThePlainFormsKeepSamples) {
+TEST(QelXyCoordSpaceScaleTest, ThePlainFormsKeepSamples) {
     QelXyCoordSpace plain = physical();
     QelXyCoordSpace same = physical();
     plain.scale(2.0);
@@ -101,7 +101,7 @@ TEST(QelXyCoordSpaceScale, ThePlainFormsKeepSamples) {
     EXPECT_EQ(stateOf(same), stateOf(plain));
 }
 
-TEST(QelXyCoordSpaceScale, InPixelsTheSizeChanges) {
+TEST(QelXyCoordSpaceScaleTest, InPixelsTheSizeChanges) {
     for (Case const & each : scalings) {
         SCOPED_TRACE(each.name);
         QelXyCoordSpace space(640, 480);
@@ -114,7 +114,7 @@ TEST(QelXyCoordSpaceScale, InPixelsTheSizeChanges) {
     }
 }
 
-TEST(QelXyCoordSpaceScale, FactorsAreRefused) {
+TEST(QelXyCoordSpaceScaleTest, FactorsAreRefused) {
     for (Case const & each : scalings) {
         SCOPED_TRACE(each.name);
         QelXyCoordSpace space = physical();
@@ -146,7 +146,7 @@ TEST(QelXyCoordSpaceScale, FactorsAreRefused) {
 }
 
 // The second axis is refused when the first is scaled already.
-TEST(QelXyCoordSpaceScale, BothAxesOrNone) {
+TEST(QelXyCoordSpaceScaleTest, BothAxesOrNone) {
     QelXyCoordSpace space(inches(10), inches(10));
     space.addResolution(1000, 1);
     space.selectResolution(1000, 1);
@@ -160,7 +160,7 @@ TEST(QelXyCoordSpaceScale, BothAxesOrNone) {
     }
 }
 
-TEST(QelXyCoordSpaceScale, SamplesByFactors) {
+TEST(QelXyCoordSpaceScaleTest, SamplesByFactors) {
     QelXyCoordSpace space = physical();
     space.scalePixels(0.5, 0.25, true);
     EXPECT_EQ(500U, space.getResolution(0).horz.pixels);
@@ -175,7 +175,7 @@ TEST(QelXyCoordSpaceScale, SamplesByFactors) {
     EXPECT_FALSE(space.hasSelectedResolution());
 }
 
-TEST(QelXyCoordSpaceScale, SamplesByARatio) {
+TEST(QelXyCoordSpaceScaleTest, SamplesByARatio) {
     QelXyCoordSpace space = physical();
     space.scalePixels(3, 2, true);
     EXPECT_EQ(666U, space.getResolution(0).horz.pixels);
@@ -189,7 +189,7 @@ TEST(QelXyCoordSpaceScale, SamplesByARatio) {
     EXPECT_FALSE(space.hasSelectedResolution());
 }
 
-TEST(QelXyCoordSpaceScale, SamplesOfAnArbitraryHalf) {
+TEST(QelXyCoordSpaceScaleTest, SamplesOfAnArbitraryHalf) {
     QelXyCoordSpace space = physical();
     space.selectResolution(500, 101);
     space.scalePixels(1.0, 0.5, true);
@@ -202,7 +202,7 @@ TEST(QelXyCoordSpaceScale, SamplesOfAnArbitraryHalf) {
                    space, space.scalePixels(1.0, 0.015, true));
 }
 
-TEST(QelXyCoordSpaceScale, SamplesInPixels) {
+TEST(QelXyCoordSpaceScaleTest, SamplesInPixels) {
     QelXyCoordSpace space(640, 480);
     space.scalePixels(0.5, 2.0, false);
     EXPECT_EQ(320U, space.numPixelsWide());
@@ -212,7 +212,7 @@ TEST(QelXyCoordSpaceScale, SamplesInPixels) {
     EXPECT_EQ(320.0, space.height().value());
 }
 
-TEST(QelXyCoordSpaceScale, SamplesAreRefused) {
+TEST(QelXyCoordSpaceScaleTest, SamplesAreRefused) {
     QelXyCoordSpace space = physical();
     QelXyCoordSpace gone = space;
     gone.removeResolution(0);
@@ -235,7 +235,7 @@ TEST(QelXyCoordSpaceScale, SamplesAreRefused) {
 }
 
 // The edge case: (640, 480) becomes (480, 640), and the selection follows.
-TEST(QelXyCoordSpaceScale, SwapXYTransposes) {
+TEST(QelXyCoordSpaceScaleTest, SwapXYTransposes) {
     QelXyCoordSpace pixel(640, 480);
     pixel.swapXY();
     EXPECT_EQ(stateOf(QelXyCoordSpace(480, 640)), stateOf(pixel));

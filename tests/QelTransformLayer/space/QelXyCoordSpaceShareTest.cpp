@@ -92,7 +92,7 @@ Change const changes[] = {
     {"renameDimension", [](Space & s) { s.renameDimension(2, "z"); }},
 };
 
-TEST(QelXyCoordSpaceShare, AChangeOfOneCopyNeverShowsInAnother) {
+TEST(QelXyCoordSpaceShareTest, AChangeOfOneCopyNeverShowsInAnother) {
     for (Change const & each : changes) {
         SCOPED_TRACE(each.name);
         QelXyCoordSpace changed = physical();
@@ -113,7 +113,7 @@ TEST(QelXyCoordSpaceShare, AChangeOfOneCopyNeverShowsInAnother) {
     }
 }
 
-TEST(QelXyCoordSpaceShare, TheCopyMayBeTheOneThatChanges) {
+TEST(QelXyCoordSpaceShareTest, TheCopyMayBeTheOneThatChanges) {
     for (Change const & each : changes) {
         SCOPED_TRACE(each.name);
         QelXyCoordSpace const original = physical();
@@ -126,7 +126,7 @@ TEST(QelXyCoordSpaceShare, TheCopyMayBeTheOneThatChanges) {
 }
 
 // The same change gives the same whether the dimensions are shared or not.
-TEST(QelXyCoordSpaceShare, SharingMakesNoDifference) {
+TEST(QelXyCoordSpaceShareTest, SharingMakesNoDifference) {
     for (Change const & each : changes) {
         SCOPED_TRACE(each.name);
         QelXyCoordSpace alone = physical();
@@ -138,7 +138,7 @@ TEST(QelXyCoordSpaceShare, SharingMakesNoDifference) {
     }
 }
 
-TEST(QelXyCoordSpaceShare, DimensionsLiveAsLongAsACopy) {
+TEST(QelXyCoordSpaceShareTest, DimensionsLiveAsLongAsACopy) {
     std::unique_ptr<QelXyCoordSpace> original = std::make_unique<QelXyCoordSpace>(physical());
     QelXyCoordSpace const copy(*original);
     std::string const before = stateOf(copy);
@@ -146,7 +146,7 @@ TEST(QelXyCoordSpaceShare, DimensionsLiveAsLongAsACopy) {
     EXPECT_EQ(before, stateOf(copy));
 }
 
-TEST(QelXyCoordSpaceShare, SelfAssignment) {
+TEST(QelXyCoordSpaceShareTest, SelfAssignment) {
     QelXyCoordSpace space = physical();
     std::string const before = stateOf(space);
     QelXyCoordSpace & same = space;
@@ -224,7 +224,7 @@ Refusal const refusals[] = {
     {"swapDimensions", QelErrorCode::unsupported, [](Space & s) { s.swapDimensions(2, 0); }},
 };
 
-TEST(QelXyCoordSpaceShare, WhatRaisesChangesNothing) {
+TEST(QelXyCoordSpaceShareTest, WhatRaisesChangesNothing) {
     for (Refusal const & each : refusals) {
         for (bool const shared : {false, true}) {
             SCOPED_TRACE(each.name);
@@ -242,7 +242,7 @@ TEST(QelXyCoordSpaceShare, WhatRaisesChangesNothing) {
 }
 
 // Whatever the number is, it changes the space or raises and changes nothing; sanitizers look on.
-TEST(QelXyCoordSpaceShare, ExtremesChangeOrRaise) {
+TEST(QelXyCoordSpaceShareTest, ExtremesChangeOrRaise) {
     double const infinity = std::numeric_limits<double>::infinity();
     using Apply = void (*)(Space &, double);
     Apply const operations[] = {

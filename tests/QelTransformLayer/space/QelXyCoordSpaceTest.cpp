@@ -46,7 +46,7 @@ void expectSize(QelXyCoordSpace const & space, int unit, double width, double he
     EXPECT_EQ(isPixelUnit(unit) ? 1 : 0, space.xDimension().range().discrete());
 }
 
-TEST(QelXyCoordSpace, OfAUnitIsOneByOne) {
+TEST(QelXyCoordSpaceTest, OfAUnitIsOneByOne) {
     for (int const unit : {0, 2, 3, 4, 5, 6, 43}) {
         SCOPED_TRACE(unit);
         QelXyCoordSpace const space(unit);
@@ -63,7 +63,7 @@ TEST(QelXyCoordSpace, OfAUnitIsOneByOne) {
     EXPECT_TRUE(pixel.isPixelBased());
 }
 
-TEST(QelXyCoordSpace, OfCountsIsPixelBased) {
+TEST(QelXyCoordSpaceTest, OfCountsIsPixelBased) {
     QelXyCoordSpace const space(640, 480);
     expectSize(space, QEL_UNIT_PIXEL, 640, 480);
     expectSelected(space, 640, 480);
@@ -74,7 +74,7 @@ TEST(QelXyCoordSpace, OfCountsIsPixelBased) {
     EXPECT_EQ(480, space.selectedPixelHeight());
 }
 
-TEST(QelXyCoordSpace, CountsMayBeAsLargeAsTheyGet) {
+TEST(QelXyCoordSpaceTest, CountsMayBeAsLargeAsTheyGet) {
     QelXyCoordSpace const space(4294967295U, 2147483648U);
     expectSize(space, QEL_UNIT_PIXEL, 4294967295.0, 2147483648.0);
     expectSelected(space, 4294967295U, 2147483648U);
@@ -128,7 +128,7 @@ TEST(QelXyCoordSpace, OfValuesConvertsTheHeight) {
     expectSelected(rounded, 640, 480);
 }
 
-TEST(QelXyCoordSpace, OfAResolutionIsAsLargeAsItsPixels) {
+TEST(QelXyCoordSpaceTest, OfAResolutionIsAsLargeAsItsPixels) {
     QelXyCoordSpace const space(
         Resolution{half(100, QEL_UNIT_INCH, 850), half(100 / 2.54, QEL_UNIT_CENTIMETER, 1100)});
     expectSize(space, QEL_UNIT_INCH, 8.5, 11);
@@ -141,7 +141,7 @@ TEST(QelXyCoordSpace, OfAResolutionIsAsLargeAsItsPixels) {
     expectSelected(pixel, 5, 7);
 }
 
-TEST(QelXyCoordSpace, OfAResolutionKeepsEveryCount) {
+TEST(QelXyCoordSpaceTest, OfAResolutionKeepsEveryCount) {
     RandomNumbers random(11);
     for (int i = 0; i < 5000; ++i) {
         std::uint32_t const wide = random.whole(1U, 4294967295U);
@@ -154,7 +154,7 @@ TEST(QelXyCoordSpace, OfAResolutionKeepsEveryCount) {
     }
 }
 
-TEST(QelXyCoordSpace, ConstructorsOfCountsAndValuesRefuse) {
+TEST(QelXyCoordSpaceTest, ConstructorsOfCountsAndValuesRefuse) {
     GroupedLocale const grouped;
     constexpr char const * noWidth = "Cannot construct zero pixel-wide coordinate space";
     constexpr char const * noHeight = "Cannot construct zero pixel-high coordinate space";
@@ -203,7 +203,7 @@ TEST(QelXyCoordSpace, ConstructorsOfCountsAndValuesRefuse) {
     }
 }
 
-TEST(QelXyCoordSpace, TheConstructorOfAResolutionRefuses) {
+TEST(QelXyCoordSpaceTest, TheConstructorOfAResolutionRefuses) {
     constexpr char const * otherThanOne =
         "Cannot create pixel-based coordinate space with resolution other than 1.0 dots per unit";
     constexpr char const * relative =
@@ -252,7 +252,7 @@ TEST(QelXyCoordSpace, TheConstructorOfAResolutionRefuses) {
     }
 }
 
-TEST(QelXyCoordSpace, KnowsItsKind) {
+TEST(QelXyCoordSpaceTest, KnowsItsKind) {
     QelXyCoordSpace space(inches(10), inches(10));
     EXPECT_FALSE(space.isArbitraryRes());
     space.addResolution({half(0, 0, 100), {}});
@@ -264,7 +264,7 @@ TEST(QelXyCoordSpace, KnowsItsKind) {
     EXPECT_FALSE(QelXyCoordSpace(1U, 1U).isArbitraryRes());
 }
 
-TEST(QelXyCoordSpace, GetResolutionRefusesABadIndex) {
+TEST(QelXyCoordSpaceTest, GetResolutionRefusesABadIndex) {
     QelXyCoordSpace const space(5, 5);
     expectRaises(QelErrorCode::outOfRange,
                  "index value 1 passed to QelXyDimension::resolution(), but object has only 1 "
@@ -272,7 +272,7 @@ TEST(QelXyCoordSpace, GetResolutionRefusesABadIndex) {
                  [&] { space.getResolution(1); });
 }
 
-TEST(QelXyCoordSpace, ClonesKeepClassAndSelection) {
+TEST(QelXyCoordSpaceTest, ClonesKeepClassAndSelection) {
     QelXyCoordSpace space(inches(10), inches(10));
     space.addResolution({half(0, 0, 100), {}});
     space.selectResolution(100, 50);
@@ -284,7 +284,7 @@ TEST(QelXyCoordSpace, ClonesKeepClassAndSelection) {
     EXPECT_EQ(1, xy->refCount());
 }
 
-TEST(QelXyCoordSpace, IsCompatibleTable) {
+TEST(QelXyCoordSpaceTest, IsCompatibleTable) {
     QelXyCoordSpace own(inches(10), inches(10));
     own.addResolution(1000, 1000);
     own.addResolution(500, 500);
@@ -309,7 +309,7 @@ TEST(QelXyCoordSpace, IsCompatibleTable) {
     EXPECT_FALSE(own.isCompatible(spaceOf(inches(10), inches(9.9799), 500, 500)));
 }
 
-TEST(QelXyCoordSpace, NewSpaceKeepsDotsPerUnit) {
+TEST(QelXyCoordSpaceTest, NewSpaceKeepsDotsPerUnit) {
     QelXyCoordSpace space(inches(10), inches(20));
     space.addResolution(1000, 1000);
     space.addResolution({half(0, 0, 500), {}});
@@ -329,7 +329,7 @@ TEST(QelXyCoordSpace, NewSpaceKeepsDotsPerUnit) {
                5);
 }
 
-TEST(QelXyCoordSpace, NewSpaceOfPixelsMustHaveTheSameSize) {
+TEST(QelXyCoordSpaceTest, NewSpaceOfPixelsMustHaveTheSameSize) {
     QelXyCoordSpace const space(1640, 480);
     EXPECT_EQ(stateOf(space), stateOf(*space.newSpace(pixels(1640.2), pixels(479.5))));
     GroupedLocale const grouped;
@@ -347,7 +347,7 @@ TEST(QelXyCoordSpace, NewSpaceOfPixelsMustHaveTheSameSize) {
                  [&] { space.newSpace(inches(5), pixels(480)); });
 }
 
-TEST(QelXyCoordSpace, IsNotAssignedToThroughItsBase) {
+TEST(QelXyCoordSpaceTest, IsNotAssignedToThroughItsBase) {
     QelXyCoordSpace space(640, 480);
     QelCoordSpace & base = space;
     QelCoordSpace const other(std::make_unique<QelDimension>("length", inches(10)));

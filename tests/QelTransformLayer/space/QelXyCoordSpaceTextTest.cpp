@@ -48,7 +48,7 @@ QelXyCoordSpace read(std::string const & text) {
 
 // ---- Writing
 
-TEST(QelXyCoordSpaceText, Writes) {
+TEST(QelXyCoordSpaceTextTest, Writes) {
     EXPECT_EQ(
         "QelXyCoordSpace[w=1 inch, h=20 inches, QelXyCoordSpace::Resolution[1000,2000:1000,"
         "100/inch], QelXyCoordSpace::Resolution[500,0:500,0/inch], "
@@ -61,14 +61,14 @@ TEST(QelXyCoordSpaceText, Writes) {
         textOf(QelXyCoordSpace(640, 1)));
 }
 
-TEST(QelXyCoordSpaceText, WritesNoListWhereThereIsNone) {
+TEST(QelXyCoordSpaceTextTest, WritesNoListWhereThereIsNone) {
     EXPECT_EQ("QelXyCoordSpace[w=1 inch, h=2 inches, ]",
               textOf(QelXyCoordSpace(inches(1), inches(2))));
     EXPECT_EQ("QelXyCoordSpace[w=1 normalized unit, h=1 normalized unit, ]",
               textOf(QelXyCoordSpace(QEL_UNIT_NORMALIZED)));
 }
 
-TEST(QelXyCoordSpaceText, WritesNoSelection) {
+TEST(QelXyCoordSpaceTextTest, WritesNoSelection) {
     QelXyCoordSpace space(inches(1), inches(2));
     space.addResolution(Resolution());
     EXPECT_EQ(
@@ -78,7 +78,7 @@ TEST(QelXyCoordSpaceText, WritesNoSelection) {
 }
 
 // Values are written as the stream likes it; rows have to be read again.
-TEST(QelXyCoordSpaceText, RowsAreTheSameInEveryLocale) {
+TEST(QelXyCoordSpaceTextTest, RowsAreTheSameInEveryLocale) {
     GroupedLocale const grouped;
     QelXyCoordSpace space(inches(2500), inches(20));
     space.addResolution(1000000, 123450);
@@ -90,7 +90,7 @@ TEST(QelXyCoordSpaceText, RowsAreTheSameInEveryLocale) {
         out.str());
 }
 
-TEST(QelXyCoordSpaceText, TheStreamSaysHowManyDigits) {
+TEST(QelXyCoordSpaceTextTest, TheStreamSaysHowManyDigits) {
     QelXyCoordSpace space(inches(3), inches(3));
     space.addResolution(100, 100);
     space.selectResolution(100, 100);
@@ -100,7 +100,7 @@ TEST(QelXyCoordSpaceText, TheStreamSaysHowManyDigits) {
     EXPECT_NE(std::string::npos, out.str().find("100,100:33.3333333333,33.3333333333/inch"));
 }
 
-TEST(QelXyCoordSpaceText, APointerIsWrittenAsItsSpaceOrNull) {
+TEST(QelXyCoordSpaceTextTest, APointerIsWrittenAsItsSpaceOrNull) {
     std::ostringstream out;
     out << Pointer() << ' ' << Pointer(new QelXyCoordSpace(physical()));
     EXPECT_EQ("NULL " + textOf(physical()), out.str());
@@ -108,7 +108,7 @@ TEST(QelXyCoordSpaceText, APointerIsWrittenAsItsSpaceOrNull) {
 
 // ---- Reading
 
-TEST(QelXyCoordSpaceText, Reads) {
+TEST(QelXyCoordSpaceTextTest, Reads) {
     QelXyCoordSpace const space = read(two);
     QelXyCoordSpace expected(inches(10), inches(20));
     expected.addResolution(100, 200);
@@ -117,7 +117,7 @@ TEST(QelXyCoordSpaceText, Reads) {
     EXPECT_EQ(stateOf(expected), stateOf(space));
 }
 
-TEST(QelXyCoordSpaceText, ReadsNothingBehindTheEnd) {
+TEST(QelXyCoordSpaceTextTest, ReadsNothingBehindTheEnd) {
     std::istringstream in("  " + two + " rest");
     QelXyCoordSpace space(1, 1);
     in >> space;
@@ -127,7 +127,7 @@ TEST(QelXyCoordSpaceText, ReadsNothingBehindTheEnd) {
     EXPECT_EQ(10.0, space.width().value());
 }
 
-TEST(QelXyCoordSpaceText, ReadsWhatIsUnusual) {
+TEST(QelXyCoordSpaceTextTest, ReadsWhatIsUnusual) {
     // Anything ahead of the bracket, two characters, three, one.
     EXPECT_EQ(stateOf(read(two)),
               stateOf(read("x[??10 inches???20 inches?" + two.substr(two.find(row)))));
@@ -146,7 +146,7 @@ TEST(QelXyCoordSpaceText, ReadsWhatIsUnusual) {
     EXPECT_DOUBLE_EQ(10, counts.selectedResolution().vert.dpu);
 }
 
-TEST(QelXyCoordSpaceText, ReadsPixelsAndRelativeUnits) {
+TEST(QelXyCoordSpaceTextTest, ReadsPixelsAndRelativeUnits) {
     QelXyCoordSpace const pixel = read("[w=640 pixels,h=480 pixels, " + row +
                                        "640,480:1,1/pixel]: sel=" + row + "640,480:1,1/pixel]]");
     EXPECT_EQ(stateOf(QelXyCoordSpace(640, 480)), stateOf(pixel));
@@ -160,7 +160,7 @@ TEST(QelXyCoordSpaceText, ReadsPixelsAndRelativeUnits) {
 }
 
 // No other way leads to such a selection; its one half follows the unit like two would.
-TEST(QelXyCoordSpaceText, ReadsASelectionOfOneHalf) {
+TEST(QelXyCoordSpaceTextTest, ReadsASelectionOfOneHalf) {
     QelXyCoordSpace space = read("[w=10 inches,h=10 inches, " + row +
                                  "100,100:10,10/inch]: sel=" + row + "100,0:10,0/inch]]");
     EXPECT_FALSE(space.hasSelectedResolution());
@@ -172,13 +172,13 @@ TEST(QelXyCoordSpaceText, ReadsASelectionOfOneHalf) {
 }
 
 // The rows of a space in mils have a unit that no text may end with.
-TEST(QelXyCoordSpaceText, RowsInMilsAreNotRead) {
+TEST(QelXyCoordSpaceTextTest, RowsInMilsAreNotRead) {
     expectRaises(QelErrorCode::invalidValue, badRow,
                  [] { read("[w=10 mils,h=10 mils, " + row + "100,100:10,10/mil]: sel="); });
     EXPECT_NO_THROW(read("[w=10 mils,h=10 mils]"));
 }
 
-TEST(QelXyCoordSpaceText, ReadsPointers) {
+TEST(QelXyCoordSpaceTextTest, ReadsPointers) {
     std::istringstream in(" NULL " + two + "NOTHING");
     Pointer space(new QelXyCoordSpace(1, 1));
     in >> space;
@@ -194,7 +194,7 @@ TEST(QelXyCoordSpaceText, ReadsPointers) {
     EXPECT_EQ("ING", rest);
 }
 
-TEST(QelXyCoordSpaceText, ReadsInEveryLocale) {
+TEST(QelXyCoordSpaceTextTest, ReadsInEveryLocale) {
     std::string const expected = stateOf(read(two));
     GroupedLocale const grouped;
     std::istringstream in(two);
@@ -203,7 +203,7 @@ TEST(QelXyCoordSpaceText, ReadsInEveryLocale) {
     EXPECT_EQ(expected, stateOf(space));
 }
 
-TEST(QelXyCoordSpaceText, Refusals) {
+TEST(QelXyCoordSpaceTextTest, Refusals) {
     struct Case {
         std::string text;
         int code;
@@ -273,7 +273,7 @@ TEST(QelXyCoordSpaceText, Refusals) {
 }
 
 // The blank ahead of "h=" is too much for the reader.
-TEST(QelXyCoordSpaceText, TheWritersOwnTextRaises) {
+TEST(QelXyCoordSpaceTextTest, TheWritersOwnTextRaises) {
     for (QelXyCoordSpace const & space :
          {physical(), QelXyCoordSpace(5, 6), QelXyCoordSpace(inches(1), inches(1)),
           QelXyCoordSpace(QEL_UNIT_WIDTH_RELATIVE)}) {
@@ -282,7 +282,7 @@ TEST(QelXyCoordSpaceText, TheWritersOwnTextRaises) {
 }
 
 // Without the blank it is the space again.
-TEST(QelXyCoordSpaceText, WithoutTheBlankItIsRead) {
+TEST(QelXyCoordSpaceTextTest, WithoutTheBlankItIsRead) {
     RandomNumbers random(50);
     for (int i = 0; i < 500; ++i) {
         QelXyCoordSpace space(inches(random.whole(1, 100)), inches(random.whole(1, 100)));
@@ -317,13 +317,13 @@ bool readsOrRaises(std::string const & text) {
     }
 }
 
-TEST(QelXyCoordSpaceText, CutAnywhereItRaises) {
+TEST(QelXyCoordSpaceTextTest, CutAnywhereItRaises) {
     ASSERT_TRUE(readsOrRaises(two));
     for (std::size_t length = 0; length < two.size(); ++length)
         EXPECT_FALSE(readsOrRaises(two.substr(0, length))) << length;
 }
 
-TEST(QelXyCoordSpaceText, WithAnyCharacterReplacedItIsReadOrRaises) {
+TEST(QelXyCoordSpaceTextTest, WithAnyCharacterReplacedItIsReadOrRaises) {
     for (std::size_t at = 0; at < two.size(); ++at) {
         for (char const c : {'\0', ' ', ',', ']', '[', '9', '-', 'e', '\xff'}) {
             std::string text = two;
@@ -333,7 +333,7 @@ TEST(QelXyCoordSpaceText, WithAnyCharacterReplacedItIsReadOrRaises) {
     }
 }
 
-TEST(QelXyCoordSpaceText, GarbageNeitherHangsNorCrashes) {
+TEST(QelXyCoordSpaceTextTest, GarbageNeitherHangsNorCrashes) {
     RandomNumbers random(51);
     std::string const pieces[] = {
         row, "[",     "]",       ",",    "w=",         "h=",      ": sel=", "1",  "1e300", "-", " ",
@@ -349,7 +349,7 @@ TEST(QelXyCoordSpaceText, GarbageNeitherHangsNorCrashes) {
     EXPECT_LT(0, readable);
 }
 
-TEST(QelXyCoordSpaceText, AStreamThatFailedIsRefused) {
+TEST(QelXyCoordSpaceTextTest, AStreamThatFailedIsRefused) {
     std::istringstream in(two);
     in.setstate(std::ios_base::failbit);
     QelXyCoordSpace space = physical();

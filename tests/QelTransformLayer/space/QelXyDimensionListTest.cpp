@@ -39,7 +39,7 @@ std::vector<std::uint32_t> countsOf(QelXyDimension const & dimension) {
 
 using Counts = std::vector<std::uint32_t>;
 
-TEST(QelXyDimensionList, KeepsTheOrder) {
+TEST(QelXyDimensionListTest, KeepsTheOrder) {
     QelXyDimension dimension = tenInches({300, 100, 200});
     dimension.addResolution({10.0, QEL_UNIT_INCH});
     dimension.addResolution({});
@@ -54,7 +54,7 @@ TEST(QelXyDimensionList, KeepsTheOrder) {
     EXPECT_NO_THROW(dimension.clearResolutions());
 }
 
-TEST(QelXyDimensionList, ChangesAreRefused) {
+TEST(QelXyDimensionListTest, ChangesAreRefused) {
     QelXyDimension pixel("x", 9U);
     QelXyDimension part("x", normalized(1));
     QelXyDimension three = tenInches({1, 2, 3});
@@ -103,7 +103,7 @@ TEST(QelXyDimensionList, ChangesAreRefused) {
                    three.replaceResolution(1, {1.0, QEL_UNIT_SECOND}));
 }
 
-TEST(QelXyDimensionList, ScalesSamplesAndLeavesTheExtentAlone) {
+TEST(QelXyDimensionListTest, ScalesSamplesAndLeavesTheExtentAlone) {
     QelXyDimension dimension = tenInches({100, 0, 301});
     dimension.scalePixels(0.5);
     EXPECT_EQ((Counts{50, 0, 150}), countsOf(dimension));
@@ -118,7 +118,7 @@ TEST(QelXyDimensionList, ScalesSamplesAndLeavesTheExtentAlone) {
     EXPECT_EQ(10.0, dimension.width().value());
 }
 
-TEST(QelXyDimensionList, ScalesIn64Bits) {
+TEST(QelXyDimensionListTest, ScalesIn64Bits) {
     QelXyDimension dimension = tenInches({4294967295U});
     dimension.scalePixels(2147483647, 2147483647);
     EXPECT_EQ((Counts{4294967295U}), countsOf(dimension));
@@ -135,7 +135,7 @@ TEST(QelXyDimensionList, ScalesIn64Bits) {
     EXPECT_EQ((Counts{2}), countsOf(dimension));
 }
 
-TEST(QelXyDimensionList, ScalingRefuses) {
+TEST(QelXyDimensionListTest, ScalingRefuses) {
     QelXyDimension dimension = tenInches({100, 300});
     EXPECT_REFUSED(QelErrorCode::illegalFactor, "Cannot scale number of pixels by 0", dimension,
                    dimension.scalePixels(0.0));
@@ -180,7 +180,7 @@ TEST(QelXyDimensionList, ScalingRefuses) {
                    dimension, dimension.scalePixels(1U, 301, 1));
 }
 
-TEST(QelXyDimensionList, EntriesBeforeTheFailingOneAreScaledAlready) {
+TEST(QelXyDimensionListTest, EntriesBeforeTheFailingOneAreScaledAlready) {
     QelXyDimension dimension = tenInches({100, 5, 100});
     expectRaises(QelErrorCode::noSamples,
                  "scaling pixel value 5 by scale factor 0.1 results in zero pixels",
@@ -192,7 +192,7 @@ TEST(QelXyDimensionList, EntriesBeforeTheFailingOneAreScaledAlready) {
     EXPECT_EQ((Counts{1, 5, 100}), countsOf(dimension));
 }
 
-TEST(QelXyDimensionList, InPixelsScalingIsOfTheExtent) {
+TEST(QelXyDimensionListTest, InPixelsScalingIsOfTheExtent) {
     QelXyDimension dimension("x", 640U);
     auto const expectPixels = [&](std::uint32_t count) {
         EXPECT_EQ(static_cast<double>(count), dimension.width().value());
@@ -221,7 +221,7 @@ TEST(QelXyDimensionList, InPixelsScalingIsOfTheExtent) {
                    dimension, dimension.scalePixels(0.001));
 }
 
-TEST(QelXyDimensionList, ARelativeOneHasNothingToScale) {
+TEST(QelXyDimensionListTest, ARelativeOneHasNothingToScale) {
     QelXyDimension part("x", normalized(1));
     std::string const before = stateOf(part);
     part.scalePixels(2.0);
@@ -230,7 +230,7 @@ TEST(QelXyDimensionList, ARelativeOneHasNothingToScale) {
 }
 
 // Against the words: floor(d * W - 0.5) + 1, and count / W.
-TEST(QelXyDimensionList, SpecifyAgreesWithCounting) {
+TEST(QelXyDimensionListTest, SpecifyAgreesWithCounting) {
     RandomNumbers random(3);
     int const units[] = {QEL_UNIT_INCH, QEL_UNIT_CENTIMETER, QEL_UNIT_METER, QEL_UNIT_POINT};
     for (int i = 0; i < 20000; ++i) {

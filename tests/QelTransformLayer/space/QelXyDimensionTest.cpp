@@ -41,7 +41,7 @@ static_assert(std::is_constructible_v<QelXyDimension, char const *, int>);
 static_assert(!std::is_constructible_v<QelXyDimension, char const *, double>);
 
 // The edge case: pixel based, the entry follows.
-TEST(QelXyDimension, OfPixelsHasOneEntryThatFollowsTheExtent) {
+TEST(QelXyDimensionTest, OfPixelsHasOneEntryThatFollowsTheExtent) {
     QelXyDimension dimension("x", 640);
     ASSERT_EQ(1U, dimension.numResolutions());
     expectEntry(dimension.resolution(0), 1.0, QEL_UNIT_PIXEL, 640);
@@ -55,7 +55,7 @@ TEST(QelXyDimension, OfPixelsHasOneEntryThatFollowsTheExtent) {
     expectEntry(dimension.resolution(0), 1.0, QEL_UNIT_PIXEL, 30);
 }
 
-TEST(QelXyDimension, EveryPixelBasedConstructorMakesTheOneEntry) {
+TEST(QelXyDimensionTest, EveryPixelBasedConstructorMakesTheOneEntry) {
     QelValue const zero = pixels(0);
     QelValue const width = pixels(9);
     QelResolution counted = samples(9);
@@ -77,7 +77,7 @@ TEST(QelXyDimension, EveryPixelBasedConstructorMakesTheOneEntry) {
     }
 }
 
-TEST(QelXyDimension, OthersHaveTheEntriesThatTheyWereGiven) {
+TEST(QelXyDimensionTest, OthersHaveTheEntriesThatTheyWereGiven) {
     EXPECT_EQ(0U, QelXyDimension("x", inches(10)).numResolutions());
     EXPECT_EQ(0U, QelXyDimension("x", inches(1), inches(10), 0).numResolutions());
     EXPECT_EQ(0U, part().numResolutions());
@@ -93,7 +93,7 @@ TEST(QelXyDimension, OthersHaveTheEntriesThatTheyWereGiven) {
     expectEntry(three.resolution(2), 254, QEL_UNIT_INCH, 2540);
 }
 
-TEST(QelXyDimension, ConstructorsRefuse) {
+TEST(QelXyDimensionTest, ConstructorsRefuse) {
     constexpr char const * otherThanOne =
         "Cannot construct QelXyDimension with pixel based coords and resolution != 1.0 dpu";
     constexpr char const * several =
@@ -138,7 +138,7 @@ TEST(QelXyDimension, ConstructorsRefuse) {
                  });
 }
 
-TEST(QelXyDimension, SpecifyCompletes) {
+TEST(QelXyDimensionTest, SpecifyCompletes) {
     QelXyDimension const ten = tenInches();
     // The edge cases.
     EXPECT_EQ(stateOf(QelResolution()), stateOf(ten.specify(QelResolution())));
@@ -185,7 +185,7 @@ TEST(QelXyDimension, SamplesBeyond32BitsAreRefused) {
     EXPECT_REFUSED(13, "pixel count 10000000000" + end, ten, ten.scalePixels(1e6));
 }
 
-TEST(QelXyDimension, SpecifyRefuses) {
+TEST(QelXyDimensionTest, SpecifyRefuses) {
     QelXyDimension const none("side", normalized(0.0));
     constexpr char const * noWidth =
         "Cannot call QelXyDimension::specify( ) for dimension side where unit of measure is "
@@ -199,7 +199,7 @@ TEST(QelXyDimension, SpecifyRefuses) {
 }
 
 // The edge case, and the whole text.
-TEST(QelXyDimension, SpecifyRefusesLessThanHalfASample) {
+TEST(QelXyDimensionTest, SpecifyRefusesLessThanHalfASample) {
     GroupedLocale const grouped;
     QelXyDimension const narrow("x", inches(0.4));
     expectRaises(QelErrorCode::noSamples,
@@ -229,7 +229,7 @@ TEST(QelXyDimension, SpecifyRefusesLessThanHalfASample) {
 }
 
 // The edge case: 1000 pixels on 10 inches that become 20.
-TEST(QelXyDimension, SetWidthKeepsSamplesOrDotsPerUnit) {
+TEST(QelXyDimensionTest, SetWidthKeepsSamplesOrDotsPerUnit) {
     QelXyDimension plain = tenInches({samples(1000), QelResolution(), samples(500)});
     QelXyDimension kept = plain;
     plain.setWidth(inches(20));
@@ -242,7 +242,7 @@ TEST(QelXyDimension, SetWidthKeepsSamplesOrDotsPerUnit) {
     expectEntry(kept.resolution(2), 50, QEL_UNIT_INCH, 1000);
 }
 
-TEST(QelXyDimension, SetRangeAndScaleKeepSamplesOrDotsPerUnit) {
+TEST(QelXyDimensionTest, SetRangeAndScaleKeepSamplesOrDotsPerUnit) {
     QelValueRange const range(inches(3), inches(5), 0, true, true);
     QelXyDimension plain = tenInches({samples(1000)});
     QelXyDimension kept = plain;
@@ -265,7 +265,7 @@ TEST(QelXyDimension, SetRangeAndScaleKeepSamplesOrDotsPerUnit) {
     expectEntry(kept.resolution(0), 50, QEL_UNIT_INCH, 1000);
 }
 
-TEST(QelXyDimension, SetUnitKeepsSamples) {
+TEST(QelXyDimensionTest, SetUnitKeepsSamples) {
     QelXyDimension dimension = tenInches({samples(1000), QelResolution()});
     dimension.setUnit(QEL_UNIT_CENTIMETER);
     expectEntry(dimension.resolution(0), 1000 / 25.4, QEL_UNIT_CENTIMETER, 1000);
@@ -281,7 +281,7 @@ TEST(QelXyDimension, SetUnitKeepsSamples) {
     EXPECT_EQ(0U, dimension.numResolutions());
 }
 
-TEST(QelXyDimension, ChangesThatRaiseChangeNothing) {
+TEST(QelXyDimensionTest, ChangesThatRaiseChangeNothing) {
     QelXyDimension dimension = tenInches({samples(1000), samples(1)});
     // The second entry has no samples left when the first has been brought up to date.
     std::string const before = stateOf(dimension);
@@ -310,7 +310,7 @@ TEST(QelXyDimension, ChangesThatRaiseChangeNothing) {
                    relative.scale(2.0, true));
 }
 
-TEST(QelXyDimension, ACloneIsOfTheSameClass) {
+TEST(QelXyDimensionTest, ACloneIsOfTheSameClass) {
     QelXyDimension dimension = tenInches({samples(1000)});
     std::unique_ptr<QelDimension> const copy = dimension.clone();
     ASSERT_NE(nullptr, dynamic_cast<QelXyDimension *>(copy.get()));

@@ -254,7 +254,7 @@ Problem problemOf(Legal const & x, Legal const & y) {
 
 }  // namespace
 
-TEST(QelXyRegionClip, IsTheModelsForAnyBoxInAnySpace) {
+TEST(QelXyRegionClipTest, IsTheModelsForAnyBoxInAnySpace) {
     constexpr unsigned seed = 20260801;
     std::cout << "seed " << seed << '\n';
     RandomSpaces random(seed);
@@ -288,7 +288,7 @@ TEST(QelXyRegionClip, IsTheModelsForAnyBoxInAnySpace) {
 }
 
 // The model holds the intervals; here is each of them once, by hand.
-TEST(QelXyRegionClip, EveryRowOfTheTable) {
+TEST(QelXyRegionClipTest, EveryRowOfTheTable) {
     MoxSmartPtr<QelXyCoordSpace> const page = sampledSpace(8.0, 4.0, 800, 400);
     page->setOrigin(0, inches(-1.0));
     page->setOrigin(1, inches(2.0));
@@ -333,13 +333,13 @@ TEST(QelXyRegionClip, EveryRowOfTheTable) {
     }
 }
 
-TEST(QelXyRegionClip, RoundsBothEndsOfPixelsAndStaysInside) {
+TEST(QelXyRegionClipTest, RoundsBothEndsOfPixelsAndStaysInside) {
     MoxSmartPtr<QelXySimpleRegion> const region =
         regionOf(pixelSpace(100, 100), boxIn(P, 10.5, -0.5, 500.0, 51.0));
     expectBox(pixelBoxAt(11, 0, 89, 52), *region);
 }
 
-TEST(QelXyRegionClip, AnOpenEndIsNoPixelOfADiscreteRange) {
+TEST(QelXyRegionClipTest, AnOpenEndIsNoPixelOfADiscreteRange) {
     MoxSmartPtr<QelXyCoordSpace> const space = pixelSpace(100, 100);
     auto const open = [](double min, double width) {
         return QelValueRange(pixels(min), pixels(width), 1, false, false);
@@ -351,7 +351,7 @@ TEST(QelXyRegionClip, AnOpenEndIsNoPixelOfADiscreteRange) {
               *regionOf(space, QelXyBox(open(3, 200), open(99, 5))));
 }
 
-TEST(QelXyRegionClip, ClippingAgainChangesNothing) {
+TEST(QelXyRegionClipTest, ClippingAgainChangesNothing) {
     MoxSmartPtr<QelXyCoordSpace> const space = sampledSpace(8.1, 4.3, 801, 399);
     RandomSpaces random(7);
     std::cout << "seed 7\n";

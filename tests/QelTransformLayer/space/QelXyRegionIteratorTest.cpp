@@ -88,7 +88,7 @@ class TalkingWalker : public QelXyRegion::Iterator {
 
 }  // namespace
 
-TEST(QelXyRegionIterator, FindsTheTilesOfAllPixels) {
+TEST(QelXyRegionIteratorTest, FindsTheTilesOfAllPixels) {
     constexpr unsigned seed = 20260803;
     std::cout << "seed " << seed << '\n';
     std::mt19937 random(seed);
@@ -108,13 +108,13 @@ TEST(QelXyRegionIterator, FindsTheTilesOfAllPixels) {
     }
 }
 
-TEST(QelXyRegionIterator, GoesFromLeftToRightAndDown) {
+TEST(QelXyRegionIteratorTest, GoesFromLeftToRightAndDown) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(pixelSpace(100, 100));
     EXPECT_EQ((std::vector<Tile>{{0, 0}, {0, 1}, {1, 0}, {1, 1}, {2, 0}, {2, 1}}),
               tilesOf(region, {64, 40}));
 }
 
-TEST(QelXyRegionIterator, IsDoneAtOnceOnAnEmptyRectangle) {
+TEST(QelXyRegionIteratorTest, IsDoneAtOnceOnAnEmptyRectangle) {
     MoxSmartPtr<QelXyCoordSpace> const space = pixelSpace(100, 100);
     QelRect const rects[] = {{0, 0, 0, 0},     {10, 10, 0, 5}, {10, 10, 5, 0},
                              {200, 200, 5, 5}, {99, 99, 0, 0}, {-9, -9, 5, 50}};
@@ -127,7 +127,7 @@ TEST(QelXyRegionIterator, IsDoneAtOnceOnAnEmptyRectangle) {
     }
 }
 
-TEST(QelXyRegionIterator, OfARectangleInsideOneTileYieldsOneTile) {
+TEST(QelXyRegionIteratorTest, OfARectangleInsideOneTileYieldsOneTile) {
     MoxSmartPtr<QelXyCoordSpace> const space = pixelSpace(100, 100);
     QelRect const rects[] = {{16, 32, 16, 16}, {17, 33, 1, 1}, {31, 47, 1, 1}, {20, 40, 5, 2}};
     for (QelRect const & rect : rects) {
@@ -137,11 +137,11 @@ TEST(QelXyRegionIterator, OfARectangleInsideOneTileYieldsOneTile) {
     }
 }
 
-TEST(QelXyRegionIterator, WithoutATileSizeThereIsOneTile) {
+TEST(QelXyRegionIteratorTest, WithoutATileSizeThereIsOneTile) {
     EXPECT_EQ((std::vector<Tile>{{0, 0}}), tilesOf(regionOf(pixelSpace(100, 100)), {0, 0}));
 }
 
-TEST(QelXyRegionIterator, ReachesTheLargestPixel) {
+TEST(QelXyRegionIteratorTest, ReachesTheLargestPixel) {
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
     MoxSmartPtr<QelXyCoordSpace> const space = pixelSpace(most, 1);
     MoxSmartPtr<QelXySimpleRegion> const region =
@@ -156,7 +156,7 @@ TEST(QelXyRegionIterator, ReachesTheLargestPixel) {
                  });
 }
 
-TEST(QelXyRegionIterator, TilesAreAtTheRegionsResolution) {
+TEST(QelXyRegionIteratorTest, TilesAreAtTheRegionsResolution) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(sampledSpace(8.0, 4.0, 800, 400));
     QelXySimpleRegion::Iterator at(region.get(), *Tiling{128, 128}.org());
     EXPECT_EQ(QelTileId(0, 0, 800, 400), at.tile());
@@ -164,7 +164,7 @@ TEST(QelXyRegionIterator, TilesAreAtTheRegionsResolution) {
     EXPECT_EQ(QelTileId(1, 0, 800, 400), at.tile());
 }
 
-TEST(QelXyRegionIterator, KeepsTheRegion) {
+TEST(QelXyRegionIteratorTest, KeepsTheRegion) {
     MoxSmartPtr<QelXySimpleRegion> region = regionOf(pixelSpace(10, 10));
     QelXySimpleRegion::Iterator at(region.get(), *Tiling{5, 5}.org());
     EXPECT_EQ(2, region->refCount());
@@ -172,7 +172,7 @@ TEST(QelXyRegionIterator, KeepsTheRegion) {
     EXPECT_EQ(4U, walkedTiles(at).size());
 }
 
-TEST(QelXyRegionIterator, Refusals) {
+TEST(QelXyRegionIteratorTest, Refusals) {
     MoxSmartPtr<QelDataOrg> const org = Tiling{5, 5}.org();
     expectRaises(QelErrorCode::nullPointer,
                  "NULL region pointer passed to QelXySimplRegion::Iterator ctr",
@@ -185,7 +185,7 @@ TEST(QelXyRegionIterator, Refusals) {
                  [&] { QelXySimpleRegion::Iterator give(regionOf(physicalSpace(1, 1)), *org); });
 }
 
-TEST(QelXyRegionIterator, TheBaseForwardsToOneThatKnowsTheClass) {
+TEST(QelXyRegionIteratorTest, TheBaseForwardsToOneThatKnowsTheClass) {
     std::vector<std::string> calls;
     {
         QelXyRegion::Iterator at(std::make_unique<TalkingWalker>(calls));

@@ -57,7 +57,7 @@ bool isSpot(MoxSmartPtr<QelXyRegion> const & region) {
 
 }  // namespace
 
-TEST(QelXyRegionRegistryEntry, MakesSimpleRegions) {
+TEST(QelXyRegionRegistryEntryTest, MakesSimpleRegions) {
     MoxSmartPtr<QelXyRegion> const region = qelNewRegion("QelXySimpleRegion");
     EXPECT_EQ("QelXySimpleRegion", region->className());
     EXPECT_EQ(nullptr, region->coordSpace().get());
@@ -65,7 +65,7 @@ TEST(QelXyRegionRegistryEntry, MakesSimpleRegions) {
     EXPECT_NE(region.get(), qelNewRegion("QelXySimpleRegion").get());
 }
 
-TEST(QelXyRegionRegistryEntry, TheSimpleOneHasItsKeyAndBothFactories) {
+TEST(QelXyRegionRegistryEntryTest, TheSimpleOneHasItsKeyAndBothFactories) {
     QelXySimpleRegionRegistryEntry const entry;
     EXPECT_EQ("QelXySimpleRegion", entry.name());
     EXPECT_EQ(nullptr, entry.newRegion()->coordSpace().get());
@@ -74,7 +74,7 @@ TEST(QelXyRegionRegistryEntry, TheSimpleOneHasItsKeyAndBothFactories) {
     expectRaises(QelErrorCode::nullPointer, nullSpaceRefusal, [&] { entry.newRegion(nullptr); });
 }
 
-TEST(QelXyRegionRegistryEntry, AnUnknownNameIsRefused) {
+TEST(QelXyRegionRegistryEntryTest, AnUnknownNameIsRefused) {
     for (char const * name : {"", "Nothing", "QelXyRegion", "qelxysimpleregion", "QelXySimpleRegio",
                               "QelXySimpleRegion "}) {
         SCOPED_TRACE(name);
@@ -82,7 +82,7 @@ TEST(QelXyRegionRegistryEntry, AnUnknownNameIsRefused) {
     }
 }
 
-TEST(QelXyRegionRegistryEntry, AClientsEntryIsFoundWhileItLives) {
+TEST(QelXyRegionRegistryEntryTest, AClientsEntryIsFoundWhileItLives) {
     expectUnknown("Spot");
     {
         SpotEntry const entry("Spot");
@@ -94,7 +94,7 @@ TEST(QelXyRegionRegistryEntry, AClientsEntryIsFoundWhileItLives) {
     EXPECT_EQ("QelXySimpleRegion", qelNewRegion("QelXySimpleRegion")->className());
 }
 
-TEST(QelXyRegionRegistryEntry, OfTwoOfOneNameTheFirstCounts) {
+TEST(QelXyRegionRegistryEntryTest, OfTwoOfOneNameTheFirstCounts) {
     auto simple = std::make_unique<QelXySimpleRegionRegistryEntry>();
     SpotEntry const spots("QelXySimpleRegion");
     EXPECT_FALSE(isSpot(qelNewRegion("QelXySimpleRegion")));
@@ -102,7 +102,7 @@ TEST(QelXyRegionRegistryEntry, OfTwoOfOneNameTheFirstCounts) {
     EXPECT_FALSE(isSpot(qelNewRegion("QelXySimpleRegion")));
 }
 
-TEST(QelXyRegionRegistryEntry, ARegionOfAClientsNamespaceIsReadByItsClassName) {
+TEST(QelXyRegionRegistryEntryTest, ARegionOfAClientsNamespaceIsReadByItsClassName) {
     MoxSmartPtr<QelXyRegion> const spot(new Spot);
     SpotEntry const entry(spot->className());
     EXPECT_EQ("clients::Spot", spot->className());
@@ -113,7 +113,7 @@ TEST(QelXyRegionRegistryEntry, ARegionOfAClientsNamespaceIsReadByItsClassName) {
     EXPECT_TRUE(isSpot(read));
 }
 
-TEST(QelXyRegionRegistryEntryThread, ThreadsReadItWhileOthersEnterAndLeave) {
+TEST(QelXyRegionRegistryEntryThreadTest, ThreadsReadItWhileOthersEnterAndLeave) {
     std::atomic<int> made{0};
     std::atomic<bool> stop{false};
     std::vector<std::thread> threads;

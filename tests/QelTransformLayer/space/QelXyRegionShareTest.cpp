@@ -80,7 +80,7 @@ std::string viewOf(QelXySimpleRegion const & region) {
 
 }  // namespace
 
-TEST(QelXyRegionShare, CopiesShareSpaceAndBox) {
+TEST(QelXyRegionShareTest, CopiesShareSpaceAndBox) {
     MoxSmartPtr<QelXySimpleRegion> const region = someRegion();
     MoxSmartPtr<QelXySimpleRegion> const copy(new QelXySimpleRegion(*region));
     MoxSmartPtr<QelXySimpleRegion> const assigned(new QelXySimpleRegion);
@@ -97,7 +97,7 @@ TEST(QelXyRegionShare, CopiesShareSpaceAndBox) {
     }
 }
 
-TEST(QelXyRegionShare, EveryMutatorChangesItsOwnRegionOnly) {
+TEST(QelXyRegionShareTest, EveryMutatorChangesItsOwnRegionOnly) {
     for (Mutator const & mutator : mutators()) {
         SCOPED_TRACE(mutator.name);
         for (int changed = 0; changed < 3; ++changed) {
@@ -118,7 +118,7 @@ TEST(QelXyRegionShare, EveryMutatorChangesItsOwnRegionOnly) {
     }
 }
 
-TEST(QelXyRegionShare, AMutatorLeavesNoStaleConversion) {
+TEST(QelXyRegionShareTest, AMutatorLeavesNoStaleConversion) {
     for (Mutator const & mutator : mutators()) {
         SCOPED_TRACE(mutator.name);
         MoxSmartPtr<QelXySimpleRegion> const asked = someRegion();
@@ -130,7 +130,7 @@ TEST(QelXyRegionShare, AMutatorLeavesNoStaleConversion) {
     }
 }
 
-TEST(QelXyRegionShare, MutatorsInARowActAsOnARegionOfItsOwn) {
+TEST(QelXyRegionShareTest, MutatorsInARowActAsOnARegionOfItsOwn) {
     for (Mutator const & one : mutators()) {
         for (Mutator const & two : mutators()) {
             SCOPED_TRACE(testing::Message() << one.name << ", then " << two.name);
@@ -156,7 +156,7 @@ TEST(QelXyRegionShare, MutatorsInARowActAsOnARegionOfItsOwn) {
     }
 }
 
-TEST(QelXyRegionShare, TheCallersSpaceAndBoxStayTheCallers) {
+TEST(QelXyRegionShareTest, TheCallersSpaceAndBoxStayTheCallers) {
     MoxSmartPtr<QelXyCoordSpace> const space = someSpace();
     QelXyBox box = boxIn(inch, 1.0, 1.0, 5.0, 2.0);
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(space, box);
@@ -172,7 +172,7 @@ TEST(QelXyRegionShare, TheCallersSpaceAndBoxStayTheCallers) {
     EXPECT_EQ(then, viewOf(*region));
 }
 
-TEST(QelXyRegionShare, AssigningARegionToItselfChangesNothing) {
+TEST(QelXyRegionShareTest, AssigningARegionToItselfChangesNothing) {
     MoxSmartPtr<QelXySimpleRegion> const region = someRegion();
     std::string const before = viewOf(*region);
     QelXySimpleRegion & same = *region;
@@ -180,7 +180,7 @@ TEST(QelXyRegionShare, AssigningARegionToItselfChangesNothing) {
     EXPECT_EQ(before, viewOf(*region));
 }
 
-TEST(QelXyRegionShare, AskingForAnotherUnitReplacesTheKeptRange) {
+TEST(QelXyRegionShareTest, AskingForAnotherUnitReplacesTheKeptRange) {
     MoxSmartPtr<QelXySimpleRegion> const region = someRegion();
     for (int round = 0; round < 3; ++round) {
         expectRange(continuous(2.54, 12.7, QEL_UNIT_CENTIMETER),

@@ -156,7 +156,7 @@ MoxSmartPtr<QelXyCoordSpace> manySpace() {
 
 }  // namespace
 
-TEST(QelXyRegionSpace, SetCoordSpaceMapsByTheRatioOfTheExtents) {
+TEST(QelXyRegionSpaceTest, SetCoordSpaceMapsByTheRatioOfTheExtents) {
     constexpr unsigned seed = 20260802;
     std::cout << "seed " << seed << '\n';
     RandomSpaces random(seed);
@@ -197,7 +197,7 @@ TEST(QelXyRegionSpace, SetCoordSpaceMapsByTheRatioOfTheExtents) {
     EXPECT_LT(10000, mappedOnes);
 }
 
-TEST(QelXyRegionSpace, SetCoordSpaceByHand) {
+TEST(QelXyRegionSpaceTest, SetCoordSpaceByHand) {
     struct Case {
         char const * what;
         MoxSmartPtr<QelXyCoordSpace> from;
@@ -233,14 +233,14 @@ TEST(QelXyRegionSpace, SetCoordSpaceByHand) {
     }
 }
 
-TEST(QelXyRegionSpace, ABoxInAnotherUnitIsConvertedAheadOfMapping) {
+TEST(QelXyRegionSpaceTest, ABoxInAnotherUnitIsConvertedAheadOfMapping) {
     MoxSmartPtr<QelXySimpleRegion> const region =
         regionOf(physicalSpace(8.0, 4.0), boxIn(N, 0.25, 0.5, 0.5, 0.25));
     region->setCoordSpace(physicalSpace(16.0, 16.0, QEL_UNIT_CENTIMETER));
     expectBox(boxIn(QEL_UNIT_CENTIMETER, 4.0, 8.0, 8.0, 4.0), *region);
 }
 
-TEST(QelXyRegionSpace, SetCoordSpaceRefusesWhatIsNoImagesSpace) {
+TEST(QelXyRegionSpaceTest, SetCoordSpaceRefusesWhatIsNoImagesSpace) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(manySpace());
     Watched const watched(region);
     expectRaises(QelErrorCode::nullPointer, "null coordinate space pointer passed to function",
@@ -255,21 +255,21 @@ TEST(QelXyRegionSpace, SetCoordSpaceRefusesWhatIsNoImagesSpace) {
                  [&] { none->setCoordSpace(nullptr); });
 }
 
-TEST(QelXyRegionSpace, SetCoordSpaceTakesItsOwnSpace) {
+TEST(QelXyRegionSpaceTest, SetCoordSpaceTakesItsOwnSpace) {
     MoxSmartPtr<QelXySimpleRegion> const region =
         regionOf(pixelSpace(100, 100), pixelBoxAt(10, 20, 30, 40));
     region->setCoordSpace(region->coordSpace());
     expectBox(pixelBoxAt(10, 20, 30, 40), *region);
 }
 
-TEST(QelXyRegionSpace, ThePixelSpaceGrowsAndTheBoxStays) {
+TEST(QelXyRegionSpaceTest, ThePixelSpaceGrowsAndTheBoxStays) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(pixelSpace(100, 100));
     region->setResolution(50, 200);
     EXPECT_EQ(50U, region->xyCoordSpace()->numPixelsWide());
     expectBox(pixelBoxAt(0, 0, 50, 100), *region);
 }
 
-TEST(QelXyRegionSpace, SelectingAnotherResolutionClipsPixelsAnew) {
+TEST(QelXyRegionSpaceTest, SelectingAnotherResolutionClipsPixelsAnew) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(manySpace(), pixelBoxAt(60, 30, 90, 90));
     region->selectResolution(80, 40);
     expectBox(pixelBoxAt(60, 30, 20, 10), *region);
@@ -278,7 +278,7 @@ TEST(QelXyRegionSpace, SelectingAnotherResolutionClipsPixelsAnew) {
     expectBox(pixelBoxAt(60, 30, 20, 10), *region);
 }
 
-TEST(QelXyRegionSpace, EveryChangeOfTheSpaceIsThatOfTheSpaceItself) {
+TEST(QelXyRegionSpaceTest, EveryChangeOfTheSpaceIsThatOfTheSpaceItself) {
     struct Case {
         char const * what;
         std::function<void(QelXyRegion &)> onRegion;
@@ -317,7 +317,7 @@ TEST(QelXyRegionSpace, EveryChangeOfTheSpaceIsThatOfTheSpaceItself) {
     }
 }
 
-TEST(QelXyRegionSpace, AChangeThatIsRefusedChangesNothing) {
+TEST(QelXyRegionSpaceTest, AChangeThatIsRefusedChangesNothing) {
     struct Case {
         char const * what;
         int code;

@@ -41,7 +41,7 @@ void expectRefusals(std::vector<Refusal> const & cases) {
 
 // ---- Construction
 
-TEST(QelXyRegion, EveryConstructorRefusesANullSpace) {
+TEST(QelXyRegionTest, EveryConstructorRefusesANullSpace) {
     QelXyCoordSpace const * const none = nullptr;
     QelValue const one(1.0, QEL_UNIT_INCH);
     QelValue const second(1.0, QEL_UNIT_SECOND);
@@ -66,18 +66,18 @@ TEST(QelXyRegion, EveryConstructorRefusesANullSpace) {
     });
 }
 
-TEST(QelXyRegion, ThePixelsOfAPixelBasedSpace) {
+TEST(QelXyRegionTest, ThePixelsOfAPixelBasedSpace) {
     expectBox(pixelBoxAt(0, 0, 640, 480), *regionOf(pixelSpace(640, 480)));
 }
 
-TEST(QelXyRegion, TheExtentsOfAPhysicalSpace) {
+TEST(QelXyRegionTest, TheExtentsOfAPhysicalSpace) {
     MoxSmartPtr<QelXyCoordSpace> const space = physicalSpace(8.5, 11.0);
     space->setOrigin(0, inches(-2.0));
     space->setOrigin(1, inches(3.0));
     expectBox(boxIn(QEL_UNIT_INCH, -2.0, 3.0, 8.5, 11.0), *regionOf(space));
 }
 
-TEST(QelXyRegion, TheWholeOfARelativeSpace) {
+TEST(QelXyRegionTest, TheWholeOfARelativeSpace) {
     for (int const unit :
          {QEL_UNIT_WIDTH_RELATIVE, QEL_UNIT_HEIGHT_RELATIVE, QEL_UNIT_NORMALIZED}) {
         SCOPED_TRACE(unit);
@@ -85,7 +85,7 @@ TEST(QelXyRegion, TheWholeOfARelativeSpace) {
     }
 }
 
-TEST(QelXyRegion, FromCornerToCornerInTheUnitsOfTheFirst) {
+TEST(QelXyRegionTest, FromCornerToCornerInTheUnitsOfTheFirst) {
     MoxSmartPtr<QelXyCoordSpace> const space = physicalSpace(100.0, 100.0);
     QelXyPoint const topLeft(inches(1.0), centimeters(10.0));
     QelXyPoint const bottomRight(centimeters(25.4), inches(10.0));
@@ -95,14 +95,14 @@ TEST(QelXyRegion, FromCornerToCornerInTheUnitsOfTheFirst) {
         *region);
 }
 
-TEST(QelXyRegion, FromCornerToCornerInPixelsIsDiscrete) {
+TEST(QelXyRegionTest, FromCornerToCornerInPixelsIsDiscrete) {
     MoxSmartPtr<QelXySimpleRegion> const region(
         new QelXySimpleRegion(pixelSpace(100, 100), QelXyPoint(pixels(10.0), pixels(20.0)),
                               QelXyPoint(pixels(15.0), pixels(90.0))));
     expectBox(pixelBoxAt(10, 20, 5, 70), *region);
 }
 
-TEST(QelXyRegion, FromValuesIntegersAndRanges) {
+TEST(QelXyRegionTest, FromValuesIntegersAndRanges) {
     MoxSmartPtr<QelXyCoordSpace> const space = sampledSpace(10.0, 10.0, 100, 100);
     expectBox(QelXyBox(continuous(1.0, 2.0, QEL_UNIT_INCH), wholePixels(3, 4)),
               *MoxSmartPtr<QelXySimpleRegion>(new QelXySimpleRegion(space, inches(1.0), pixels(3.0),
@@ -114,7 +114,7 @@ TEST(QelXyRegion, FromValuesIntegersAndRanges) {
                   space, wholePixels(5, 6), continuous(0.25, 0.5, QEL_UNIT_NORMALIZED))));
 }
 
-TEST(QelXyRegion, RefusesBoxesThatTheSpaceCannotHold) {
+TEST(QelXyRegionTest, RefusesBoxesThatTheSpaceCannotHold) {
     MoxSmartPtr<QelXyCoordSpace> const page = physicalSpace(8.0, 10.0);
     MoxSmartPtr<QelXyCoordSpace> const byWidth = relativeSpace(QEL_UNIT_WIDTH_RELATIVE);
     QelXyPoint const right(inches(5.0), inches(5.0));
@@ -144,7 +144,7 @@ TEST(QelXyRegion, RefusesBoxesThatTheSpaceCannotHold) {
 
 // ---- Edge cases
 
-TEST(QelXyRegion, ABoxPastTheRightEdgeOfA100PixelSpaceEndsAtPixel99) {
+TEST(QelXyRegionTest, ABoxPastTheRightEdgeOfA100PixelSpaceEndsAtPixel99) {
     MoxSmartPtr<QelXyCoordSpace> const space = pixelSpace(100, 100);
     for (QelXyBox const & box : {pixelBoxAt(90, 0, 50, 100), boxIn(1, 90, 0, 50, 100)}) {
         MoxSmartPtr<QelXySimpleRegion> const region = regionOf(space, box);
@@ -154,7 +154,7 @@ TEST(QelXyRegion, ABoxPastTheRightEdgeOfA100PixelSpaceEndsAtPixel99) {
     }
 }
 
-TEST(QelXyRegion, ABoxWhollyToTheRightBecomesAZeroWidthRange) {
+TEST(QelXyRegionTest, ABoxWhollyToTheRightBecomesAZeroWidthRange) {
     MoxSmartPtr<QelXySimpleRegion> const region =
         regionOf(pixelSpace(100, 100), pixelBoxAt(100, 10, 5, 5));
     expectBox(pixelBoxAt(99, 10, 0, 5), *region);
@@ -164,19 +164,19 @@ TEST(QelXyRegion, ABoxWhollyToTheRightBecomesAZeroWidthRange) {
     expectBox(boxIn(QEL_UNIT_INCH, 8.0, 1.0, 0.0, 1.0), *inInches);
 }
 
-TEST(QelXyRegion, ABoxInPixelsOnAPhysicalSpaceWithoutSelectionRaises410) {
+TEST(QelXyRegionTest, ABoxInPixelsOnAPhysicalSpaceWithoutSelectionRaises410) {
     expectRaises(QelErrorCode::noSelectedResolution, pixelRefusal,
                  [] { regionOf(physicalSpace(8.0, 10.0), pixelBoxAt(0, 0, 1, 1)); });
 }
 
-TEST(QelXyRegion, ABoxInHeightRelativeUnitsOnAWidthRelativeSpaceRaises306) {
+TEST(QelXyRegionTest, ABoxInHeightRelativeUnitsOnAWidthRelativeSpaceRaises306) {
     expectRaises(QelErrorCode::cannotConvertUnit, relativeRefusal, [] {
         regionOf(relativeSpace(QEL_UNIT_WIDTH_RELATIVE),
                  boxIn(QEL_UNIT_HEIGHT_RELATIVE, 0.0, 0.0, 0.5, 0.5));
     });
 }
 
-TEST(QelXyRegion, ThePolygonOfTheWholeExtentsIsTheUnitSquareClockwise) {
+TEST(QelXyRegionTest, ThePolygonOfTheWholeExtentsIsTheUnitSquareClockwise) {
     QelPolygon const square({{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.0, 1.0}});
     for (MoxSmartPtr<QelXyCoordSpace> const & space :
          {pixelSpace(640, 480), physicalSpace(8.5, 11.0), relativeSpace(QEL_UNIT_NORMALIZED)}) {
@@ -184,7 +184,7 @@ TEST(QelXyRegion, ThePolygonOfTheWholeExtentsIsTheUnitSquareClockwise) {
     }
 }
 
-TEST(QelXyRegion, ThePolygonIsTheBoxInAPlaneOfThatSize) {
+TEST(QelXyRegionTest, ThePolygonIsTheBoxInAPlaneOfThatSize) {
     MoxSmartPtr<QelXyCoordSpace> const space = sampledSpace(8.0, 4.0, 800, 400);
     MoxSmartPtr<QelXySimpleRegion> const region =
         regionOf(space, boxIn(QEL_UNIT_INCH, 2.0, 1.0, 4.0, 2.0));
@@ -198,7 +198,7 @@ TEST(QelXyRegion, ThePolygonIsTheBoxInAPlaneOfThatSize) {
 
 // ---- Pixel bounds
 
-TEST(QelXyRegion, PixelBoundsAreTheBoxInPixels) {
+TEST(QelXyRegionTest, PixelBoundsAreTheBoxInPixels) {
     MoxSmartPtr<QelXyCoordSpace> const space = sampledSpace(8.0, 4.0, 800, 400);
     EXPECT_EQ(QelRect(0, 0, 800, 400), regionOf(space)->pixelBounds());
     EXPECT_EQ(QelRect(100, 50, 200, 25),
@@ -207,7 +207,7 @@ TEST(QelXyRegion, PixelBoundsAreTheBoxInPixels) {
               regionOf(space, boxIn(QEL_UNIT_PIXEL, 100.9, 50.9, 200.9, 25.9))->pixelBounds());
 }
 
-TEST(QelXyRegion, PixelBoundsWithoutASelectionRaise410) {
+TEST(QelXyRegionTest, PixelBoundsWithoutASelectionRaise410) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(physicalSpace(8.0, 4.0));
     expectRaises(QelErrorCode::noSelectedResolution,
                  "QelXyCoordSpace cannot convert horizontal range to pixels, when there is no "
@@ -296,7 +296,7 @@ TEST(QelXyRegion, SetPixelBoundsMakesAClippedDiscreteBox) {
 
 // ---- The rest
 
-TEST(QelXyRegion, BoundingBoxIsTheBoxItselfInItsOwnUnit) {
+TEST(QelXyRegionTest, BoundingBoxIsTheBoxItselfInItsOwnUnit) {
     MoxSmartPtr<QelXyCoordSpace> const space = sampledSpace(8.0, 4.0, 800, 400);
     MoxSmartPtr<QelXySimpleRegion> const region =
         regionOf(space, boxIn(QEL_UNIT_INCH, 1.0, 1.0, 2.0, 2.0));
@@ -309,7 +309,7 @@ TEST(QelXyRegion, BoundingBoxIsTheBoxItselfInItsOwnUnit) {
     EXPECT_EQ(QelRect(100, 100, 200, 200), region->pixelBounds());
 }
 
-TEST(QelXyRegion, PartsOfTheRangesInAnyUnit) {
+TEST(QelXyRegionTest, PartsOfTheRangesInAnyUnit) {
     MoxSmartPtr<QelXySimpleRegion> const region =
         regionOf(sampledSpace(8.0, 4.0, 800, 400), boxIn(QEL_UNIT_INCH, 1.0, 0.5, 2.0, 0.25));
     EXPECT_EQ(QelValue(100.0, QEL_UNIT_PIXEL), region->xMin(QEL_UNIT_PIXEL));
@@ -319,7 +319,7 @@ TEST(QelXyRegion, PartsOfTheRangesInAnyUnit) {
     EXPECT_EQ(centimeters(2.54), region->xMin(QEL_UNIT_CENTIMETER));
 }
 
-TEST(QelXyRegion, ClassNameIsTheRunTimeClassAndTheKeyOfTheRegistry) {
+TEST(QelXyRegionTest, ClassNameIsTheRunTimeClassAndTheKeyOfTheRegistry) {
     MoxSmartPtr<QelXyRegion> const region = regionOf(pixelSpace(1, 1)).get();
     EXPECT_EQ("QelXySimpleRegion", region->className());
     EXPECT_EQ(region->className(), qelNewRegion(region->className())->className());
@@ -327,7 +327,7 @@ TEST(QelXyRegion, ClassNameIsTheRunTimeClassAndTheKeyOfTheRegistry) {
     EXPECT_NE(std::string::npos, other->className().find("OtherRegion"));
 }
 
-TEST(QelXyRegion, OneWithoutASpaceRefusesWhatNeedsOne) {
+TEST(QelXyRegionTest, OneWithoutASpaceRefusesWhatNeedsOne) {
     MoxSmartPtr<QelXySimpleRegion> const region(new QelXySimpleRegion);
     EXPECT_EQ(nullptr, region->coordSpace().get());
     EXPECT_EQ(nullptr, region->xyCoordSpace().get());
@@ -349,7 +349,7 @@ TEST(QelXyRegion, OneWithoutASpaceRefusesWhatNeedsOne) {
     });
 }
 
-TEST(QelXyRegion, EqualComparesClassSpaceAndBox) {
+TEST(QelXyRegionTest, EqualComparesClassSpaceAndBox) {
     MoxSmartPtr<QelXySimpleRegion> const region =
         regionOf(sampledSpace(8.0, 4.0, 800, 400), boxIn(QEL_UNIT_INCH, 1.0, 1.0, 2.0, 2.0));
     struct Case {
@@ -385,7 +385,7 @@ TEST(QelXyRegion, EqualComparesClassSpaceAndBox) {
     EXPECT_FALSE(derived->equal(*region));
 }
 
-TEST(QelXyRegion, RegionsWithoutASpaceAreEqualByTheirBox) {
+TEST(QelXyRegionTest, RegionsWithoutASpaceAreEqualByTheirBox) {
     MoxSmartPtr<QelXySimpleRegion> const one(new QelXySimpleRegion);
     MoxSmartPtr<QelXySimpleRegion> const two(new QelXySimpleRegion);
     EXPECT_TRUE(one->equal(*two));

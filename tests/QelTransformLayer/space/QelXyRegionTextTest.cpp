@@ -57,7 +57,7 @@ bool readOrRefuse(std::string const & text) {
 
 }  // namespace
 
-TEST(QelXyRegionText, WithoutASpace) {
+TEST(QelXyRegionTextTest, WithoutASpace) {
     Pointer const region(new QelXySimpleRegion);
     EXPECT_EQ(
         "QelXySimpleRegion[NULL, QelXyBox[x=0 arbitrary units, y=0 arbitrary units, w=0 arbitrary "
@@ -67,7 +67,7 @@ TEST(QelXyRegionText, WithoutASpace) {
     EXPECT_EQ(nullptr, readFrom(written(region))->coordSpace().get());
 }
 
-TEST(QelXyRegionText, InPixels) {
+TEST(QelXyRegionTextTest, InPixels) {
     EXPECT_EQ(
         "QelXySimpleRegion[QelXyCoordSpace[w=100 pixels, h=50 pixels, "
         "QelXyCoordSpace::Resolution[100,50:1,1/pixel]: "
@@ -76,20 +76,20 @@ TEST(QelXyRegionText, InPixels) {
         written(regionOf(pixelSpace(100, 50), pixelBoxAt(90, 1, 20, 2)).get()));
 }
 
-TEST(QelXyRegionText, WithoutResolutions) {
+TEST(QelXyRegionTextTest, WithoutResolutions) {
     EXPECT_EQ(
         "QelXySimpleRegion[QelXyCoordSpace[w=8 inches, h=4 inches, ], "
         "QelXyBox[x=0.5 inches, y=1 inch, w=2 inches, h=3 inches]]",
         written(regionOf(physicalSpace(8.0, 4.0), boxIn(43, 0.5, 1, 2, 3)).get()));
 }
 
-TEST(QelXyRegionText, NullIsNull) {
+TEST(QelXyRegionTextTest, NullIsNull) {
     EXPECT_EQ("NULL", written(Pointer()));
     EXPECT_EQ(nullptr, readFrom("NULL").get());
     EXPECT_EQ(nullptr, readFrom(" \n NULL]").get());
 }
 
-TEST(QelXyRegionText, HandWrittenTextIsRead) {
+TEST(QelXyRegionTextTest, HandWrittenTextIsRead) {
     struct Case {
         char const * what;
         std::string text;
@@ -127,7 +127,7 @@ TEST(QelXyRegionText, HandWrittenTextIsRead) {
     }
 }
 
-TEST(QelXyRegionText, ReadingLeavesWhatFollows) {
+TEST(QelXyRegionTextTest, ReadingLeavesWhatFollows) {
     std::istringstream in(wholeText + wholeText + "rest");
     Pointer one;
     Pointer two;
@@ -138,7 +138,7 @@ TEST(QelXyRegionText, ReadingLeavesWhatFollows) {
     EXPECT_EQ("rest", rest);
 }
 
-TEST(QelXyRegionText, WhatTheWriterGivesWithASpaceIsABadUnitToTheReader) {
+TEST(QelXyRegionTextTest, WhatTheWriterGivesWithASpaceIsABadUnitToTheReader) {
     for (MoxSmartPtr<QelXyCoordSpace> const & space :
          {pixelSpace(100, 50), physicalSpace(8.0, 4.0), sampledSpace(8.0, 4.0, 80, 40),
           relativeSpace(QEL_UNIT_NORMALIZED)}) {
@@ -148,7 +148,7 @@ TEST(QelXyRegionText, WhatTheWriterGivesWithASpaceIsABadUnitToTheReader) {
     }
 }
 
-TEST(QelXyRegionText, Refusals) {
+TEST(QelXyRegionTextTest, Refusals) {
     struct Case {
         char const * what;
         std::string text;
@@ -204,7 +204,7 @@ TEST(QelXyRegionText, Refusals) {
     }
 }
 
-TEST(QelXyRegionText, TheEndOfTheTextFailsTheStream) {
+TEST(QelXyRegionTextTest, TheEndOfTheTextFailsTheStream) {
     for (std::string const & text :
          {std::string(), std::string("QelXySimpleRegion"), wholeText.substr(0, 30)}) {
         SCOPED_TRACE(text);
@@ -215,7 +215,7 @@ TEST(QelXyRegionText, TheEndOfTheTextFailsTheStream) {
     }
 }
 
-TEST(QelXyRegionText, AFailedReadLeavesTheRegion) {
+TEST(QelXyRegionTextTest, AFailedReadLeavesTheRegion) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(pixelSpace(10, 10));
     std::string const before = textOf(*region);
     for (std::size_t length = 0; length < wholeText.size(); ++length) {
@@ -225,13 +225,13 @@ TEST(QelXyRegionText, AFailedReadLeavesTheRegion) {
     }
 }
 
-TEST(QelXyRegionText, ATextCutAnywhereIsRefused) {
+TEST(QelXyRegionTextTest, ATextCutAnywhereIsRefused) {
     for (std::size_t length = 0; length < wholeText.size(); ++length)
         EXPECT_FALSE(readOrRefuse(wholeText.substr(0, length))) << length;
     EXPECT_TRUE(readOrRefuse(wholeText));
 }
 
-TEST(QelXyRegionText, ReadsOrRefusesAnyDamage) {
+TEST(QelXyRegionTextTest, ReadsOrRefusesAnyDamage) {
     constexpr unsigned seed = 20260804;
     std::cout << "seed " << seed << '\n';
     std::mt19937 random(seed);
@@ -259,7 +259,7 @@ TEST(QelXyRegionText, ReadsOrRefusesAnyDamage) {
     EXPECT_GT(19000, read);
 }
 
-TEST(QelXyRegionText, ReadsOrRefusesGarbage) {
+TEST(QelXyRegionTextTest, ReadsOrRefusesGarbage) {
     constexpr unsigned seed = 20260805;
     std::cout << "seed " << seed << '\n';
     std::mt19937 random(seed);
@@ -271,7 +271,7 @@ TEST(QelXyRegionText, ReadsOrRefusesGarbage) {
     }
 }
 
-TEST(QelXyRegionText, AStreamThatFailedIsRefusedAtOnce) {
+TEST(QelXyRegionTextTest, AStreamThatFailedIsRefusedAtOnce) {
     std::istringstream in(wholeText);
     in.setstate(std::ios_base::failbit);
     Pointer region;
@@ -279,7 +279,7 @@ TEST(QelXyRegionText, AStreamThatFailedIsRefusedAtOnce) {
                  [&] { in >> region; });
 }
 
-TEST(QelXyRegionText, ReadingKnowsNoLocale) {
+TEST(QelXyRegionTextTest, ReadingKnowsNoLocale) {
     GroupedLocale const scope;
     std::string const text =
         "QelXySimpleRegion[QelXyCoordSpace[w=12345.5 inches,h=2000 inches], QelXyBox[x=1000.5 "
@@ -293,7 +293,7 @@ TEST(QelXyRegionText, ReadingKnowsNoLocale) {
     EXPECT_EQ(2000.0, region->box()->width().value());
 }
 
-TEST(QelXyRegionText, ValuesAreWrittenInTheStreamsOwnFormat) {
+TEST(QelXyRegionTextTest, ValuesAreWrittenInTheStreamsOwnFormat) {
     std::ostringstream text;
     text.imbue(GroupedLocale::grouped());
     MoxSmartPtr<LooseRegion> const region(new LooseRegion);

@@ -22,7 +22,7 @@ std::string textOf(Thing const & thing) {
 
 }  // namespace
 
-TEST(QelPolygon, StartsEmptyAndGrows) {
+TEST(QelPolygonTest, StartsEmptyAndGrows) {
     QelPolygon polygon;
     EXPECT_TRUE(polygon.points().empty());
     polygon.add({1.5, -2.0});
@@ -30,7 +30,7 @@ TEST(QelPolygon, StartsEmptyAndGrows) {
     EXPECT_EQ((Points{{1.5, -2.0}, {0.0, 3.0}}), polygon.points());
 }
 
-TEST(QelPolygon, CopiesAreIndependent) {
+TEST(QelPolygonTest, CopiesAreIndependent) {
     QelPolygon const first(Points{{1.0, 2.0}});
     QelPolygon copy(first);
     copy.add({3.0, 4.0});
@@ -41,7 +41,7 @@ TEST(QelPolygon, CopiesAreIndependent) {
     EXPECT_EQ((Points{{1.0, 2.0}, {3.0, 4.0}}), assigned.points());
 }
 
-TEST(QelPolygon, ACopyHasOwnersOfItsOwn) {
+TEST(QelPolygonTest, ACopyHasOwnersOfItsOwn) {
     Pointer const first(new QelPolygon(Points{{1.0, 2.0}}));
     Pointer const second = first;
     Pointer const copy(new QelPolygon(*first));
@@ -49,7 +49,7 @@ TEST(QelPolygon, ACopyHasOwnersOfItsOwn) {
     EXPECT_EQ(1, copy->refCount());
 }
 
-TEST(QelPolygon, EqualityIsExactAndInOrder) {
+TEST(QelPolygonTest, EqualityIsExactAndInOrder) {
     struct Case {
         char const * what;
         Points a;
@@ -73,7 +73,7 @@ TEST(QelPolygon, EqualityIsExactAndInOrder) {
     }
 }
 
-TEST(QelPolygon, HasATextForm) {
+TEST(QelPolygonTest, HasATextForm) {
     QelPolygon const polygon(Points{{0.0, 0.5}, {-2.25, 1e10}});
     EXPECT_EQ("QelPolygon[(0,0.5)(-2.25,1e+10)]", textOf(polygon));
     EXPECT_EQ("QelPolygon[]", textOf(QelPolygon()));
@@ -81,20 +81,20 @@ TEST(QelPolygon, HasATextForm) {
     EXPECT_EQ("NULL", textOf(Pointer()));
 }
 
-TEST(QelPolygon, AListHasATextForm) {
+TEST(QelPolygonTest, AListHasATextForm) {
     EXPECT_EQ("QelPolygonList{}", textOf(QelPolygon::List()));
     QelPolygon::List const list{new QelPolygon(Points{{1.0, 2.0}}), nullptr, new QelPolygon()};
     EXPECT_EQ("QelPolygonList{QelPolygon[(1,2)]NULLQelPolygon[]}", textOf(list));
 }
 
-TEST(QelPolygon, TheTextHasTheStreamsPrecisionAndFlags) {
+TEST(QelPolygonTest, TheTextHasTheStreamsPrecisionAndFlags) {
     std::ostringstream text;
     text.precision(2);
     text << std::fixed << QelPolygon(Points{{1.0, 2.125}});
     EXPECT_EQ("QelPolygon[(1.00,2.12)]", text.str());
 }
 
-TEST(QelPolygon, TheTextKnowsNoLocale) {
+TEST(QelPolygonTest, TheTextKnowsNoLocale) {
     GroupedLocale const scope;
     std::ostringstream text;
     text.imbue(GroupedLocale::grouped());
