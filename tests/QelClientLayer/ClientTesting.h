@@ -12,41 +12,28 @@
 
 #include <gtest/gtest.h>
 
+#include "DiagonalOrg.h"
+#include "ElementTypes.h"
 #include "ExpectError.h"
 #include "QelClients.h"
 #include "ScopedSetting.h"
 #include "TestOps.h"
+#include "TestRandom.h"
+#include "TileLimits.h"
 
 // What the tests of the client layer share.
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline std::vector<QelDataType> numberTypes() {
-    return {QelDataType::UChar, QelDataType::Char,  QelDataType::Short, QelDataType::UShort,
-            QelDataType::Long,  QelDataType::ULong, QelDataType::Float, QelDataType::Double};
-}
-
-// Random numbers that a failing test can be run with again: the seed is printed.
-class Random {
+class Random : public TestRandom {
   public:
-    explicit Random(std::uint32_t seed) : engine_(seed) {
-        std::cout << "random seed " << seed << '\n';
-    }
-
-    int between(int least, int most) {
-        return std::uniform_int_distribution<int>(least, most)(engine_);
-    }
-    bool coin() { return between(0, 1) == 1; }
-    template <class T>
-    T const & oneOf(std::vector<T> const & items) {
-        return items[static_cast<std::size_t>(between(0, static_cast<int>(items.size()) - 1))];
-    }
+    using TestRandom::TestRandom;
 
     // Of the whole range of an integer type, its ends among them more often than by chance; for
     // the real types around 0 to 1.
     double element(QelDataType type) {
         if (type == QelDataType::Float || type == QelDataType::Double) {
-            return static_cast<float>(std::uniform_real_distribution<float>(-1, 2)(engine_));
+            return static_cast<float>(std::uniform_real_distribution<float>(-1, 2)(engine()));
         }
         double least = 0;
         double most = 0;
@@ -55,21 +42,13 @@ class Random {
         if (kind == 0) return least;
         if (kind == 1) return most;
         return static_cast<double>(std::uniform_int_distribution<std::int64_t>(
-            static_cast<std::int64_t>(least), static_cast<std::int64_t>(most))(engine_));
+            static_cast<std::int64_t>(least), static_cast<std::int64_t>(most))(engine()));
     }
 
     void fill(QelRectBuffer & buffer) {
         QelDataType const type = buffer.dataOrg()->precision();
         fillPixels(buffer, buffer.rect(),
                    [&](std::int32_t, std::int32_t, int) { return element(type); });
-    }
-
-    // Not empty, within `whole`.
-    QelRect part(QelRect const & whole) {
-        int const x = between(0, whole.width - 1);
-        int const y = between(0, whole.height - 1);
-        return QelRect(whole.x + x, whole.y + y, between(1, whole.width - x),
-                       between(1, whole.height - y));
     }
 
     // Any of the four layouts; the last one with gaps, bands in reverse and lines upside down.
@@ -88,29 +67,6 @@ class Random {
         return new QelSimpleDataOrg(width, height, type, bands, offsets, pixel,
                                     kind == 3 ? line : -line);
     }
-
-  private:
-    std::mt19937 engine_;
-};
-
-// Tiles of exactly this size, for images and ops made in its scope.
-class TileSize {
-  public:
-    TileSize(std::int32_t width, std::int32_t height)
-        : defaultWidth_(QelSystemConfig::defaultTileWidth, width),
-          defaultHeight_(QelSystemConfig::defaultTileHeight, height),
-          minWidth_(QelSystemConfig::minTileWidth, width),
-          minHeight_(QelSystemConfig::minTileHeight, height),
-          maxWidth_(QelSystemConfig::maxTileWidth, width),
-          maxHeight_(QelSystemConfig::maxTileHeight, height) {}
-
-  private:
-    ScopedSetting<std::int32_t> defaultWidth_;
-    ScopedSetting<std::int32_t> defaultHeight_;
-    ScopedSetting<std::int32_t> minWidth_;
-    ScopedSetting<std::int32_t> minHeight_;
-    ScopedSetting<std::int32_t> maxWidth_;
-    ScopedSetting<std::int32_t> maxHeight_;
 };
 
 // A folder for one test, gone with it.
@@ -154,6 +110,41 @@ inline void setContent(std::string const & file, Bytes const & bytes) {
     out.write(reinterpret_cast<char const *>(bytes.data()),
               static_cast<std::streamsize>(bytes.size()));
     if (!out) ADD_FAILURE() << "cannot write " << file;
+}
+
+// What every op refuses whose pixels have three bands of UChar: elements of other types, other
+// numbers of bands.
+inline void expectRefusesOtherElements(QelImageOp & op) {
+    expectRaises(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op", [&] {
+        QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
+        op.compute(&buffer, 0);
+    });
+    expectRaises(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op",
+                 [&] {
+                     QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
+                     op.compute(&buffer, 0);
+                 });
+}
+
+// What every op refuses that works on runs of elements.
+inline void expectRefusesOtherOrganisations(QelImageOp & op) {
+    expectRaises(QelErrorCode::simpleDataOrgNeeded,
+                 "Operations on pixels work with QelSimpleDataOrg only", [&] {
+                     MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(4, 4);
+                     QelRectBuffer buffer(org, 0, 0, 4, 4);
+                     op.compute(&buffer, 0);
+                 });
+}
+
+// What an op reports and raises that was made without the image that it reads.
+inline void expectReportsNoInput(QelImageOp & op) {
+    QelImageInfo info;
+    EXPECT_FALSE(op.outputInfo(info));
+    expectQelError(info.status(), QelErrorCode::misuse, "The op does not refer to any Qel2DImage");
+    expectRaises(QelErrorCode::misuse, "The op does not refer to any Qel2DImage", [&] {
+        QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
+        op.compute(&buffer, 0);
+    });
 }
 
 // Makes the pixels of a buffer that it holds, as a source of many tiles does.

@@ -106,7 +106,7 @@ struct Ground {
     Ground(Random & random, QelDataType type, std::int32_t reach, QelRect const & size)
         : bands(random.between(1, 5)),
           whole(size),
-          part(size.width < wide ? random.part(whole) : insideOf(whole)),
+          part(size.width < wide ? random.rectIn(whole) : insideOf(whole)),
           together(random.coin()),
           source(random, type, whole.width, whole.height, bands),
           target(random, type, whole.width, whole.height, bands) {

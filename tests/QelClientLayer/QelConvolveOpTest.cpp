@@ -51,7 +51,7 @@ TEST(QelConvolveOpTest, RandomPicturesAgreeWithTheReference) {
         ConvolveReference const reference(type, elementsOf(*picture), kernel);
         MoxSmartPtr<Qel2DImage> const image = convolved(imageOf(picture, random.coin()), kernel);
         for (int request = 0; request < 3; ++request) {
-            QelRect const rect = random.part(whole);
+            QelRect const rect = random.rectIn(whole);
             MoxSmartPtr<QelRectBuffer> const result =
                 new QelRectBuffer(random.org(rect.width, rect.height, type, bands), rect);
             if (random.coin()) result->allocate();

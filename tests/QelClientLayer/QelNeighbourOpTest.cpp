@@ -1,7 +1,6 @@
 #include "QelNeighbourOp.h"
 
 #include "ClientTesting.h"
-#include "DiagonalOrg.h"
 #include "FaultySystem.h"
 #include "OpReference.h"
 
@@ -17,13 +16,7 @@ MoxSmartPtr<Qel2DImage> gradientImage(std::int32_t width, std::int32_t height) {
 
 TEST(QelNeighbourOpTest, ReportsThatItHasNoInput) {
     QelBlurOp op(nullptr);
-    QelImageInfo info;
-    EXPECT_FALSE(op.outputInfo(info));
-    expectQelError(info.status(), QelErrorCode::misuse, "The op does not refer to any Qel2DImage");
-    expectRaises(QelErrorCode::misuse, "The op does not refer to any Qel2DImage", [&] {
-        QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
-        op.compute(&buffer, 0);
-    });
+    expectReportsNoInput(op);
 }
 
 // Takes nothing but UChar.
@@ -46,21 +39,8 @@ TEST(QelNeighbourOpTest, RefusesAnElementTypeInItsReport) {
 
 TEST(QelNeighbourOpTest, RefusesBuffersOfOtherElements) {
     QelBlurOp op(gradientImage(30, 30));
-    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op", [&] {
-        QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
-        op.compute(&buffer, 0);
-    });
-    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has wrong number of bands for Op",
-                 [&] {
-                     QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
-                     op.compute(&buffer, 0);
-                 });
-    expectRaises(QelErrorCode::simpleDataOrgNeeded,
-                 "Operations on pixels work with QelSimpleDataOrg only", [&] {
-                     MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(4, 4);
-                     QelRectBuffer buffer(org, 0, 0, 4, 4);
-                     op.compute(&buffer, 0);
-                 });
+    expectRefusesOtherElements(op);
+    expectRefusesOtherOrganisations(op);
 }
 
 TEST(QelNeighbourOpTest, EdgesOfTheImageAreRepeatedAndNotThoseOfTheRegion) {

@@ -124,7 +124,7 @@ struct Ground {
         : type(elementType),
           bands(random.between(1, 4)),
           whole(0, 0, random.between(1, 90), random.between(1, 12)),
-          part(random.part(whole)) {
+          part(random.rectIn(whole)) {
         source = new QelRectBuffer(random.org(whole.width, whole.height, type, bands), whole);
         target = new QelRectBuffer(random.org(whole.width, whole.height, type, bands), whole);
         random.fill(*source);

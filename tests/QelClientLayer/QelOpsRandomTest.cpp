@@ -77,7 +77,7 @@ TEST(QelOpsRandomTest, RandomRegionsAgreeWithTheReference) {
             random.coin() ? new Qel2DImage(picture.get()) : new Qel2DImage(new PictureOp(picture));
         Qel2DImage image(op.make(input));
         for (int request = 0; request < 4; ++request) {
-            QelRect const rect = random.part(whole);
+            QelRect const rect = random.rectIn(whole);
             MoxSmartPtr<QelRectBuffer> const result = pull(random, image, rect);
             ASSERT_TRUE(result);
             ASSERT_TRUE(isNearly(*result, rect, [&](std::int32_t x, std::int32_t y, int band) {

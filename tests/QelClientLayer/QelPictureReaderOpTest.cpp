@@ -168,7 +168,7 @@ TEST_F(QelPictureReaderOpTest, RowsMayBeAskedForInAnyOrder) {
     for (int round = 0; round < 20; ++round) {
         Reader const op = qelOpenPicture(file);
         for (int request = 0; request < 5; ++request) {
-            QelRect const part = random_.part(picture->rect());
+            QelRect const part = random_.rectIn(picture->rect());
             QelRectBuffer buffer(random_.org(part.width, part.height, QelDataType::UChar, 3), part);
             op->compute(&buffer, 0);
             ASSERT_TRUE(showsPixels(buffer, part, pixelsOf(*picture)));

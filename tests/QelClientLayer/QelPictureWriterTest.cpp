@@ -164,7 +164,7 @@ TEST_F(QelPictureWriterTest, WritesRegionsOfAnyPosition) {
     MoxSmartPtr<QelRectBuffer> const whole = allOf(*testCard());
     for (int round = 0; round < 30; ++round) {
         TileSize const tiles(random.between(1, 90), random.between(1, 90));
-        QelRect const region = random.part(whole->rect());
+        QelRect const region = random.rectIn(whole->rect());
         QelPictureWriter(file("a.png")).write(*testCard(), region);
         MoxSmartPtr<QelRectBuffer> const found = readPicture(file("a.png"));
         ASSERT_EQ(QelRect(0, 0, region.width, region.height), found->rect());

@@ -3,7 +3,6 @@
 #include <atomic>
 
 #include "ClientTesting.h"
-#include "DiagonalOrg.h"
 
 namespace {
 
@@ -63,13 +62,7 @@ TEST(QelPointOpTest, ReportsItsInput) {
 
 TEST(QelPointOpTest, ReportsThatItHasNoInput) {
     QelInvertOp op(nullptr);
-    QelImageInfo info;
-    EXPECT_FALSE(op.outputInfo(info));
-    expectQelError(info.status(), QelErrorCode::misuse, "The op does not refer to any Qel2DImage");
-    expectRaises(QelErrorCode::misuse, "The op does not refer to any Qel2DImage", [&] {
-        QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::UChar);
-        op.compute(&buffer, 0);
-    });
+    expectReportsNoInput(op);
 }
 
 TEST(QelPointOpTest, RefusesAnElementTypeInItsReport) {
@@ -83,25 +76,12 @@ TEST(QelPointOpTest, RefusesAnElementTypeInItsReport) {
 
 TEST(QelPointOpTest, RefusesBuffersOfOtherElements) {
     QelInvertOp op(new Qel2DImage(new GradientOp(small)));
-    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op", [&] {
-        QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
-        op.compute(&buffer, 0);
-    });
-    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has wrong number of bands for Op",
-                 [&] {
-                     QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
-                     op.compute(&buffer, 0);
-                 });
+    expectRefusesOtherElements(op);
 }
 
 TEST(QelPointOpTest, RefusesOrganisationsThatAreNotSimple) {
     QelInvertOp op(new Qel2DImage(new GradientOp(small)));
-    expectRaises(QelErrorCode::simpleDataOrgNeeded,
-                 "Operations on pixels work with QelSimpleDataOrg only", [&] {
-                     MoxSmartPtr<QelDataOrg> const org = new DiagonalOrg(4, 4);
-                     QelRectBuffer buffer(org, 0, 0, 4, 4);
-                     op.compute(&buffer, 0);
-                 });
+    expectRefusesOtherOrganisations(op);
 }
 
 TEST(QelPointOpTest, RaisesWhenItsInputHasNothingToComputeWith) {

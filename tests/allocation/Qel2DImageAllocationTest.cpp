@@ -9,28 +9,13 @@
 #include "Qel2DImage.h"
 #include "QelErrorCode.h"
 #include "QelSystemConfig.h"
-#include "ScopedSetting.h"
 #include "TestOps.h"
+#include "TileLimits.h"
 #include "ZanError.h"
 
 // Every allocation on the way through a chain of images fails once, those of pixels and all else.
 
 namespace {
-
-class TileSize {
-  public:
-    explicit TileSize(std::int32_t size)
-        : minWidth_(QelSystemConfig::minTileWidth, size),
-          minHeight_(QelSystemConfig::minTileHeight, size),
-          maxWidth_(QelSystemConfig::maxTileWidth, size),
-          maxHeight_(QelSystemConfig::maxTileHeight, size) {}
-
-  private:
-    ScopedSetting<std::int32_t> minWidth_;
-    ScopedSetting<std::int32_t> minHeight_;
-    ScopedSetting<std::int32_t> maxWidth_;
-    ScopedSetting<std::int32_t> maxHeight_;
-};
 
 MoxSmartPtr<Qel2DImage> cachingImage(MoxSmartPtr<QelImageOp> const & op, bool cached) {
     MoxSmartPtr<Qel2DImage> const image(new Qel2DImage(op));
@@ -40,7 +25,7 @@ MoxSmartPtr<Qel2DImage> cachingImage(MoxSmartPtr<QelImageOp> const & op, bool ca
 
 // A source that writes only into tiles and three ops, with 3 by 2 tiles of 16 by 16.
 MoxSmartPtr<Qel2DImage> chain(bool cached) {
-    TileSize const size(16);
+    TileLimits const limits(16, 16);
     MoxSmartPtr<Qel2DImage> image =
         cachingImage(new RefusingOp({.width = 40, .height = 30}, false, true), cached);
     image = cachingImage(new AddOp(image, 5), cached);

@@ -1,32 +1,14 @@
 #include "TestOps.h"
 
 #include <cstring>
-#include <string>
 #include <type_traits>
 #include <utility>
 
+#include "ElementTypes.h"
 #include "Qel2DImage.h"
 #include "QelError.h"
 
 namespace {
-
-// Calls `function` with a value of the C++ type of an element.
-template <class Function>
-auto withElement(QelDataType const & type, Function const & function) {
-    switch (type.code()) {
-        case QelDataType::UChar: return function(std::uint8_t{});
-        case QelDataType::Char: return function(std::int8_t{});
-        case QelDataType::Short: return function(std::int16_t{});
-        case QelDataType::UShort: return function(std::uint16_t{});
-        case QelDataType::Long: return function(std::int32_t{});
-        case QelDataType::ULong: return function(std::uint32_t{});
-        case QelDataType::Float: return function(float{});
-        case QelDataType::Double: return function(double{});
-        default:
-            qelRaise(QelErrorCode::invalidValue,
-                     std::string("No element type of a test: ") + type.name());
-    }
-}
 
 template <class T>
 T converted(double value) {

@@ -35,7 +35,7 @@ TEST(BandStatisticsTest, AreThoseOfASlowReferenceInEveryTypeLayoutAndRegion) {
             MoxSmartPtr<QelRectBuffer> const pixels =
                 randomPicture(random, shape.width, shape.height, shape.bands, type);
             Qel2DImage image(new GradientOp(shape, pixelsOf(*pixels)));
-            QelRect const region = random.part(image.imageRect());
+            QelRect const region = random.rectIn(image.imageRect());
             Statistics const found = bandStatistics(image, region);
             ASSERT_EQ(static_cast<std::size_t>(shape.bands), found.size());
             for (int band = 0; band < shape.bands; ++band) {

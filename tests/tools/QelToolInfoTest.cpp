@@ -175,7 +175,7 @@ TEST_F(QelToolInfoTest, StatisticsAreThoseOfASlowReferenceWithAndWithoutARegion)
         std::vector<std::string> arguments{name};
         QelRect region = picture->rect();
         if (round % 3 != 0) {
-            region = random.part(region);
+            region = random.rectIn(region);
             arguments.insert(arguments.end(), {"--region", textOf(region)});
         }
         SCOPED_TRACE(testing::Message() << bands << " bands of " << type.name() << ", "

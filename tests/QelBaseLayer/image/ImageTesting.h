@@ -9,9 +9,8 @@
 #include "MoxSmartPtr.h"
 #include "Qel2DImage.h"
 #include "QelRectBuffer.h"
-#include "QelSystemConfig.h"
-#include "ScopedSetting.h"
 #include "TestOps.h"
+#include "TileLimits.h"
 
 // What the tests of images share.
 
@@ -50,22 +49,6 @@ class HookedOp : public GradientOp {
         if (onCompute) onCompute(buffer);
         GradientOp::compute(buffer, opContext);
     }
-};
-
-// No limits on tile sizes but these, for images made in its scope.
-class TileLimits {
-  public:
-    TileLimits(std::int32_t least, std::int32_t most)
-        : minWidth_(QelSystemConfig::minTileWidth, least),
-          minHeight_(QelSystemConfig::minTileHeight, least),
-          maxWidth_(QelSystemConfig::maxTileWidth, most),
-          maxHeight_(QelSystemConfig::maxTileHeight, most) {}
-
-  private:
-    ScopedSetting<std::int32_t> minWidth_;
-    ScopedSetting<std::int32_t> minHeight_;
-    ScopedSetting<std::int32_t> maxWidth_;
-    ScopedSetting<std::int32_t> maxHeight_;
 };
 
 // With memory to come.

@@ -4,14 +4,15 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <iostream>
 #include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include "ElementTypes.h"
 #include "QelRectBuffer.h"
 #include "QelSimpleDataOrg.h"
+#include "TestRandom.h"
 
 // What copies of pixels are compared with: one element at a time, found through its organisation's
 // offset() and converted through the widest types.
@@ -23,23 +24,8 @@ struct CopyElement {
     double real = 0;
 };
 
-// Calls `use` with a value of the C++ type of an element type.
-template <class Use>
-auto withElementType(int code, Use const & use) {
-    switch (code) {
-        case QelDataType::UChar: return use(std::uint8_t{});
-        case QelDataType::Char: return use(std::int8_t{});
-        case QelDataType::Short: return use(std::int16_t{});
-        case QelDataType::UShort: return use(std::uint16_t{});
-        case QelDataType::Long: return use(std::int32_t{});
-        case QelDataType::ULong: return use(std::uint32_t{});
-        case QelDataType::Float: return use(float{});
-        default: return use(double{});
-    }
-}
-
 inline CopyElement readElement(std::uint8_t const * address, int code) {
-    return withElementType(code, [=](auto value) -> CopyElement {
+    return withElement(code, [=](auto value) -> CopyElement {
         std::memcpy(&value, address, sizeof value);
         if constexpr (std::is_floating_point_v<decltype(value)>) {
             return {true, 0, static_cast<double>(value)};
@@ -59,7 +45,7 @@ inline std::int64_t integerOf(CopyElement const & element, int code) {
 }
 
 inline void writeElement(std::uint8_t * address, int code, CopyElement const & element) {
-    withElementType(code, [&](auto value) {
+    withElement(code, [&](auto value) {
         using Target = decltype(value);
         if constexpr (std::is_floating_point_v<Target>) {
             value = element.isReal ? static_cast<Target>(element.real)
@@ -108,16 +94,10 @@ inline std::vector<std::uint8_t> storageOf(QelRectBuffer const & buffer) {
     return {data, data + buffer.dataBuffer()->size()};
 }
 
-// Random buffers, always the same ones for a seed, which is printed.
-class CopyRandom {
+// Random buffers.
+class CopyRandom : public TestRandom {
   public:
-    explicit CopyRandom(std::uint64_t seed) : engine_(seed) {
-        std::cout << "seed " << seed << '\n';
-    }
-
-    std::int32_t between(std::int32_t lowest, std::int32_t highest) {
-        return std::uniform_int_distribution<std::int32_t>(lowest, highest)(engine_);
-    }
+    using TestRandom::TestRandom;
 
     // 0 to 300 pixels, with the other side small enough for a slow comparison.
     void size(std::int32_t & width, std::int32_t & height) {
@@ -154,7 +134,7 @@ class CopyRandom {
         buffer.allocate();
         std::uint8_t * const data = buffer.dataBuffer()->data();
         for (std::int64_t i = 0; i < buffer.dataBuffer()->size(); ++i)
-            data[i] = static_cast<std::uint8_t>(engine_());
+            data[i] = static_cast<std::uint8_t>(engine()());
         QelDataType const type = buffer.precision(0);
         if (type == QelDataType::Float) putNumbers<float>(buffer);
         if (type == QelDataType::Double) putNumbers<double>(buffer);
@@ -164,7 +144,7 @@ class CopyRandom {
     MoxSmartPtr<QelDataOrg> spelledOut(int code, int bands, std::int32_t width,
                                        std::int32_t height) {
         std::vector<int> axes{0, 1, 2};
-        std::shuffle(axes.begin(), axes.end(), engine_);
+        std::shuffle(axes.begin(), axes.end(), engine());
         std::int32_t const counts[3] = {width, height, bands};
         std::int32_t strides[3] = {0, 0, 0};
         std::int32_t step = QelDataType(code).size() + between(0, 1) * between(0, 3);
@@ -175,7 +155,7 @@ class CopyRandom {
         std::vector<std::int32_t> offsets(static_cast<std::size_t>(bands));
         for (std::size_t i = 0; i < offsets.size(); ++i)
             offsets[i] = static_cast<std::int32_t>(i) * strides[2];
-        if (between(0, 1) != 0) std::shuffle(offsets.begin(), offsets.end(), engine_);
+        if (between(0, 1) != 0) std::shuffle(offsets.begin(), offsets.end(), engine());
         auto const sign = [this] { return between(0, 1) * 2 - 1; };
         return new QelSimpleDataOrg(width, height, QelDataType(code), bands, offsets,
                                     strides[0] * sign(), strides[1] * sign());
@@ -191,13 +171,11 @@ class CopyRandom {
             for (std::int32_t x = 0; x < rect.width; ++x) {
                 for (int band = 0; band < buffer.numBands(); ++band) {
                     if (between(0, 9) == 0) continue;
-                    auto const number = static_cast<Real>(some(engine_) * scales[between(0, 4)]);
+                    auto const number = static_cast<Real>(some(engine()) * scales[between(0, 4)]);
                     std::memcpy(buffer.getData() + buffer.dataOrg()->offset(x, y, band), &number,
                                 sizeof number);
                 }
             }
         }
     }
-
-    std::mt19937_64 engine_;
 };

@@ -56,7 +56,7 @@ class QelRectBufferCopyRandomPairsTest : public testing::TestWithParam<int> {
 
 TEST_P(QelRectBufferCopyRandomPairsTest, EqualAReferenceThatCopiesElementByElement) {
     int const sourceType = GetParam();
-    CopyRandom random(20240 + static_cast<std::uint64_t>(sourceType));
+    CopyRandom random(20240 + static_cast<std::uint32_t>(sourceType));
     for (int targetType = 0; targetType < elementTypes; ++targetType) {
         for (QelLayout const sourceLayout : layouts) {
             for (QelLayout const targetLayout : layouts) {

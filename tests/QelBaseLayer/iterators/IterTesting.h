@@ -3,76 +3,26 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "ElementTypes.h"
 #include "ImageTesting.h"
 #include "QelDIBDataOrg.h"
 #include "QelRectIter.h"
 #include "QelSimpleDataOrg.h"
+#include "TestRandom.h"
 
 // What the tests of the pixel iterators share: images and buffers of every kind of organisation.
-
-class IterRandom {
-  public:
-    explicit IterRandom(std::uint32_t seed) : engine_(seed) {}
-
-    std::int32_t from(std::int32_t least, std::int32_t most) {
-        return std::uniform_int_distribution<std::int32_t>(least, most)(engine_);
-    }
-    bool chance(int percent) { return from(1, 100) <= percent; }
-    template <class Container>
-    auto oneOf(Container const & choices) {
-        return choices[static_cast<std::size_t>(
-            from(0, static_cast<std::int32_t>(choices.size()) - 1))];
-    }
-    template <class Container>
-    void shuffle(Container & values) {
-        std::shuffle(values.begin(), values.end(), engine_);
-    }
-    // Any rectangle within `whole`, which is not empty.
-    QelRect rectIn(QelRect const & whole) {
-        std::int32_t const x = from(0, whole.width - 1);
-        std::int32_t const y = from(0, whole.height - 1);
-        return QelRect(whole.x + x, whole.y + y, from(1, whole.width - x),
-                       from(1, whole.height - y));
-    }
-
-  private:
-    std::mt19937 engine_;
-};
-
-// Calls `test` with a value of the C++ type of the elements.
-template <class Test>
-void withIterElement(QelDataType const & type, Test const & test) {
-    switch (type.code()) {
-        case QelDataType::UChar: return test(std::uint8_t{});
-        case QelDataType::Char: return test(std::int8_t{});
-        case QelDataType::Short: return test(std::int16_t{});
-        case QelDataType::UShort: return test(std::uint16_t{});
-        case QelDataType::Long: return test(std::int32_t{});
-        case QelDataType::ULong: return test(std::uint32_t{});
-        case QelDataType::Float: return test(float{});
-        case QelDataType::Double: return test(double{});
-        default: FAIL() << "no element type: " << type.name();
-    }
-}
-
-inline QelDataType anyElementType(IterRandom & random) {
-    return random.oneOf(std::array{QelDataType::UChar, QelDataType::Char, QelDataType::Short,
-                                   QelDataType::UShort, QelDataType::Long, QelDataType::ULong,
-                                   QelDataType::Float, QelDataType::Double});
-}
 
 // Strides and band offsets of its own: the three axes nested in any order, each forwards or
 // backwards, with gaps that leave elements at odd addresses. Bands follow each other at one
 // distance if they are to be `uniform`, else maybe in no order at all. With `flat` the pixels of a
 // line, or the lines, may all lie in one place.
-inline MoxSmartPtr<QelDataOrg> anySpelledOutOrg(IterRandom & random, std::int32_t width,
+inline MoxSmartPtr<QelDataOrg> anySpelledOutOrg(TestRandom & random, std::int32_t width,
                                                 std::int32_t height, QelDataType type, int bands,
                                                 bool uniform, bool flat) {
     std::array<int, 3> axes{0, 1, 2};
@@ -82,31 +32,31 @@ inline MoxSmartPtr<QelDataOrg> anySpelledOutOrg(IterRandom & random, std::int32_
     std::int32_t extent = type.size();
     for (int const axis : axes) {
         auto const at = static_cast<std::size_t>(axis);
-        std::int32_t const step = extent + (random.chance(50) ? random.from(0, 5) : 0);
+        std::int32_t const step = extent + (random.chance(50) ? random.between(0, 5) : 0);
         steps[at] = random.chance(35) ? -step : step;
         extent = step * counts[at];
     }
-    if (flat && random.chance(60)) steps[static_cast<std::size_t>(random.from(0, 1))] = 0;
+    if (flat && random.chance(60)) steps[static_cast<std::size_t>(random.between(0, 1))] = 0;
     std::vector<std::int32_t> offsets;
-    std::int32_t const base = random.chance(50) ? 0 : random.from(-20, 20);
+    std::int32_t const base = random.chance(50) ? 0 : random.between(-20, 20);
     for (int b = 0; b < bands; ++b)
         offsets.push_back(base + b * steps[2]);
     if (!uniform && random.chance(50)) random.shuffle(offsets);
     return new QelSimpleDataOrg(width, height, type, bands, offsets, steps[0], steps[1]);
 }
 
-inline MoxSmartPtr<QelDataOrg> anyBitmapOrg(IterRandom & random, std::int32_t width,
+inline MoxSmartPtr<QelDataOrg> anyBitmapOrg(TestRandom & random, std::int32_t width,
                                             std::int32_t height) {
     return new QelDIBDataOrg(width, height, random.chance(50) ? 1 : 3, random.chance(60),
                              random.chance(50));
 }
 
 // An organisation of any kind for tiles of that size, at (0,0).
-inline MoxSmartPtr<QelDataOrg> anyOrg(IterRandom & random, std::int32_t width, std::int32_t height,
+inline MoxSmartPtr<QelDataOrg> anyOrg(TestRandom & random, std::int32_t width, std::int32_t height,
                                       bool uniform = false, bool flat = true) {
     if (random.chance(12)) return anyBitmapOrg(random, width, height);
-    QelDataType const type = anyElementType(random);
-    int const bands = random.from(1, 5);
+    QelDataType const type = random.oneOf(numberTypes());
+    int const bands = random.between(1, 5);
     QelLayout const layout = random.oneOf(
         std::array{PIXEL_INTERLEAVED, LINE_INTERLEAVED, BAND_INTERLEAVED, SPELLED_OUT});
     if (layout != SPELLED_OUT) return new QelSimpleDataOrg(width, height, type, bands, layout);
@@ -142,15 +92,15 @@ struct IterImage {
 };
 
 // With tiles that are computed, its grid anchored anywhere from minus a tile to plus a tile.
-inline IterImage anyComputedImage(IterRandom & random) {
+inline IterImage anyComputedImage(TestRandom & random) {
     TileLimits const limits(1, 1000);
-    std::int32_t const tileWidth = random.chance(25) ? 1 : random.from(2, 11);
-    std::int32_t const tileHeight = random.chance(15) ? 1 : random.from(2, 9);
-    MoxSmartPtr<QelDataOrg> const org =
-        anyOrg(random, tileWidth, tileHeight)
-            ->withOrigin(random.from(-tileWidth, tileWidth), random.from(-tileHeight, tileHeight));
-    TestImage const told{.width = random.from(1, 4 * tileWidth + 3),
-                         .height = random.from(1, 4 * tileHeight + 3),
+    std::int32_t const tileWidth = random.chance(25) ? 1 : random.between(2, 11);
+    std::int32_t const tileHeight = random.chance(15) ? 1 : random.between(2, 9);
+    MoxSmartPtr<QelDataOrg> const org = anyOrg(random, tileWidth, tileHeight)
+                                            ->withOrigin(random.between(-tileWidth, tileWidth),
+                                                         random.between(-tileHeight, tileHeight));
+    TestImage const told{.width = random.between(1, 4 * tileWidth + 3),
+                         .height = random.between(1, 4 * tileHeight + 3),
                          .org = org};
     IterImage made;
     made.picture = pictureFor(*org);
@@ -161,9 +111,9 @@ inline IterImage anyComputedImage(IterRandom & random) {
 }
 
 // One that wraps a view of a larger buffer, which starts anywhere but at (0,0) as a rule.
-inline IterImage anyWrappedImage(IterRandom & random) {
-    QelRect const whole(random.from(-6, 9), random.from(-6, 9), random.from(8, 20),
-                        random.from(8, 20));
+inline IterImage anyWrappedImage(TestRandom & random) {
+    QelRect const whole(random.between(-6, 9), random.between(-6, 9), random.between(8, 20),
+                        random.between(8, 20));
     MoxSmartPtr<QelDataOrg> const org = anyOrg(random, whole.width, whole.height);
     IterImage made;
     made.picture = pictureFor(*org);
@@ -171,8 +121,8 @@ inline IterImage anyWrappedImage(IterRandom & random) {
     buffer->allocate();
     fillPixels(*buffer, whole, made.picture);
     // At least the last pixel, so that the image is not empty.
-    std::int32_t const cutX = random.from(0, 7);
-    std::int32_t const cutY = random.from(0, 7);
+    std::int32_t const cutX = random.between(0, 7);
+    std::int32_t const cutY = random.between(0, 7);
     MoxSmartPtr<QelRectBuffer> const view = buffer->subBuffer(
         QelRect(whole.x + cutX, whole.y + cutY, whole.width - cutX, whole.height - cutY));
     made.image = new Qel2DImage(view);
@@ -180,12 +130,12 @@ inline IterImage anyWrappedImage(IterRandom & random) {
     return made;
 }
 
-inline IterImage anyIterImage(IterRandom & random) {
+inline IterImage anyIterImage(TestRandom & random) {
     return random.chance(80) ? anyComputedImage(random) : anyWrappedImage(random);
 }
 
 // What writes into an image may not compute; `picture` is what it should write.
-inline IterImage anyImageToWrite(IterRandom & random) {
+inline IterImage anyImageToWrite(TestRandom & random) {
     IterImage made = anyComputedImage(random);
     TileLimits const limits(1, 1000);
     TestImage const told{

@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
-#include <iostream>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,32 +17,28 @@
 
 namespace {
 
-class Random : public IterRandom {
+class Random : public TestRandom {
   public:
-    using IterRandom::IterRandom;
+    using TestRandom::TestRandom;
 
-    QelDataType type() {
-        return oneOf(std::array{QelDataType::UChar, QelDataType::Char, QelDataType::Short,
-                                QelDataType::UShort, QelDataType::Long, QelDataType::ULong,
-                                QelDataType::Float, QelDataType::Double});
-    }
     QelLayout layout() {
         return oneOf(std::array{PIXEL_INTERLEAVED, LINE_INTERLEAVED, BAND_INTERLEAVED});
     }
     // A rectangle that starts in or near an image of that size.
     QelRect rectNear(QelRect const & image) {
-        std::int32_t const x = from(-image.width / 4 - 2, image.width + 2);
-        std::int32_t const y = from(-image.height / 4 - 2, image.height + 2);
-        return QelRect(x, y, from(1, image.width + 4), from(1, image.height + 4));
+        std::int32_t const x = between(-image.width / 4 - 2, image.width + 2);
+        std::int32_t const y = between(-image.height / 4 - 2, image.height + 2);
+        return QelRect(x, y, between(1, image.width + 4), between(1, image.height + 4));
     }
     // A rectangle in one cell of the grid, often all of it.
     QelRect rectInTile(Qel2DImage const & image) {
-        QelRect const tile = image.dataOrg()->tileRect(from(0, image.tilesAcross() - 1),
-                                                       from(0, image.tilesDown() - 1));
+        QelRect const tile = image.dataOrg()->tileRect(between(0, image.tilesAcross() - 1),
+                                                       between(0, image.tilesDown() - 1));
         if (chance(40)) return tile;
-        std::int32_t const x = chance(50) ? 0 : from(0, tile.width - 1);
-        std::int32_t const y = chance(50) ? 0 : from(0, tile.height - 1);
-        return QelRect(tile.x + x, tile.y + y, from(1, tile.width - x), from(1, tile.height - y));
+        std::int32_t const x = chance(50) ? 0 : between(0, tile.width - 1);
+        std::int32_t const y = chance(50) ? 0 : between(0, tile.height - 1);
+        return QelRect(tile.x + x, tile.y + y, between(1, tile.width - x),
+                       between(1, tile.height - y));
     }
 };
 
@@ -70,23 +64,24 @@ class Chain {
   public:
     explicit Chain(Random & random) : random_(random) {
         // Small tiles in small images: each tile costs more than its pixels.
-        std::int32_t const tile = random.chance(30) ? random.from(1, 300) : random.from(4, 60);
+        std::int32_t const tile =
+            random.chance(30) ? random.between(1, 300) : random.between(4, 60);
         std::int32_t const most = std::min(random.chance(4) ? 300 : 70, tile * 7);
-        TestImage source{.width = random.from(1, most),
-                         .height = random.from(1, most),
-                         .bands = random.from(1, 4),
-                         .type = random.type(),
+        TestImage source{.width = random.between(1, most),
+                         .height = random.between(1, most),
+                         .bands = random.between(1, 4),
+                         .type = random.oneOf(numberTypes()),
                          .layout = random.layout()};
         source.tileWidth = random.chance(10) ? 0 : tile;
-        source.tileHeight = random.chance(10) ? 0 : std::max(1, random.from(tile / 2, tile));
-        source.originX = random.from(-500, 500);
-        source.originY = random.from(-500, 500);
+        source.tileHeight = random.chance(10) ? 0 : std::max(1, random.between(tile / 2, tile));
+        source.originX = random.between(-500, 500);
+        source.originY = random.between(-500, 500);
         type_ = source.type;
         picture_ = [type = source.type](std::int32_t x, std::int32_t y, int band) {
             return storedAs(type, gradientAt(x, y, band));
         };
         add(new GradientOp(source), tile);
-        for (int length = random.from(0, 4); length > 0; --length)
+        for (int length = random.between(0, 4); length > 0; --length)
             addPointOp(tile);
     }
 
@@ -96,12 +91,12 @@ class Chain {
     // Makes or computes some tiles and holds some of these.
     void prepareTiles() {
         for (MoxSmartPtr<Qel2DImage> const & image : images_) {
-            for (int count = random_.from(0, 4); count > 0; --count) {
-                std::int32_t const x = random_.from(0, image->tilesAcross() - 1);
-                std::int32_t const y = random_.from(0, image->tilesDown() - 1);
+            for (int count = random_.between(0, 4); count > 0; --count) {
+                std::int32_t const x = random_.between(0, image->tilesAcross() - 1);
+                std::int32_t const y = random_.between(0, image->tilesDown() - 1);
                 MoxSmartPtr<QelTile> const tile =
                     random_.chance(50) ? image->getTile(x, y) : image->createTile(x, y);
-                for (int holders = random_.from(0, 2); holders > 0; --holders)
+                for (int holders = random_.between(0, 2); holders > 0; --holders)
                     held_.push_back(tile);
             }
         }
@@ -109,8 +104,8 @@ class Chain {
 
   private:
     void add(MoxSmartPtr<QelImageOp> const & op, std::int32_t tile) {
-        TileLimits const limits(random_.chance(50) ? 1 : random_.from(1, tile),
-                                random_.chance(50) ? 300 : random_.from(tile, 300));
+        TileLimits const limits(random_.chance(50) ? 1 : random_.between(1, tile),
+                                random_.chance(50) ? 300 : random_.between(tile, 300));
         MoxSmartPtr<Qel2DImage> const image =
             imageOf(new PickyOp(op, random_.chance(70), random_.chance(70)));
         image->setCacheTiles(random_.chance(50));
@@ -118,7 +113,7 @@ class Chain {
     }
 
     void addPointOp(std::int32_t tile) {
-        double const amount = random_.from(-3, 3);
+        double const amount = random_.between(-3, 3);
         bool const inverts = random_.chance(50);
         auto const change = [amount, inverts](double value) {
             return inverts ? 126 - value : value + amount;
@@ -143,9 +138,9 @@ MoxSmartPtr<QelRectBuffer> anyBuffer(Random & random, Qel2DImage const & image,
     MoxSmartPtr<QelDataOrg> org = image.dataOrg();
     bool const asTile = random.chance(50);
     if (!asTile && random.chance(40)) org = org->withLayout(random.layout());
-    if (!asTile && random.chance(20)) org = org->withDataType(random.type());
+    if (!asTile && random.chance(20)) org = org->withDataType(random.oneOf(numberTypes()));
     if (!asTile && random.chance(40))
-        org = org->withSize(rect.width + random.from(0, 5), rect.height);
+        org = org->withSize(rect.width + random.between(0, 5), rect.height);
     MoxSmartPtr<QelRectBuffer> const buffer = emptyBuffer(org, rect);
     if (random.chance(10)) buffer->releaseData();
     if (random.chance(50)) fillPixels(*buffer, rect, painted);
@@ -191,7 +186,8 @@ void getSomething(Random & random, Chain & chain, QelRect const & rect) {
 
 void shareSomething(Random & random, Chain & chain, QelRect const & rect) {
     Qel2DImage & image = chain.end();
-    QelRect const own(random.from(-500, 500), random.from(-500, 500), rect.width, rect.height);
+    QelRect const own(random.between(-500, 500), random.between(-500, 500), rect.width,
+                      rect.height);
     MoxSmartPtr<QelRectBuffer> const buffer = anyBuffer(random, image, own);
     bool const hadMemory = buffer->isAllocated();
     bool const allowCopy = random.chance(70);
@@ -214,8 +210,8 @@ void shareSomething(Random & random, Chain & chain, QelRect const & rect) {
 
 void askForATile(Random & random, Chain & chain, QelRect const &) {
     Qel2DImage & image = chain.end();
-    MoxSmartPtr<QelTile> const tile = image.getTile(random.from(0, image.tilesAcross() - 1),
-                                                    random.from(0, image.tilesDown() - 1));
+    MoxSmartPtr<QelTile> const tile = image.getTile(random.between(0, image.tilesAcross() - 1),
+                                                    random.between(0, image.tilesDown() - 1));
     ASSERT_TRUE(tile->isState(QelRenderedItem::complete));
     ASSERT_TRUE(showsPixels(*tile, tile->rect(), chain.picture()));
 }
@@ -238,7 +234,6 @@ TEST(Qel2DImageRandomTest, EveryRequestShowsThePicture) {
     constexpr std::uint32_t seed = 20240611;
     constexpr int cases = 150;
     constexpr int requests = 12;
-    std::cout << "seed " << seed << '\n';
     Random random(seed);
     OutputCapture const output;
     std::int64_t const bytes = QelSystemConfig::currentBytes;
@@ -266,21 +261,20 @@ TEST(Qel2DImageRandomTest, EveryRequestShowsThePicture) {
 // A chain of three images with one tile size, read piece by piece.
 TEST(Qel2DImageRandomTest, PixelsAreIdenticalForEveryTileSize) {
     constexpr std::uint32_t seed = 77;
-    std::cout << "seed " << seed << '\n';
     Random random(seed);
     std::vector<double> first;
     for (std::int32_t const size :
          {300, 1, 2, 3, 5, 16, 17, 31, 64, 100, 127, 128, 200, 256, 299}) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", tile size " + std::to_string(size));
-        std::int32_t const height = random.chance(50) ? size : random.from(size, 300);
+        std::int32_t const height = random.chance(50) ? size : random.between(size, 300);
         TileLimits const limits(1, 300);
         TestImage report{.width = 41, .height = 37, .type = QelDataType::Short};
         if (size > 20) report.width = report.height = 301;
         // The pictures agree where the small one ends.
         report.tileWidth = size;
         report.tileHeight = height;
-        report.originX = random.from(-400, 400);
-        report.originY = random.from(-400, 400);
+        report.originX = random.between(-400, 400);
+        report.originY = random.between(-400, 400);
         MoxSmartPtr<Qel2DImage> const source = imageOf(new GradientOp(report));
         MoxSmartPtr<Qel2DImage> const inverted = imageOf(new InvertOp(source, 1000));
         MoxSmartPtr<Qel2DImage> const image = imageOf(new AddOp(inverted, 3));

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -68,9 +67,9 @@ std::uint8_t * addressOf(QelRectBuffer & buffer, Place const & place) {
 }
 
 // A buffer of any organisation, or a view into one, that shows pictureFor() its organisation.
-MoxSmartPtr<QelRectBuffer> anyBuffer(IterRandom & random) {
-    QelRect const rect(random.from(-9, 9), random.from(-9, 9), random.from(1, 9),
-                       random.from(1, 9));
+MoxSmartPtr<QelRectBuffer> anyBuffer(TestRandom & random) {
+    QelRect const rect(random.between(-9, 9), random.between(-9, 9), random.between(1, 9),
+                       random.between(1, 9));
     MoxSmartPtr<QelDataOrg> const org = anyOrg(random, rect.width, rect.height, true);
     MoxSmartPtr<QelRectBuffer> const buffer = new QelRectBuffer(org, rect);
     buffer->allocate();
@@ -78,9 +77,9 @@ MoxSmartPtr<QelRectBuffer> anyBuffer(IterRandom & random) {
     return random.chance(50) ? buffer : buffer->subBuffer(random.rectIn(rect));
 }
 
-Walk anyWalk(IterRandom & random, QelRect const & rect) {
-    QelRect const near(rect.x + random.from(-4, 4), rect.y + random.from(-4, 4), random.from(0, 12),
-                       random.from(0, 12));
+Walk anyWalk(TestRandom & random, QelRect const & rect) {
+    QelRect const near(rect.x + random.between(-4, 4), rect.y + random.between(-4, 4),
+                       random.between(0, 12), random.between(0, 12));
     return {random.chance(30) ? rect : near, 0, random.chance(50), random.chance(50)};
 }
 
@@ -100,7 +99,7 @@ void walkByNext(QelRectBuffer & buffer, Walk const & walk, std::vector<Place> co
 
 // Runs, begun at any of their elements.
 template <class T>
-void walkByRuns(IterRandom & random, QelRectBuffer & buffer, Walk const & walk,
+void walkByRuns(TestRandom & random, QelRectBuffer & buffer, Walk const & walk,
                 std::vector<Place> const & places) {
     QelRectBufferConstIter<T> iter(&buffer, walk.rect, walk.order, walk.reverseX, walk.reverseY);
     iter.initialize();
@@ -155,8 +154,7 @@ void writeEverything() {
 }  // namespace
 
 TEST(QelRectBufferIterTest, EveryOrderIsThatOfThreeNestedLoops) {
-    std::cout << "seed " << seed << '\n';
-    IterRandom random(seed);
+    TestRandom random(seed);
     std::size_t visited = 0;
     for (int round = 0; round < 600 && !testing::Test::HasFailure(); ++round) {
         MoxSmartPtr<QelRectBuffer> const buffer = anyBuffer(random);
@@ -170,7 +168,7 @@ TEST(QelRectBufferIterTest, EveryOrderIsThatOfThreeNestedLoops) {
             std::vector<Place> const places =
                 placesOf(walk.rect.intersect(buffer->rect()), buffer->numBands(), walk);
             visited += places.size();
-            withIterElement(buffer->precision(0), [&](auto element) {
+            withElement(buffer->precision(0), [&](auto element) {
                 using T = decltype(element);
                 ASSERT_NO_FATAL_FAILURE(walkByNext<T>(*buffer, walk, places));
                 ASSERT_NO_FATAL_FAILURE(walkByRuns<T>(random, *buffer, walk, places));
@@ -181,16 +179,15 @@ TEST(QelRectBufferIterTest, EveryOrderIsThatOfThreeNestedLoops) {
 }
 
 TEST(QelRectBufferIterTest, AutomaticOrderFollowsItsRule) {
-    std::cout << "seed " << seed + 1 << '\n';
-    IterRandom random(seed + 1);
+    TestRandom random(seed + 1);
     int ties = 0;
     for (int round = 0; round < 2000; ++round) {
         std::vector<std::int32_t> offsets{0};
-        for (int bands = random.from(0, 3), step = random.from(-4, 4); bands > 0; --bands)
+        for (int bands = random.between(0, 3), step = random.between(-4, 4); bands > 0; --bands)
             offsets.push_back(offsets.back() + step);
         MoxSmartPtr<QelSimpleDataOrg> const org =
             new QelSimpleDataOrg(3, 3, QelDataType::UChar, static_cast<int>(offsets.size()),
-                                 offsets, random.from(-4, 4), random.from(-4, 4));
+                                 offsets, random.between(-4, 4), random.between(-4, 4));
         MoxSmartPtr<QelRectBuffer> const buffer = new QelRectBuffer(org, QelRect(0, 0, 3, 3));
         QelSimpleRectBufferIter iter(buffer, buffer->rect(), 6, random.chance(50),
                                      random.chance(50));

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdint>
-#include <iostream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -170,32 +169,32 @@ void walkPixelsByBands(IterImage const & of, QelRect const & rect) {
 }
 
 template <class T>
-void jump(IterRandom & random, QelRectConstIter<T> & iter, QelRect const & rect, Model & model) {
-    std::int32_t const x = rect.x + random.from(0, rect.width - 1);
-    std::int32_t const y = rect.y + random.from(0, rect.height - 1);
-    int const band = random.from(0, iter.lastBand());
+void jump(TestRandom & random, QelRectConstIter<T> & iter, QelRect const & rect, Model & model) {
+    std::int32_t const x = rect.x + random.between(0, rect.width - 1);
+    std::int32_t const y = rect.y + random.between(0, rect.height - 1);
+    int const band = random.between(0, iter.lastBand());
     iter.moveTo(x, y, band);
     model.moveTo(x, y, band);
 }
 
 template <class T>
-void changeBand(IterRandom & random, QelRectConstIter<T> & iter, Model & model) {
+void changeBand(TestRandom & random, QelRectConstIter<T> & iter, Model & model) {
     if (random.chance(50)) {
         iter.nextBand();
         ++model.band;
     } else {
-        model.band = random.from(0, iter.lastBand());
+        model.band = random.between(0, iter.lastBand());
         iter.setBand(model.band);
     }
 }
 
-std::int32_t anyStep(IterRandom & random, std::int32_t size) {
-    return random.chance(70) ? random.from(-2, 2) : random.from(-size - 2, size + 2);
+std::int32_t anyStep(TestRandom & random, std::int32_t size) {
+    return random.chance(70) ? random.between(-2, 2) : random.between(-size - 2, size + 2);
 }
 
 template <class T>
-void step(IterRandom & random, QelRectConstIter<T> & iter, QelRect const & rect, Model & model) {
-    switch (random.from(0, 9)) {
+void step(TestRandom & random, QelRectConstIter<T> & iter, QelRect const & rect, Model & model) {
+    switch (random.between(0, 9)) {
         case 0: return jump(random, iter, rect, model);
         case 1: return changeBand(random, iter, model);
         case 2: iter.nextRow(); return model.nextRow();
@@ -217,7 +216,7 @@ void step(IterRandom & random, QelRectConstIter<T> & iter, QelRect const & rect,
 }
 
 template <class T>
-void walkAtRandom(IterRandom & random, IterImage const & of, QelRect const & rect) {
+void walkAtRandom(TestRandom & random, IterImage const & of, QelRect const & rect) {
     QelRectConstIter<T> iter(of.image, rect);
     Model model(rect, of.bands());
     ASSERT_NO_FATAL_FAILURE(expectState(of, iter, rect, model));
@@ -233,7 +232,7 @@ void walkAtRandom(IterRandom & random, IterImage const & of, QelRect const & rec
 }
 
 template <class T>
-void writeAll(IterRandom & random, IterImage const & to) {
+void writeAll(TestRandom & random, IterImage const & to) {
     QelRectIter<T> iter(to.image, to.pixels);
     bool const byRuns = random.chance(50);
     for (iter.toStart(); !iter.done(); iter.nextRow()) {
@@ -256,13 +255,12 @@ void writeAll(IterRandom & random, IterImage const & to) {
 }  // namespace
 
 TEST(QelRectIterRandomTest, EveryWalkMeetsThePixelsOfALoopOverCoordinates) {
-    std::cout << "seed " << seed << '\n';
-    IterRandom random(seed);
+    TestRandom random(seed);
     for (int round = 0; round < 400 && !testing::Test::HasFatalFailure(); ++round) {
         IterImage const of = anyIterImage(random);
         QelRect const rect = random.chance(30) ? of.pixels : random.rectIn(of.pixels);
         SCOPED_TRACE("round " + std::to_string(round) + ": " + describeIterImage(of));
-        withIterElement(of.type(), [&](auto element) {
+        withElement(of.type(), [&](auto element) {
             using T = decltype(element);
             ASSERT_NO_FATAL_FAILURE(walkByNext<T>(of, rect));
             ASSERT_NO_FATAL_FAILURE(walkByRuns<T>(of, rect));
@@ -273,12 +271,11 @@ TEST(QelRectIterRandomTest, EveryWalkMeetsThePixelsOfALoopOverCoordinates) {
 }
 
 TEST(QelRectIterRandomTest, TheWritingFormComputesNothingAndWritesEveryPixel) {
-    std::cout << "seed " << seed + 1 << '\n';
-    IterRandom random(seed + 1);
+    TestRandom random(seed + 1);
     for (int round = 0; round < 150 && !testing::Test::HasFailure(); ++round) {
         IterImage const to = anyImageToWrite(random);
         SCOPED_TRACE("round " + std::to_string(round) + ": " + describeIterImage(to));
-        withIterElement(to.type(), [&](auto element) { writeAll<decltype(element)>(random, to); });
+        withElement(to.type(), [&](auto element) { writeAll<decltype(element)>(random, to); });
         ASSERT_NO_FATAL_FAILURE(expectWritten(to));
     }
 }

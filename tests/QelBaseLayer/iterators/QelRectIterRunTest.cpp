@@ -64,7 +64,7 @@ TEST(QelRectIterRunTest, AllBandsOnlyWherePixelsAreDense) {
         SCOPED_TRACE(row.name);
         MoxSmartPtr<Qel2DImage> const image = imageOf(row.org);
         int const bands = row.org->numBands();
-        withIterElement(row.org->precision(), [&](auto element) {
+        withElement(row.org->precision(), [&](auto element) {
             using T = decltype(element);
             QelRectConstIter<T> iter(image, 1, 0, 9, 1);
             iter.toStart();
@@ -161,13 +161,12 @@ void expectRuns(IterImage const & made) {
 
 TEST(QelRectIterRunTest, RandomImages) {
     constexpr std::uint32_t seed = 20240611;
-    std::cout << "seed " << seed << '\n';
-    IterRandom random(seed);
+    TestRandom random(seed);
     for (int round = 0; round < 300; ++round) {
         IterImage const made = anyIterImage(random);
         SCOPED_TRACE(::testing::Message()
                      << "seed " << seed << ", round " << round << ", " << describeIterImage(made));
-        withIterElement(made.type(), [&](auto element) { expectRuns<decltype(element)>(made); });
+        withElement(made.type(), [&](auto element) { expectRuns<decltype(element)>(made); });
         if (::testing::Test::HasFatalFailure()) return;
     }
 }
