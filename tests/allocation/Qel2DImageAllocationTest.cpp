@@ -98,9 +98,6 @@ Attempt attempt(std::int64_t n, Action const & action) {
 
 class Qel2DImageAllocationTest : public testing::TestWithParam<Row> {
   protected:
-    // A thread keeps some memory for what it did first: here, computes within computes.
-    void SetUp() override { renderCopy(*chain(false)); }
-
     bool showsPicture(Qel2DImage & image) const {
         MoxSmartPtr<QelRectBuffer> const shown = GetParam().render(image);
         return shown && showsPixels(*shown, shown->rect(), picture);

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "QelThreadScope.h"
+
 namespace {
 
 struct Ended {
@@ -9,33 +11,41 @@ struct Ended {
     void (*destroy)(void *) noexcept;
 };
 
-// What inner releases put aside; null while the thread is in none. The vector itself lives in the
-// outermost call, so that there is nothing to destroy when a thread ends.
-thread_local std::vector<Ended> * waiting = nullptr;
+// The outermost release of a thread, and what inner ones put aside.
+class Release : public QelThreadScope<Release> {
+  public:
+    Release() : QelThreadScope(nullptr) {}
 
-bool putAside(Ended const & ended) noexcept {
-    try {
-        waiting->push_back(ended);
-        return true;
-    } catch (...) {
-        return false;
+    bool putAside(Ended const & ended) noexcept {
+        try {
+            waiting_.push_back(ended);
+            return true;
+        } catch (...) {
+            return false;
+        }
     }
-}
+
+    void destroyWaiting() noexcept {
+        while (!waiting_.empty()) {
+            Ended const next = waiting_.back();
+            waiting_.pop_back();
+            next.destroy(next.object);
+        }
+    }
+
+  private:
+    std::vector<Ended> waiting_;
+};
 
 }  // namespace
 
 void qelDestroyLater(void * object, void (*destroy)(void *) noexcept) noexcept {
-    if (waiting != nullptr) {
-        if (!putAside({object, destroy})) destroy(object);
+    Release * const outermost = Release::innermost(nullptr);
+    if (outermost != nullptr) {
+        if (!outermost->putAside({object, destroy})) destroy(object);
         return;
     }
-    std::vector<Ended> queue;
-    waiting = &queue;
+    Release release;
     destroy(object);
-    while (!queue.empty()) {
-        Ended const next = queue.back();
-        queue.pop_back();
-        next.destroy(next.object);
-    }
-    waiting = nullptr;
+    release.destroyWaiting();
 }

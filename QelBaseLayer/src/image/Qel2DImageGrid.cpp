@@ -5,8 +5,6 @@
 
 #include "QelError.h"
 
-thread_local Qel2DImage::Grid::Asked const * Qel2DImage::Grid::Asked::current = nullptr;
-
 Qel2DImage::Grid::Grid(MoxSmartPtr<QelDataOrg> organisation, std::int32_t width,
                        std::int32_t height)
     : known(true), rect(0, 0, width, height), covered(rect), org(std::move(organisation)) {

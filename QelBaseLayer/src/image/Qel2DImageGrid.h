@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "Qel2DImage.h"
+#include "QelThreadScope.h"
 
 // One position of an image's grid: the tile that is there, which the slot does not count, and the
 // position's history.
@@ -176,26 +177,18 @@ class Qel2DImage::Grid {
     // Marks, for a scope, that the calling thread makes the container make a tile for a grid. The
     // tile then goes there and nowhere else: in a grid that took its place meanwhile, a tile made
     // after the old one would be wrong.
-    class Asked {
+    class Asked : public QelThreadScope<Asked> {
       public:
-        Asked(Qel2DImage const & image, Grid & grid)
-            : image_(&image), grid_(&grid), outer_(current) {
-            current = this;
-        }
-        ~Asked() { current = outer_; }
-        Asked(Asked const &) = delete;
-        Asked & operator=(Asked const &) = delete;
+        Asked(Qel2DImage const & image, Grid & grid) : QelThreadScope(&image), grid_(&grid) {}
 
         // The grid for which a tile of `image` is being made; null when there is none.
         static Grid * of(Qel2DImage const & image) {
-            return current != nullptr && current->image_ == &image ? current->grid_ : nullptr;
+            Asked const * const asked = innermost(&image);
+            return asked == nullptr ? nullptr : asked->grid_;
         }
 
       private:
-        static thread_local Asked const * current;
-        Qel2DImage const * image_;
         Grid * grid_;
-        Asked const * outer_;
     };
 
     // Of an image whose size is not known.

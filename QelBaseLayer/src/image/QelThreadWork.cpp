@@ -2,7 +2,6 @@
 
 #include <mutex>
 #include <string>
-#include <utility>
 
 #include "QelError.h"
 #include "QelTile.h"
@@ -84,32 +83,4 @@ QelThreadWork::Claim::~Claim() {
     if (!won_) return;
     tile_.worker_.store(nullptr, std::memory_order_release);
     tile_.worker_.notify_all();
-}
-
-QelThreadWork::Inside::Inside(Qel2DImage const & image) : image_(image) {
-    QelThreadWork & self = mine();
-    auto const entry = self.inside_.find(&image);
-    if (entry != self.inside_.end()) {
-        ++entry->second;
-    } else if (self.spares_.empty()) {
-        // Room first: an entry that was made without it would stay when there is none.
-        self.spares_.reserve(self.inside_.size() + 1);
-        self.inside_.emplace(&image, 1);
-    } else {
-        Depths::node_type node = std::move(self.spares_.back());
-        self.spares_.pop_back();
-        node.key() = &image;
-        node.mapped() = 1;
-        self.inside_.insert(std::move(node));
-    }
-}
-
-QelThreadWork::Inside::~Inside() {
-    QelThreadWork & self = mine();
-    auto const entry = self.inside_.find(&image_);
-    if (--entry->second == 0) self.spares_.push_back(self.inside_.extract(entry));
-}
-
-bool QelThreadWork::isInside(Qel2DImage const & image) {
-    return mine().inside_.contains(&image);
 }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <atomic>
-#include <unordered_map>
-#include <vector>
+
+#include "QelThreadScope.h"
 
 class Qel2DImage;
 class QelTile;
@@ -41,18 +41,12 @@ class QelThreadWork {
     };
 
     // Marks, for a scope, that the calling thread is inside a compute that `image` started.
-    class Inside {
+    class Inside : public QelThreadScope<Inside> {
       public:
-        explicit Inside(Qel2DImage const & image);
-        ~Inside();
-        Inside(Inside const &) = delete;
-        Inside & operator=(Inside const &) = delete;
-
-      private:
-        Qel2DImage const & image_;
+        explicit Inside(Qel2DImage const & image) : QelThreadScope(&image) {}
     };
 
-    static bool isInside(Qel2DImage const & image);
+    static bool isInside(Qel2DImage const & image) { return Inside::innermost(&image) != nullptr; }
 
   private:
     static QelThreadWork & mine();
@@ -61,8 +55,4 @@ class QelThreadWork {
     static bool isComplete(QelTile const & tile);
 
     QelTile const * waitingFor_ = nullptr;  // guarded by the lock of the waiting threads
-
-    using Depths = std::unordered_map<Qel2DImage const *, int>;
-    Depths inside_;
-    std::vector<Depths::node_type> spares_;  // so that entering an image allocates nothing
 };
