@@ -190,7 +190,11 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     Grid & grid() const { return *grid_.load(std::memory_order_acquire); }
     QelImageOp * currentOp() const { return currentOp_.load(std::memory_order_acquire); }
 
-    Grid * gridWith(std::int32_t x, std::int32_t y, char const * operation) const;
+    // `now`, or the grid in force; null, and a line on the output, if the position is outside.
+    Grid * gridWith(Grid & now, std::int32_t x, std::int32_t y, char const * operation) const;
+    Grid * gridWith(std::int32_t x, std::int32_t y, char const * operation) const {
+        return gridWith(grid(), x, y, operation);
+    }
     MoxSmartPtr<QelTile> createTile(Grid & now, std::int32_t x, std::int32_t y);
     Slot * slotOf(QelRenderedItem const * item, char const * operation, bool report) const;
 

@@ -266,9 +266,8 @@ void Qel2DImage::setCacheTiles(bool cache) {
 }
 
 // One look at the grid serves a whole operation: a request may run while the grid is replaced.
-Qel2DImage::Grid * Qel2DImage::gridWith(std::int32_t x, std::int32_t y,
+Qel2DImage::Grid * Qel2DImage::gridWith(Grid & now, std::int32_t x, std::int32_t y,
                                         char const * operation) const {
-    Grid & now = grid();
     if (now.contains(x, y)) return &now;
     QelTextStream line;
     line << "OUT OF RANGE -- " << operation << ' ' << x << ' ' << y << ' ' << now.across << ' '
@@ -341,17 +340,15 @@ void Qel2DImage::leaveFormerImage(QelTile & tile) {
 }
 
 MoxSmartPtr<QelTile> Qel2DImage::getTile(std::int32_t x, std::int32_t y) {
-    // A container that chooses an op may change the grid: the tile is then made anew.
-    for (;;) {
-        Grid * const now = gridWith(x, y, "getTile");
-        if (now == nullptr) return nullptr;
-        MoxSmartPtr<QelTile> tile = createTile(*now, x, y);
+    return Grid::answer(*this, [&](Grid & now) -> std::optional<MoxSmartPtr<QelTile>> {
+        if (gridWith(now, x, y, "getTile") == nullptr) return nullptr;
+        MoxSmartPtr<QelTile> tile = createTile(now, x, y);
         if (!tile || isReady(*tile)) return tile;
         QelImageOp * const op = chooseOp();
-        if (now != &grid()) continue;
+        if (now.isOutdated(*this)) return std::nullopt;
         computeTile(*tile, op);
         return tile;
-    }
+    });
 }
 
 // The tile of a wrapped buffer is as good as the buffer, which may get its memory at any time. With

@@ -86,7 +86,7 @@ void Qel2DImage::TileIterator::next() {
 
 void Qel2DImage::computeInto(QelRectBuffer & buffer, QelTile * tile, Grid const & planned) {
     QelImageOp * const op = chooseOp();
-    if (&planned != &grid()) return;
+    if (planned.isOutdated(*this)) return;
     {
         QelThreadWork::Inside const inside(*this);
         if (op != nullptr) {
@@ -109,13 +109,13 @@ void Qel2DImage::copyInto(QelRectBuffer & buffer, QelTile const & tile, QelRect 
 // One call of fillRWBuffer().
 class Qel2DImage::Filler {
   public:
-    Filler(Qel2DImage & image, QelRectBuffer & dest, bool allowCopy)
-        : image_(image), grid_(image.grid()), dest_(dest), me_(&dest), allowCopy_(allowCopy) {}
+    Filler(Qel2DImage & image, Grid & grid, QelRectBuffer & dest, bool allowCopy)
+        : image_(image), grid_(grid), dest_(dest), me_(&dest), allowCopy_(allowCopy) {}
 
     bool fill();
 
-    // Has the container put another grid in place meanwhile? Then all is to be done again.
-    bool isOutdated() const { return &grid_ != &image_.grid(); }
+    // Then all is to be done again.
+    bool isOutdated() const { return grid_.isOutdated(image_); }
 
   private:
     bool allTilesReady();
@@ -293,34 +293,35 @@ std::string Qel2DImage::Filler::whereInLoop() const {
 bool Qel2DImage::fillRWBuffer(QelRectBuffer * dest, bool allowCopy) {
     MoxSmartPtr<Qel2DImage> const self = keepIfOwned(this);
     ZanBorrow<QelRectBuffer> const me(dest);
-    for (;;) {
-        Filler filler(*this, *dest, allowCopy);
+    return Grid::answer(*this, [&](Grid & now) -> std::optional<bool> {
+        Filler filler(*this, now, *dest, allowCopy);
         bool const filled = filler.fill();
-        if (!filler.isOutdated()) return filled;
-    }
+        if (filler.isOutdated()) return std::nullopt;
+        return filled;
+    });
 }
 
 MoxSmartPtr<QelRectBuffer> Qel2DImage::getData(QelRect const & rect, bool allowCopy) {
     MoxSmartPtr<Qel2DImage> const self = keepIfOwned(this);
-    for (;;) {
-        Grid const & now = grid();
+    return Grid::answer(*this, [&](Grid & now) -> std::optional<MoxSmartPtr<QelRectBuffer>> {
         TileIterator const at(this, rect);
-        if (&now != &grid()) continue;  // by a container that chose an op
+        if (now.isOutdated(*this)) return std::nullopt;
         if (at.done()) return nullptr;
-        if (!now.isOneTile && !now.org->isOneTile(at.rect())) break;
+        bool const inOneTile = now.isOneTile || now.org->isOneTile(at.rect());
         // What is going to be copied does not need the tile.
-        if (allowCopy && !now.covered.containsRect(rect)) break;
-        MoxSmartPtr<QelTile> const tile = framed(
-            *this, [&at] { return at.getTile(); },
-            [&rect] {
-                return "getData() in \"if (dataOrg()->isOneTile(...))\" [rect=" + text(rect) + "]";
-            });
-        if (&now != &grid()) continue;
-        if (!tile) return nullptr;
-        if (!allowCopy || tile->rect().containsRect(rect)) return tile->subBuffer(rect);
-        break;
-    }
-    return allowCopy ? copyOut(rect) : nullptr;
+        if (inOneTile && (!allowCopy || now.covered.containsRect(rect))) {
+            MoxSmartPtr<QelTile> const tile = framed(
+                *this, [&at] { return at.getTile(); },
+                [&rect] {
+                    return "getData() in \"if (dataOrg()->isOneTile(...))\" [rect=" + text(rect) +
+                           "]";
+                });
+            if (now.isOutdated(*this)) return std::nullopt;
+            if (!tile) return nullptr;
+            if (!allowCopy || tile->rect().containsRect(rect)) return tile->subBuffer(rect);
+        }
+        return allowCopy ? copyOut(rect) : nullptr;
+    });
 }
 
 // A new buffer of the requested size, zero where the image has no pixels; null when there is
@@ -363,8 +364,7 @@ void Qel2DImage::shareBuffer(QelRectBuffer * buffer, QelRect const & rect, bool 
 
 bool Qel2DImage::shareTile(QelRectBuffer & buffer, QelRect const & rect) {
     if (buffer.isAllocated() || !buffer.dataOrg()) return false;
-    for (;;) {
-        Grid & now = grid();
+    return Grid::answer(*this, [&](Grid & now) -> std::optional<bool> {
         std::int32_t x = 0;
         std::int32_t y = 0;
         if (!now.org->isOneTile(rect, x, y) || !now.contains(x, y)) return false;
@@ -372,7 +372,7 @@ bool Qel2DImage::shareTile(QelRectBuffer & buffer, QelRect const & rect) {
         MoxSmartPtr<QelTile> tile = createTile(x, y);
         bool const fits = tile && tile->offsetOf(rect.x, rect.y) == buffer.dataOffset();
         if (fits) tile = getTile(x, y);
-        if (&now != &grid()) continue;  // by a container that chose an op
+        if (now.isOutdated(*this)) return std::nullopt;
         return fits && tile && memoryReaches(*tile, buffer) && buffer.shareData(*tile, false);
-    }
+    });
 }

@@ -3,7 +3,9 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <thread>
+#include <utility>
 
 #include "Qel2DImage.h"
 #include "QelThreadScope.h"
@@ -201,6 +203,18 @@ class Qel2DImage::Grid {
     // tile size of its organisation says nothing: the buffer may be a view, or larger.
     static std::unique_ptr<Grid> ofOneTile(MoxSmartPtr<QelDataOrg> org, QelRect const & rect,
                                            QelRect const & covered);
+
+    // Has `image` another grid by now? A container that chooses an op may put one in place during a
+    // request, and so may another thread.
+    bool isOutdated(Qel2DImage const & image) const { return this != &image.grid(); }
+
+    // Answers a request by attempt(grid), with the grid of `image`. An attempt that finds its grid
+    // outdated returns std::nullopt, and all is done again with the new one.
+    template <class Attempt>
+    static auto answer(Qel2DImage const & image, Attempt const & attempt) {
+        for (;;)
+            if (auto done = attempt(image.grid())) return *std::move(done);
+    }
 
     bool contains(std::int32_t x, std::int32_t y) const {
         return x >= 0 && y >= 0 && x < across && y < down;
