@@ -80,6 +80,32 @@ TEST_F(Qel2DImageContainerTest, AnOpThatChangesTheGridGetsItsTilesMadeAnew) {
     EXPECT_EQ("", output_.text());
 }
 
+// The container of another image, which is asked in between, is the one that inserts the tile.
+TEST_F(Qel2DImageContainerTest, ATileGoesIntoTheGridThatItWasMadeFor) {
+    container_.onDetermineOp = [this](Qel2DImage * image) { image->setOp(new GradientOp(report)); };
+    MoxSmartPtr<Qel2DImage> const image = imageWithoutOp(
+        {.width = 300, .height = 200, .tileWidth = 50, .tileHeight = 50}, &container_);
+    MockContainer between;
+    MoxSmartPtr<Qel2DImage> const other = imageWithoutOp(report, &between);
+    auto const makePlain = container_.onCreateTile;
+    container_.onCreateTile = [&](Qel2DImage *, std::int32_t x, std::int32_t y) {
+        if (x == 0) return makePlain(image, x, y);
+        MoxSmartPtr<QelTile> const tile = new QelTile(image->dataOrg(), QelTileId(x, y));
+        image->getTile(0, 0);  // for which the container chooses an op, and so another grid
+        between.onCreateTile = [&image, tile](auto...) {
+            image->insertTile(tile);
+            return MoxSmartPtr<QelTile>();
+        };
+        other->createTile(0, 0);
+        return tile;
+    };
+    MoxSmartPtr<QelTile> const made = image->createTile(1, 0);
+    EXPECT_EQ(3, image->tilesAcross());
+    EXPECT_EQ(QelRect(50, 0, 50, 50), made->rect());
+    EXPECT_EQ(nullptr, image->findTile(1, 0).get());
+    EXPECT_EQ(nullptr, made->container());
+}
+
 TEST_F(Qel2DImageContainerTest, AnOpThatChangesTheGridDuringAFillComputesOnce) {
     for (QelRect const & rect : {QelRect(10, 10, 20, 20), QelRect(10, 10, 60, 20)}) {
         MoxSmartPtr<CountingOp> const op = countingOp(report);
