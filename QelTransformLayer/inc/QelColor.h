@@ -20,9 +20,9 @@ class QEL_API QelColor {
     explicit QelColor(int count = 3);
     template <std::floating_point Number>
     explicit QelColor(Number) = delete;
-    // Without a space: `count` values from `codes` on. Raises 13 for a negative count, nullPointer
-    // (4) "QelColor cannot be constructed from a null pointer to code values" for null where the
-    // count is not 0.
+    // Without a space: `count` values from `codes` on. Raises invalidValue (13) for a negative
+    // count, nullPointer (4) "QelColor cannot be constructed from a null pointer to code values"
+    // for null where the count is not 0.
     QelColor(double const * codes, int count);
     template <std::floating_point Number>
     QelColor(double const * codes, Number count) = delete;

@@ -115,11 +115,11 @@ inline void setContent(std::string const & file, Bytes const & bytes) {
 // What every op refuses whose pixels have three bands of UChar: elements of other types, other
 // numbers of bands.
 inline void expectRefusesOtherElements(QelImageOp & op) {
-    expectRaises(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op", [&] {
+    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op", [&] {
         QelRectBuffer buffer(4, 4, 3, PIXEL_INTERLEAVED, QelDataType::Char);
         op.compute(&buffer, 0);
     });
-    expectRaises(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op",
+    expectRaises(QelErrorCode::wrongPixelFormat, "Output buffer has wrong number of bands for Op",
                  [&] {
                      QelRectBuffer buffer(4, 4, 2, PIXEL_INTERLEAVED, QelDataType::UChar);
                      op.compute(&buffer, 0);

@@ -69,7 +69,7 @@ TEST(QelXyCoordSpaceAllocationTest, ConversionsCostNothing) {
 }
 
 // Nor do they where it is the only resolution that is meant, for want of a selection.
-TEST(QelXyCoordSpaceAllocation, ConversionsWithoutASelectionCostNothing) {
+TEST(QelXyCoordSpaceAllocationTest, ConversionsWithoutASelectionCostNothing) {
     QelXyCoordSpace space(inches(10), inches(20));
     space.addResolution(1000, 2000);
     ASSERT_FALSE(space.hasSelectedResolution());
@@ -80,7 +80,7 @@ TEST(QelXyCoordSpaceAllocation, ConversionsWithoutASelectionCostNothing) {
     EXPECT_EQ(0, counter.allocations());
 }
 
-TEST(QelXyCoordSpaceAllocation, SelectingCopiesNoDimension) {
+TEST(QelXyCoordSpaceAllocationTest, SelectingCopiesNoDimension) {
     QelXyCoordSpace const space = physical();
     QelXyCoordSpace copy(space);
     AllocationCounter const counter;

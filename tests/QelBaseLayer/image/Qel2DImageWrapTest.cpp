@@ -218,7 +218,7 @@ TEST(Qel2DImageWrapTest, AWrappedImageDoesNotTakeWhatAFailedOpLeftForPixels) {
     image->setOp(op);
     expectRaises(QelErrorCode::outOfRange, "half-way", [&image] { image->getTile(0, 0); });
     image->setOp(nullptr);
-    expectRaises(QelErrorCode::nothingToComputeWith,
+    expectRaises(QelErrorCode::noPixelSource,
                  "An Qel2DImage has no tile or rectbuffer with allocated data, nor does it have an "
                  "QelImageOp or containing connection point with which to generate a tile "
                  "(getTile)",

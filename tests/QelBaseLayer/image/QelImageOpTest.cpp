@@ -208,7 +208,7 @@ TEST(QelImageOpTest, AnOrganisationWithoutBandsCountsAsTypeError) {
 
 // An op whose genOutputInfo returns false with status code 0 gives isOutputOK false with status
 // invalidInput (123).
-TEST(QelImageOp, IsOutputOkOfABadReportWithoutACodeIs123) {
+TEST(QelImageOpTest, IsOutputOkOfABadReportWithoutACodeIs123) {
     BadOp silent;
     expectNotOk(silent, nullptr, QelErrorCode::invalidInput,
                 "Input is invalid for an unknown reason");

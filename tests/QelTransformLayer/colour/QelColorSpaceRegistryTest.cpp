@@ -104,7 +104,7 @@ std::vector<std::string> allClasses() {
     return names;
 }
 
-TEST(QelColorSpaceRegistry, ListsClientsBehindItsOwn) {
+TEST(QelColorSpaceRegistryTest, ListsClientsBehindItsOwn) {
     std::vector<std::string> const expected = allClasses();
     EXPECT_EQ(53U, expected.size());
     MoxConstSmartPtr<QelColorSpace> last;
@@ -229,7 +229,7 @@ std::string printed(Printable const & printable) {
 }
 
 // Never an address.
-TEST(QelColorSpaceText, IsThatOfTheSpaceForEveryKindOfPointer) {
+TEST(QelColorSpaceRegistryTextTest, IsThatOfTheSpaceForEveryKindOfPointer) {
     MoxSmartPtr<QelRGBColorSpace> const derived = new QelRGBColorSpace();
     MoxConstSmartPtr<QelRGBColorSpace> const derivedConst = derived.get();
     MoxConstSmartPtr<QelColorSpace> const base = derived.get();
@@ -260,7 +260,7 @@ class NamedColorSpace : public MoonColorSpace {
 };
 
 // Not everything that starts as "NULL" does is null.
-TEST(QelColorSpaceText, ReadsBackWhateverTheNameOfTheClass) {
+TEST(QelColorSpaceRegistryTextTest, ReadsBackWhateverTheNameOfTheClass) {
     for (char const * const name : {"N", "NU", "Nul", "NightColorSpace", "Night<int, 3>",
                                     "(anonymous namespace)::Night", "NUl", "N:LL"}) {
         SCOPED_TRACE(name);
@@ -272,7 +272,7 @@ TEST(QelColorSpaceText, ReadsBackWhateverTheNameOfTheClass) {
     }
 }
 
-TEST(QelColorSpaceText, RefusesToWriteWhatDoesNotRead) {
+TEST(QelColorSpaceRegistryTextTest, RefusesToWriteWhatDoesNotRead) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     struct Row {
@@ -302,7 +302,7 @@ TEST(QelColorSpaceText, RefusesToWriteWhatDoesNotRead) {
     EXPECT_EQ(longest + "[b=1, min=0, max=1]", written(new NamedColorSpace(longest)));
 }
 
-TEST(QelColorSpaceText, DependsOnNoLocaleAndNoFlags) {
+TEST(QelColorSpaceRegistryTextTest, DependsOnNoLocaleAndNoFlags) {
     GroupedLocale const grouped;
     std::ostringstream out;
     out << std::hex << std::showpos << std::fixed;

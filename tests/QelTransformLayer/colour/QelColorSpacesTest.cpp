@@ -118,7 +118,7 @@ void expectIs(Row const & row, QelColorSpace const & space) {
     }
 }
 
-TEST(QelColorSpaces, TheFamilyIsAsItsTableHasIt) {
+TEST(QelColorSpacesTest, TheFamilyIsAsItsTableHasIt) {
     std::vector<MoxConstSmartPtr<QelColorSpace>> const spaces = qelColorSpaces();
     ASSERT_EQ(53U, family().size());
     ASSERT_EQ(53U, spaces.size());

@@ -49,7 +49,7 @@ TEST(QelColorTest, WithoutASpaceHoldsThreeZerosOrAsAsked) {
 }
 
 // A null array is no colour, whichever constructor was meant.
-TEST(QelColor, CodesMustNotBeNull) {
+TEST(QelColorTest, CodesMustNotBeNull) {
     std::string const refusal = "QelColor cannot be constructed from a null pointer to code values";
     expectRaises(QelErrorCode::nullPointer, refusal, [] { QelColor(nullptr, 3); });
     double const * const none = nullptr;
@@ -68,7 +68,7 @@ static_assert(std::is_constructible_v<QelColor, double const *, int>);
 static_assert(!std::is_constructible_v<QelColor, double const *, double>);
 static_assert(std::is_constructible_v<QelColor, Space, double>);
 
-TEST(QelColor, OfASpaceStartsAtTheMinimum) {
+TEST(QelColorTest, OfASpaceStartsAtTheMinimum) {
     EXPECT_EQ((Codes{-1.0, -1.0, -1.0}), QelColor(rgb(-1.0, 1.0)).codeValues());
     EXPECT_EQ((Codes{2.0, 2.0, 2.0}), QelColor(rgb(), 2.0).codeValues());
     Space const cmyk = new QelCMYKColorSpace(4, 0.5, 9.0);
@@ -316,7 +316,7 @@ TEST(QelColorTest, ScalingThatGivesNoNumberIsRefused) {
 
 // Wherever a quotient of the ends is rounded up, the end itself would land a digit beyond the new
 // one.
-TEST(QelColor, RoundingAloneLeavesNoRange) {
+TEST(QelColorTest, RoundingAloneLeavesNoRange) {
     int rounded = 0;
     for (int from = 1; from <= 300; ++from) {
         for (int to = 1; to <= 300; ++to) {
@@ -340,7 +340,7 @@ TEST(QelColor, RoundingAloneLeavesNoRange) {
     EXPECT_LE(large.code(0), 1e-19);
 }
 
-TEST(QelColor, WhatLeavesTheRangeByMoreThanRoundingIsRefused) {
+TEST(QelColorTest, WhatLeavesTheRangeByMoreThanRoundingIsRefused) {
     QelColor color(rgb(-1.0, 1.0), -1.0);
     double const justShort = std::nextafter(-0.5, 0.0);
     expectRaises(QelErrorCode::cannotRescale, "Scaled value is out of range",
@@ -467,7 +467,7 @@ TEST(QelColorTextTest, IsTheSpaceAndTheValues) {
 }
 
 // What could not be read again is not written, not even in part.
-TEST(QelColorText, RefusesToWriteWhatDoesNotRead) {
+TEST(QelColorTextTest, RefusesToWriteWhatDoesNotRead) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     struct Row {
         QelColor color;
@@ -490,13 +490,13 @@ TEST(QelColorText, RefusesToWriteWhatDoesNotRead) {
     }
 }
 
-TEST(QelColorText, IsPaddedAsAWhole) {
+TEST(QelColorTextTest, IsPaddedAsAWhole) {
     std::ostringstream out;
     out << std::left << std::setw(20) << QelColor(1) << '|';
     EXPECT_EQ("QelColor[<0>]       |", out.str());
 }
 
-TEST(QelColorText, ReadsBackWhateverTheLocale) {
+TEST(QelColorTextTest, ReadsBackWhateverTheLocale) {
     GroupedLocale const grouped;
     std::mt19937_64 random(42002);
     std::cout << "seed 42002\n";

@@ -62,7 +62,7 @@ static_assert(std::is_constructible_v<QelDimension, std::string, std::size_t>);
 static_assert(!std::is_constructible_v<QelDimension, char const *, double>);
 static_assert(!std::is_constructible_v<QelDimension, std::string, float>);
 
-TEST(QelDimension, CountsThatDoNotFitAreRefused) {
+TEST(QelDimensionTest, CountsThatDoNotFitAreRefused) {
     std::string const end = " is not from 0 to 4294967295";
     expectRaises(QelErrorCode::invalidValue, "pixel count -5" + end, [] { QelDimension("x", -5); });
     expectRaises(QelErrorCode::invalidValue, "pixel count 4294967296" + end,

@@ -17,7 +17,7 @@ void expectRefused(Number count, std::string const & shown) {
                  [&] { qelPixelCount(count); });
 }
 
-TEST(QelPixelCount, IsTheNumberItselfOfAnyType) {
+TEST(QelPixelCountTest, IsTheNumberItselfOfAnyType) {
     EXPECT_EQ(0U, qelPixelCount(0));
     EXPECT_EQ(255U, qelPixelCount(std::uint8_t{255}));
     EXPECT_EQ(2147483647U, qelPixelCount(2147483647));
@@ -26,7 +26,7 @@ TEST(QelPixelCount, IsTheNumberItselfOfAnyType) {
     EXPECT_EQ(4294967295U, qelPixelCount(std::uint64_t{4294967295}));
 }
 
-TEST(QelPixelCount, WhatDoesNotFitIsRefused) {
+TEST(QelPixelCountTest, WhatDoesNotFitIsRefused) {
     expectRefused(-1, "-1");
     expectRefused(std::int8_t{-128}, "-128");
     expectRefused(std::numeric_limits<long>::min(), "-9223372036854775808");

@@ -75,7 +75,7 @@ TEST(QelResolutionTest, ConstructorRefuses) {
     }
 }
 
-TEST(QelResolution, GetDpuRefuses) {
+TEST(QelResolutionTest, GetDpuRefuses) {
     expectRaises(QelErrorCode::unsuitableResolution,
                  "cannot convert resolution object with no dpu info",
                  [] { QelResolution::ofPixels(5).getDpu(QEL_UNIT_INCH); });

@@ -96,7 +96,7 @@ static_assert(!std::is_constructible_v<QelXyCoordSpace, double, int>);
 static_assert(!std::is_constructible_v<QelXyCoordSpace, unsigned, float>);
 static_assert(!std::is_constructible_v<QelXyCoordSpace, double>);
 
-TEST(QelXyCoordSpace, CountsAreRefusedThatDoNotFit) {
+TEST(QelXyCoordSpaceTest, CountsAreRefusedThatDoNotFit) {
     std::string const end = " is not from 0 to 4294967295";
     expectRaises(QelErrorCode::invalidValue, "pixel count -5" + end,
                  [] { QelXyCoordSpace(-5, 5); });
@@ -120,7 +120,7 @@ TEST(QelXyCoordSpace, CountsAreRefusedThatDoNotFit) {
                  [] { QelXyCoordSpace(0, -5 + 6); });
 }
 
-TEST(QelXyCoordSpace, OfValuesConvertsTheHeight) {
+TEST(QelXyCoordSpaceTest, OfValuesConvertsTheHeight) {
     expectSize(QelXyCoordSpace(inches(8.5), centimeters(27.94)), QEL_UNIT_INCH, 8.5, 11);
     expectSize(QelXyCoordSpace(inches(infinity), inches(1e300)), QEL_UNIT_INCH, infinity, 1e300);
     QelXyCoordSpace const rounded(pixels(639.5), QelValue(480.4, QEL_UNIT_ARBITRARY));

@@ -156,7 +156,7 @@ TEST(QelXyDimensionTest, SpecifyCompletes) {
     expectEntry(part().specify(samples(30)), 30, QEL_UNIT_NORMALIZED, 30);
 }
 
-TEST(QelXyDimension, SpecifyCountsIn32Bits) {
+TEST(QelXyDimensionTest, SpecifyCountsIn32Bits) {
     QelXyDimension const ten = tenInches();
     EXPECT_EQ(4294967295U, ten.specify(dpi(429496729.5)).pixels);
     EXPECT_EQ(4294967294U, ten.specify(dpi(429496729.4)).pixels);
@@ -164,7 +164,7 @@ TEST(QelXyDimension, SpecifyCountsIn32Bits) {
     EXPECT_EQ(4294967295U, QelXyDimension("x", 4294967295U).resolution(0).pixels);
 }
 
-TEST(QelXyDimension, SamplesBeyond32BitsAreRefused) {
+TEST(QelXyDimensionTest, SamplesBeyond32BitsAreRefused) {
     QelXyDimension ten = tenInches();
     std::string const end = " is not from 0 to 4294967295";
     EXPECT_REFUSED(13, "pixel count 4294967296" + end, ten, ten.specify(dpi(429496729.6)));

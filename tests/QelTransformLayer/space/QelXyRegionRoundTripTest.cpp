@@ -120,7 +120,7 @@ Part randomPart(RandomNumbers & random, std::uint32_t pixels) {
 
 }  // namespace
 
-TEST(QelXyRegionRoundTrip, RandomPixelsOfRandomSpaces) {
+TEST(QelXyRegionRoundTripTest, RandomPixelsOfRandomSpaces) {
     RandomNumbers random(31001);
     for (int i = 0; i < 1500 && !testing::Test::HasFatalFailure(); ++i) {
         Space const space = randomSpace(random, 20000.0);
@@ -133,7 +133,7 @@ TEST(QelXyRegionRoundTrip, RandomPixelsOfRandomSpaces) {
     }
 }
 
-TEST(QelXyRegionRoundTrip, EveryRectangleOfSmallSpaces) {
+TEST(QelXyRegionRoundTripTest, EveryRectangleOfSmallSpaces) {
     RandomNumbers random(31002);
     for (int i = 0; i < 60 && !testing::Test::HasFatalFailure(); ++i) {
         Space const space = randomSpace(random, 6.0);
@@ -150,7 +150,7 @@ TEST(QelXyRegionRoundTrip, EveryRectangleOfSmallSpaces) {
 
 // ---- By hand
 
-TEST(QelXyRegionRoundTrip, PixelsStartAtTheNearEdgeOfTheFirst) {
+TEST(QelXyRegionRoundTripTest, PixelsStartAtTheNearEdgeOfTheFirst) {
     Space const space = sampledSpace(8.0, 4.0, 800, 400);
     QelXySimpleRegion const region = regionIn(*space, {10, 20, 30, 40});
     expectRange(continuous(0.1, 0.3, inch), region.xRange(inch));
@@ -163,7 +163,7 @@ TEST(QelXyRegionRoundTrip, PixelsStartAtTheNearEdgeOfTheFirst) {
                 space->convertHorzRange(wholePixels(10, 30), inch, true));
 }
 
-TEST(QelXyRegionRoundTrip, PixelsToTheLastCoverTheExtent) {
+TEST(QelXyRegionRoundTripTest, PixelsToTheLastCoverTheExtent) {
     Space const space = physicalSpace(10.05, 10.05);
     space->addResolution({QelResolution(10.0, inch), QelResolution(10.0, inch)});
     space->selectResolution(space->getResolution(0));
@@ -174,7 +174,7 @@ TEST(QelXyRegionRoundTrip, PixelsToTheLastCoverTheExtent) {
 }
 
 // Half a dot behind the third pixel is a fourth one, which three pixels do not have.
-TEST(QelXyRegionRoundTrip, OnlyTheLastPixelReachesTheEnd) {
+TEST(QelXyRegionRoundTripTest, OnlyTheLastPixelReachesTheEnd) {
     Space const space = physicalSpace(3.5, 3.5);
     space->addResolution({QelResolution(1.0, inch), QelResolution(1.0, inch)});
     space->selectResolution(4, 4);
@@ -184,7 +184,7 @@ TEST(QelXyRegionRoundTrip, OnlyTheLastPixelReachesTheEnd) {
     EXPECT_EQ(QelRect(0, 1, 3, 3), throughEveryUnit(*space, {0, 1, 3, 3}));
 }
 
-TEST(QelXyRegionRoundTrip, PolygonAndMappingGoByTheNearEdge) {
+TEST(QelXyRegionRoundTripTest, PolygonAndMappingGoByTheNearEdge) {
     Space const space = sampledSpace(8.0, 4.0, 800, 400);
     QelXySimpleRegion region = regionIn(*space, {100, 100, 200, 300});
     using Points = std::vector<QelPolygon::Point>;

@@ -222,7 +222,7 @@ MoxSmartPtr<LooseRegion> looseRegion(double x, double width) {
     return region;
 }
 
-TEST(QelXyRegion, PixelBoundsAreCutToWholePixels) {
+TEST(QelXyRegionTest, PixelBoundsAreCutToWholePixels) {
     struct Case {
         double x;
         double width;
@@ -246,7 +246,7 @@ TEST(QelXyRegion, PixelBoundsAreCutToWholePixels) {
     }
 }
 
-TEST(QelXyRegion, PixelBoundsBeyond32BitsAreRefused) {
+TEST(QelXyRegionTest, PixelBoundsBeyond32BitsAreRefused) {
     constexpr double infinite = std::numeric_limits<double>::infinity();
     std::string const end = " is not from -2147483648 to 2147483647";
     struct Case {
@@ -284,7 +284,7 @@ static_assert(!std::is_constructible_v<QelXySimpleRegion, MoxSmartPtr<QelXyCoord
                                        int, int>);
 static_assert(!std::is_constructible_v<OtherRegion, QelXyCoordSpace *, int, double, int, int>);
 
-TEST(QelXyRegion, SetPixelBoundsMakesAClippedDiscreteBox) {
+TEST(QelXyRegionTest, SetPixelBoundsMakesAClippedDiscreteBox) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOf(sampledSpace(8.0, 4.0, 800, 400));
     region->setPixelBounds({-10, 390, 30, 30});
     expectBox(pixelBoxAt(0, 390, 20, 10), *region);
