@@ -1,5 +1,5 @@
-// A class of a client's own whose values are attributes: what sets them need not know the class,
-// what depends on them is told of each change, and they are kept as text.
+// A client's own class whose values are attributes: code that sets them need not know the class,
+// objects that depend on them are notified of each change, and they can be stored as text.
 
 #include <iostream>
 #include <sstream>
@@ -24,7 +24,7 @@ std::istream & operator>>(std::istream & in, Tip & tip) {
     return in;
 }
 
-// A brush. Its area is computed when asked for, and once for each radius.
+// A brush. Its area is computed on demand, once for each radius.
 class Brush : public QelAttributeBased {
   public:
     Brush() {
@@ -35,7 +35,7 @@ class Brush : public QelAttributeBased {
         addAttribute(new Colour("colour", QelColor(new QelRGBColorSpace(), 255.0, 128.0, 0.0)));
         addAttribute(new QelSimpleAttribute<Tip>("tip", Tip::flat));
     }
-    // A copy has attributes of its own, and its own radius tells the copy.
+    // A copy has its own attributes, and its own radius notifies the copy.
     Brush(Brush const &) = default;
 
     double area() {
@@ -81,7 +81,7 @@ int main() {
     Number::of(copy->getAttribute("radius"))->setValue(1.0);
     std::cout << "copy " << copy->area() << ", original " << brush->area() << '\n';
 
-    // While somebody relies on a value, it is locked.
+    // While a value is locked, it cannot change.
     radius->lock();
     try {
         Number::of(radius)->setValue(9.0);

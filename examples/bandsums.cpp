@@ -1,5 +1,5 @@
-// Adds up each band of a buffer. The iterator walks the buffer in the order that it is asked for,
-// here all pixels of a band before the next band, however the buffer is laid out.
+// Adds up each band of a buffer. The iterator walks the buffer in the requested order, here all
+// pixels of a band before the next band, whatever the layout of the buffer.
 
 #include <array>
 #include <cstdint>

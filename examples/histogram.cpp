@@ -1,5 +1,5 @@
 // Counts how often each value occurs in each band of a picture. The picture is made of tiles, which
-// are computed as the iterator enters them; the loop sees rows of pixels and no tile.
+// are computed as the iterator enters them; the loop sees rows of pixels and no tiles.
 
 #include <algorithm>
 #include <array>

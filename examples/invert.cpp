@@ -1,5 +1,5 @@
-// Inverts a picture in memory: a buffer of ours as an image, an operation on top of it, and the
-// result in another buffer of ours. Nothing is computed until the last step asks for it.
+// Inverts a picture in memory: wraps a buffer as an image, puts an operation on top of it, and
+// reads the result into another buffer. Nothing is computed until pixels are requested.
 
 #include <cstdint>
 #include <iostream>
@@ -22,7 +22,7 @@ int main() {
     MoxSmartPtr<QelTile> const tile = inverted->getTile(2, 1);
     MoxSmartPtr<QelRectBuffer> const region = inverted->getData(QelRect(100, 50, 300, 200), true);
 
-    // All of it, into memory of our own.
+    // The whole image, into memory of our own.
     QelRectBuffer target(width, height, 3, PIXEL_INTERLEAVED, QelDataType::UChar, result.data(),
                          false);
     inverted->fillRWBuffer(&target, true);

@@ -1,5 +1,5 @@
-// Turns a picture by a quarter, with an operation of our own. For each pixel of the result it reads
-// a pixel somewhere in its input, which a QelRandomConstIter reaches without looking for tiles.
+// Rotates a picture by 90 degrees with an operation of our own. For each pixel of the result it
+// reads a pixel anywhere in its input, through a QelRandomConstIter, which hides the tiles.
 
 #include <cmath>
 #include <cstdint>
@@ -17,7 +17,7 @@ class TurnOp : public QelImageOp {
         return imageOutputInfo(input_, info);
     }
 
-    // Called by several threads at once, maybe: each call has iterators of its own.
+    // May be called by several threads at once, so each call has its own iterators.
     void compute(QelRectBuffer * buffer, QelOpContext) override {
         QelRect const & rect = buffer->rect();
         QelRect const & all = input_->imageRect();
@@ -44,11 +44,11 @@ class TurnOp : public QelImageOp {
 
 int main() {
     MoxSmartPtr<Qel2DImage> const card = new Qel2DImage(new QelTestCardOp(300, 200));
-    card->setCacheTiles(true);  // the iterator comes back to tiles that it left
+    card->setCacheTiles(true);  // the iterator returns to tiles that it left
     MoxSmartPtr<Qel2DImage> const turned = new Qel2DImage(new TurnOp(card, std::numbers::pi / 2));
     turned->setCacheTiles(true);
 
-    // Pixel (x, y) comes from (y + 50, 249 - x), which lies beside the card at times.
+    // Pixel (x, y) comes from (y + 50, 249 - x), which may lie outside the card.
     QelRandomConstIter<std::uint8_t> is(turned), was(card);
     int wrong = 0;
     for (int y = 0; y < 200; ++y)
