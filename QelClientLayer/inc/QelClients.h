@@ -1,6 +1,6 @@
 #pragma once
 
-// Every public header of the client layer, and the library's.
+// Every public header of the client layer and of the library.
 
 #include "Qel.h"
 #include "QelBlurOp.h"

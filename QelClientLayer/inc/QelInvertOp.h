@@ -8,7 +8,7 @@
 //     4294967295 - v  ULong
 //     -1 - v          Char, Short and Long: the range mirrored onto itself
 //     1 - v           Float and Double, where 0 to 1 is black to white
-// Inverting twice gives an integer image back, bit for bit.
+// Inverting an integer image twice restores it bit for bit.
 class QEL_API QelInvertOp : public QelPointOp {
   public:
     explicit QelInvertOp(MoxSmartPtr<Qel2DImage> input);

@@ -4,10 +4,10 @@
 
 // Brightness and contrast: an element v becomes gain * v + offset.
 //
-// Integers are limited to the range of their type and rounded to the nearest, halves to the even
-// one. The arithmetic is single precision for elements of 8 and 16 bits and for Float, double
-// precision for Long, ULong and Double. Float and Double take what IEEE arithmetic gives, with
-// infinities and NaN, and are not limited.
+// Integers are limited to the range of their type and rounded to the nearest, halves to even. The
+// arithmetic is single precision for elements of 8 and 16 bits and for Float, double precision for
+// Long, ULong and Double. Float and Double follow IEEE arithmetic, including infinities and NaN,
+// and are not limited.
 class QEL_API QelLinearOp : public QelPointOp {
   public:
     // Raises invalidValue (13) for a gain or an offset that is not finite.

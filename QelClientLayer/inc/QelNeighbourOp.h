@@ -9,16 +9,16 @@
 #include "QelPixelRows.h"
 
 // Base of operations that make each element of a pixel from the same element of the pixels around
-// it in one input image, in the same way for all bands: of a square of 2 * reach + 1 pixels a side.
-// At the edges of the image the outermost pixels are repeated. The result has the size, the bands,
-// the element type and the tile grid of the input.
+// it, in a square of 2 * reach + 1 pixels a side, in one input image and in the same way for all
+// bands. At the edges of the image the outermost pixels are repeated. The result has the size, the
+// bands, the element type and the tile grid of the input.
 //
 // A tile of the result needs the rims of the eight tiles around it in the input. The operation
 // keeps the input tiles that it used last, about as many rows of them as the square touches, so
-// that each is computed once when the result is pulled in any regular order; they go with the
-// operation. A buffer to compute must not overlap the memory of the input.
+// that each is computed once when the result is pulled in any regular order. They are released with
+// the operation. A buffer to compute must not overlap the memory of the input.
 //
-// A client derives and implements changeElements(). Safe from any thread, as that is.
+// Clients derive from it and implement changeElements(). Thread-safe, as changeElements() must be.
 class QEL_API QelNeighbourOp : public QelImageOp {
   public:
     ~QelNeighbourOp() override;
@@ -26,12 +26,12 @@ class QEL_API QelNeighbourOp : public QelImageOp {
 
     MoxSmartPtr<Qel2DImage> input() const { return input_; }
 
-    // The input's report; a bad one with status unsupportedDataType (118) for an element type that
-    // supports() refuses.
+    // The input's report, or a bad one with status unsupportedDataType (118) for an element type
+    // that supports() refuses.
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
 
     // Raises wrongPixelFormat (119) for a buffer of another element type or number of bands,
-    // simpleDataOrgNeeded (150) for one whose organisation is no QelSimpleDataOrg, and whatever
+    // simpleDataOrgNeeded (150) for one whose organisation is not a QelSimpleDataOrg, and whatever
     // computing the input raises.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
 
@@ -42,10 +42,10 @@ class QEL_API QelNeighbourOp : public QelImageOp {
     // In pixels.
     std::int32_t reach() const { return reach_; }
 
-    // True here for the eight types of numbers.
+    // By default true for the eight numeric types.
     virtual bool supports(QelDataType type) const;
 
-    // Makes the target elements from the source elements and their neighbours, which is other
+    // Makes the target elements from the source elements and their neighbours, which are in other
     // memory. `type` is one of the QelDataType codes that supports() accepts.
     virtual void changeElements(int type, QelPixelNeighbours const & pixels) const = 0;
 

@@ -25,16 +25,16 @@ struct QelOpParameter {
     QEL_API char const * typeName() const;
 };
 
-// What the parameters of an operation are given, in their order: the numbers of a list, or one;
+// The values of an operation's parameters, in their order: the numbers of a list, or one number;
 // none for a parameter that is left out and has no default.
 using QelOpValues = std::vector<std::vector<double>>;
 
-// An operation as a user knows it: a name, a line of text, and how to make it over an input image
+// An operation as a user knows it: a name, a line of text, and how to make it on an input image
 // from the values of its parameters, in their order.
 struct QelOpDescription {
     using Factory = std::function<MoxSmartPtr<QelImageOp>(MoxSmartPtr<Qel2DImage> input,
                                                           QelOpValues const & values)>;
-    // Raises invalidValue (13) for values that do not go together.
+    // Raises invalidValue (13) for values that exclude each other.
     using Check = std::function<void(QelOpValues const & values)>;
 
     std::string name;
@@ -46,14 +46,14 @@ struct QelOpDescription {
 
 // The operations that can be asked for by name, in texts of the form
 //     OP[:NAME=VALUE[,NAME=VALUE]...]
-// as in "blur" and "linear:gain=1.5,offset=-20". Parameters that are not named take their
-// defaults. Numbers are decimal, with a point whatever the locale; those of a list are separated by
-// colons, as in "sharpen:kernel=0:-1:0:-1:5:-1:0:-1:0".
+// as in "blur" and "linear:gain=1.5,offset=-20". Parameters that are not named take their defaults.
+// Numbers are decimal, with a point in every locale; those of a list are separated by colons, as in
+// "sharpen:kernel=0:-1:0:-1:5:-1:0:-1:0".
 //
-// A value; one object is changed by one thread.
+// A value class. One object is changed by one thread at a time.
 class QEL_API QelOpCatalog {
   public:
-    // A text that was understood: which operation, with which values. Refers to the catalog.
+    // A parsed text: the operation and its values. Refers to the catalog.
     struct Call {
         QelOpDescription const * op = nullptr;
         QelOpValues values;
@@ -79,12 +79,12 @@ class QEL_API QelOpCatalog {
     // Sorted by name.
     std::vector<QelOpDescription> const & ops() const { return ops_; }
 
-    // Null for a name that is not known.
+    // Null for an unknown name.
     QelOpDescription const * find(std::string_view name) const;
 
-    // Raises invalidValue (13) for an unknown operation or parameter, listing those that there are;
-    // for a parameter that is given twice or without a value; for a value that is no number or out
-    // of range; and what the operation's check raises.
+    // Raises invalidValue (13) for an unknown operation or parameter, listing the known ones; for a
+    // parameter that is given twice or without a value; for a value that is not a number or out of
+    // range; and what the operation's check raises.
     Call parse(std::string_view text) const;
 
   private:

@@ -15,28 +15,28 @@
 class QelFileSource;
 class QelPictureDecoder;
 
-// What a picture file may ask for. Checked against the file's header, ahead of any allocation.
+// Limits on a picture file, checked against its header before any allocation.
 struct QelReadLimits {
     std::int64_t maxBytes = std::int64_t{4} << 30;  // of all decoded pixels
     std::int32_t maxWidth = 1000000;                // pixels
     std::int32_t maxHeight = 1000000;               // pixels
 };
 
-// Base of the operations that read a picture file. The header is read when the operation is made;
-// rows are decoded from the top, when a computation first needs them, into one buffer of the
-// picture's size, and are kept. The file stays open until its last row is decoded, so that it may
-// meanwhile be replaced by another one of its name.
+// Base of the operations that read a picture file. The header is read when the operation is made.
+// Rows are decoded from the top, when a computation first needs them, into one buffer of the
+// picture's size, and are kept. The file stays open until its last row is decoded, so it may
+// meanwhile be replaced by another file of the same name.
 //
 // The result is PIXEL_INTERLEAVED; the classes say which bands and element types there are.
 //
-// Errors are raised by the constructor or by compute(), and stay: a picture that was found to be
-// corrupt raises the same error for every row from there on. They are
+// Errors are raised by the constructor or by compute(), and are permanent: a picture that was found
+// to be corrupt raises the same error for every row from there on. They are
 // - invalidValue (13) "Cannot read ", the file's name, ": " and the reason: a file that cannot be
 //   read, that ends too early, or that is corrupt;
 // - limitExceeded (11) the same for a picture that exceeds the limits, with the numbers.
 //
-// Safe from any thread; one thread decodes at a time, and rows that are there are read by any
-// number of threads without a lock.
+// Thread-safe. One thread decodes at a time; any number of threads read decoded rows without a
+// lock.
 class QEL_API QelPictureReaderOp : public QelImageOp {
   public:
     ~QelPictureReaderOp() override;
@@ -56,14 +56,14 @@ class QEL_API QelPictureReaderOp : public QelImageOp {
     //     QelLumAColorSpace     2 bands
     //     QelRGBColorSpace      3 bands
     //     QelRGBAColorSpace     4 bands
-    //     QelCMYKColorSpace     the 4 bands of ink of a JPEG, whichever way round it stores them
+    //     QelCMYKColorSpace     the 4 bands of ink of a JPEG, inverted or not
     //     QelGenericColorSpace  any other number, and the bands of a JPEG that does not name them
     // The range is that of the element type: 0 to 255 for UChar, 0 to 65535 for UShort. Gamma and
-    // profiles play no part.
+    // profiles are ignored.
     MoxSmartPtr<QelColorSpace> colorSpace() const { return colorSpace_->clone(); }
 
-    // Does the file say how many dots per inch, centimeter or meter it has? Not by numbers that
-    // would leave the picture no size.
+    // Does the file say how many dots per inch, centimeter or meter it has? False if these numbers
+    // would leave the picture without a size.
     bool hasResolution() const { return resolution_.horz.dpu > 0.0; }
     // The dots per unit and the pixels of the picture, as the file has them (the density of a JFIF
     // header, a pHYs chunk), or 72 dots per inch if it does not say.
@@ -88,7 +88,7 @@ class QEL_API QelPictureReaderOp : public QelImageOp {
     int const bands_;
     QelDataType const type_;
     MoxSmartPtr<QelColorSpace> const colorSpace_;
-    // Dots of 0.0 where the file does not say.
+    // 0.0 dots where the file does not say.
     QelXyCoordSpace::Resolution const resolution_;
 
     // Rows below this number are never written again, so they are read without the lock.
@@ -99,7 +99,7 @@ class QEL_API QelPictureReaderOp : public QelImageOp {
     std::optional<ZanError> failure_ ZAN_GUARDED_BY(lock_);
 };
 
-// The reader for a file, told by its content and not by its name. Raises invalidValue (13), with
+// The reader for a file, chosen by its content and not by its name. Raises invalidValue (13), with
 // the file's name, for a file that cannot be read or is of no known format, and what the readers
 // raise.
 QEL_API MoxSmartPtr<QelPictureReaderOp> qelOpenPicture(std::string const & fileName,

@@ -16,13 +16,12 @@ struct QelPixelRows {
     std::uint8_t * to = nullptr;
     std::ptrdiff_t toStep = 0;
     std::ptrdiff_t toLine = 0;
-    std::int64_t count = 0;  // elements of a row
+    std::int64_t count = 0;  // elements per row
     std::int64_t rows = 0;
 };
 
-// The same for an operation that also reads the pixels around each pixel, at one side at most as
-// many as it reaches. Where there are fewer, the outermost pixels at this side stand in for those
-// that are missing.
+// The same for an operation that also reads the pixels around each pixel, on each side at most as
+// many as its reach. Where there are fewer, the outermost pixels on that side are repeated.
 struct QelPixelNeighbours {
     QelPixelRows rows;
     std::int64_t spread = 1;  // elements from a pixel to the next one in its row

@@ -4,8 +4,8 @@
 
 // Reads a PNG file: one band for grey, two with opacity; three for colour (red, green, blue), four
 // with opacity. Palettes become colours, a transparent colour becomes opacity. 16 bits give UShort,
-// all else UChar, with 1, 2 and 4 bits stretched to 0 to 255. Gamma and colour profiles play no
-// part.
+// all else UChar, with 1, 2 and 4 bits stretched to 0 to 255. Gamma and colour profiles are
+// ignored.
 //
 // An interlaced picture is decoded as a whole by the first computation.
 class QEL_API QelPngReaderOp : public QelPictureReaderOp {
@@ -20,6 +20,6 @@ class QEL_API QelPngReaderOp : public QelPictureReaderOp {
     friend MoxSmartPtr<QelPictureReaderOp> qelOpenPicture(std::string const & fileName,
                                                           QelReadLimits const & limits);
 
-    // Continues with a file that is open.
+    // Continues with a file that is already open.
     QelPngReaderOp(std::unique_ptr<QelFileSource> source, QelReadLimits const & limits);
 };

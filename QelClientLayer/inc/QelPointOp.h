@@ -9,12 +9,12 @@
 // in the same way for all bands. The result has the size, the bands, the element type and the tile
 // grid of the input.
 //
-// Pixels are touched once: input that lies complete in one tile is read where it is, straight into
-// the result; any other input is made in the result's own memory and changed there, so that a
+// Pixels are touched once. Input that is complete in one tile is read in place and written straight
+// to the result. Any other input is computed in the result's own memory and changed there, so a
 // chain of such operations works in one buffer. A buffer to compute must not overlap the memory of
-// the input, unless it is the very same pixels.
+// the input, unless it is exactly the same pixels.
 //
-// A client derives and implements changeElements(). Safe from any thread, as that is.
+// Clients derive from it and implement changeElements(). Thread-safe, as changeElements() must be.
 class QEL_API QelPointOp : public QelImageOp {
   public:
     ~QelPointOp() override;
@@ -22,21 +22,20 @@ class QEL_API QelPointOp : public QelImageOp {
 
     MoxSmartPtr<Qel2DImage> input() const { return input_; }
 
-    // The input's report; a bad one with status unsupportedDataType (118) for an element type that
-    // supports() refuses.
+    // The input's report, or a bad one with status unsupportedDataType (118) for an element type
+    // that supports() refuses.
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
 
     // Raises wrongPixelFormat (119) for a buffer of another element type or number of bands,
-    // simpleDataOrgNeeded (150) for one whose organisation is no QelSimpleDataOrg,
-    // noPixelSource (602) when the input has nothing to compute with, and whatever computing the
-    // input raises.
+    // simpleDataOrgNeeded (150) for one whose organisation is not a QelSimpleDataOrg, noPixelSource
+    // (602) when the input has nothing to compute with, and whatever computing the input raises.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
 
   protected:
     // A null input makes the report a bad one.
     explicit QelPointOp(MoxSmartPtr<Qel2DImage> input);
 
-    // True here for the eight types of numbers.
+    // By default true for the eight numeric types.
     virtual bool supports(QelDataType type) const;
 
     // Makes the target elements from the source elements, which may be the same memory. `type` is

@@ -2,12 +2,12 @@
 
 #include "QelConvolveOp.h"
 
-// A sharpening. Without a kernel it is a slight one, with weights
+// A sharpening. Without a radius or a kernel it is slight, with weights
 //      0 -1  0
 //     -1  8 -1    divided by 4.
 //      0 -1  0
-// Integers of this one are rounded to the nearest, halves upwards, and limited to the range of
-// their type; everything else is as QelConvolveOp says.
+// The slight sharpening rounds integers to the nearest, halves upwards, and limits them to the
+// range of their type; everything else is as in QelConvolveOp.
 class QEL_API QelSharpenOp : public QelConvolveOp {
   public:
     explicit QelSharpenOp(MoxSmartPtr<Qel2DImage> input);

@@ -7,13 +7,13 @@
 
 class QelTestCard;
 
-// A picture that is drawn and not read: rings that grow ever finer (a zone plate), grey and in
-// colours, text and lines with sharp edges, patches of colour, a wedge of grey steps and a ramp.
-// What an operation does to edges, fine detail, greys and colours shows in it.
+// A picture that is drawn, not read: rings that get ever finer (a zone plate), grey and in colours,
+// text and lines with sharp edges, patches of colour, a wedge of grey steps and a ramp. It shows
+// what an operation does to edges, fine detail, greys and colours.
 //
-// Three bands of UChar, in any size. Each pixel depends on its position and the size alone, and on
-// integer arithmetic, so that the picture is the same for every tile size and on every machine.
-// Safe from any thread.
+// Three bands of UChar, in any size. Each pixel depends only on its position and the size, by
+// integer arithmetic, so the picture is the same for every tile size and on every machine.
+// Thread-safe.
 class QEL_API QelTestCardOp : public QelImageOp {
   public:
     static constexpr std::int32_t maxSide = 1000000;
@@ -25,7 +25,7 @@ class QEL_API QelTestCardOp : public QelImageOp {
 
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
     // Raises wrongPixelFormat (119) for a buffer of another element type or number of bands,
-    // simpleDataOrgNeeded (150) for one whose organisation is no QelSimpleDataOrg.
+    // simpleDataOrgNeeded (150) for one whose organisation is not a QelSimpleDataOrg.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
 
   private:

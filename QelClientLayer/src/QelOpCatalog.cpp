@@ -125,7 +125,7 @@ QelOpDescription linear() {
     constexpr double most = 1e6;
     return {"linear",
             "gain * value + offset, limited to the range of the type",
-            {{"gain", "factor of contrast", 1, -most, most, false},
+            {{"gain", "contrast factor", 1, -most, most, false},
              {"offset", "added after the gain, in pixel values", 0, -most, most, false}},
             [](MoxSmartPtr<Qel2DImage> input, QelOpValues const & values) {
                 return MoxSmartPtr<QelImageOp>(
@@ -165,7 +165,7 @@ QelOpDescription convolving(char const * name, char const * summary, char const 
     return {name,
             summary,
             {{"radius", radius, std::nullopt, 1, QelConvolutionKernel::maxReach, true},
-             {"kernel", "weights of a square of pixels around each, row by row, such as 9 or 25",
+             {"kernel", "weights of a square around each pixel, row by row, such as 9 or 25",
               std::nullopt, -most, most, false, true}},
             makeConvolving<Op>,
             [name](QelOpValues const & values) { checkKernel(name, values); }};
@@ -174,12 +174,12 @@ QelOpDescription convolving(char const * name, char const * summary, char const 
 QelOpCatalog makeStandard() {
     QelOpCatalog catalog;
     catalog.add(convolving<QelBlurOp>("blur", "weighted mean of 3 by 3 pixels: 1 2 1, 2 4 2, 1 2 1",
-                                      "of a wider blur, in pixels"));
+                                      "radius of the blur, in pixels"));
     catalog.add(plain<QelInvertOp>("invert", "the negative"));
     catalog.add(linear());
     catalog.add(convolving<QelSharpenOp>(
         "sharpen", "stronger edges, from 3 by 3 pixels: 0 -1 0, -1 8 -1, 0 -1 0",
-        "of the blur that is taken away from twice the pixel"));
+        "radius in pixels of the blur that is subtracted from twice the pixel"));
     return catalog;
 }
 

@@ -6,18 +6,17 @@
 
 // Intrusive smart pointers over ZanRefCount and VZanRefCount.
 //
-// MoxSmartPtr<T> owns one reference on a T, MoxConstSmartPtr<T> one on a T const. Both are
-// implicit from a raw pointer (also to a derived class) and implicit back to one, so that code
-// reads alike with either. The counts are safe from any thread; a smart pointer object itself
-// belongs to one thread.
+// MoxSmartPtr<T> owns one reference to a T, MoxConstSmartPtr<T> one to a T const. Both convert
+// implicitly from a raw pointer (also to a derived class) and back to one, so code reads the same
+// with either. The counts are thread-safe; a smart pointer object itself belongs to one thread.
 //
-// An exception that the pointee's destructor lets out leaves release() and the assignments, with
-// the smart pointer in its new state; it ends the program when it is the smart pointer's own
-// destructor that deletes.
+// An exception from the pointee's destructor passes through release() and the assignments, with the
+// smart pointer in its new state. When the smart pointer's own destructor deletes the object, such
+// an exception ends the program.
 //
 // The pointee may be incomplete where a smart pointer is only declared.
 
-// What both kinds of smart pointer are made of; not used by itself.
+// Common base of both smart pointers; not used by itself.
 template <class Pointee>
 class MoxPtrBase {
   public:
@@ -50,12 +49,12 @@ class MoxPtrBase {
 
     void swap(MoxPtrBase & other) noexcept { std::swap(object_, other.object_); }
 
-    // Gives the reference up; stores null before the object is deleted, so that a destructor
-    // that looks back finds nothing.
+    // Drops the reference. Stores null before the object is deleted, so a destructor that looks
+    // back finds nothing.
     void release() { drop(std::exchange(object_, nullptr)); }
 
   protected:
-    // Takes the reference over from a pointer to a derived class or to a non-const object.
+    // Takes over the reference from a pointer to a derived class or to a non-const object.
     template <class Other>
     MoxPtrBase(MoxPtrBase<Other> && other) noexcept
         : object_(std::exchange(other.object_, nullptr)) {}
@@ -90,7 +89,7 @@ class MoxSmartPtr : public MoxPtrBase<T> {
     noexcept : MoxPtrBase<T>(static_cast<MoxPtrBase<U> &&>(other)) {}
 };
 
-// As MoxSmartPtr, for an object that is only looked at.
+// As MoxSmartPtr, for an object that is only read.
 
 template <class T>
 class MoxConstSmartPtr : public MoxPtrBase<T const> {

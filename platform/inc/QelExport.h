@@ -1,5 +1,5 @@
 #pragma once
 
-// The one export macro. Symbols are hidden by default; what clients may use carries QEL_API.
+// The one export macro. Symbols are hidden by default; public ones carry QEL_API.
 
 #define QEL_API __attribute__((visibility("default")))

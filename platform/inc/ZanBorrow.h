@@ -1,8 +1,8 @@
 #pragma once
 
-// A reference that an operation takes on an object for its own duration. An object that had no
-// owner to begin with (one that lives on a stack, say) is not deleted when the reference goes; an
-// owned object whose last owner left meanwhile is.
+// A reference that an operation holds on an object while it runs. An object that had no owner to
+// begin with (such as one on a stack) is not deleted when the reference ends; an owned object whose
+// last owner has gone meanwhile is.
 template <class T>
 class ZanBorrow {
   public:

@@ -6,12 +6,12 @@
 
 #include "QelExport.h"
 
-// A failure: the component that reports it, an integer code, the source position of the report
-// and a text. The code is the contract, the text is for people. Code 0 stands for "good", so an
-// error also serves as the status of an operation that has not failed.
+// A failure: the component that reports it, an integer code, the source position of the report and
+// a text. The code is the contract, the text is for people. Code 0 stands for "good", so an error
+// can also be the status of an operation that has not failed.
 //
-// A value class. One object is used by one thread at a time; the system-error functions answer
-// for the calling thread.
+// A value class. One object is used by one thread at a time; the system-error functions refer to
+// the calling thread.
 class QEL_API ZanError : public std::exception {
   public:
     // Code 0, no component, the text "no error".
@@ -44,7 +44,7 @@ class QEL_API ZanError : public std::exception {
     // Component, code, file, line and text, without an end of line. The text "Bad index" of a QEL
     // error 7 comes out as "QEL error 7 at QelTile.cpp:41: Bad index"; line breaks within the text
     // stay. The position is left out while useLines is false and when there is no file. The
-    // stream's number and width formatting plays no part.
+    // stream's number and width formatting is ignored.
     void print(std::ostream & out) const;
 
     // The operating system's last error code of the calling thread (errno), and its text.

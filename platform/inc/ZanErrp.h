@@ -5,8 +5,8 @@
 
 #include "ZanError.h"
 
-// Owns the error that a thread's body left behind, or nothing. Converts to a plain pointer for
-// the test "did it fail?"; the error goes with the holder.
+// Owns the error that a thread's body left behind, or nothing. Converts to a plain pointer for the
+// test "did it fail?"; the error is destroyed with this object.
 class QEL_API ZanErrp {
   public:
     ZanErrp() = default;

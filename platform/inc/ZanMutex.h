@@ -7,10 +7,10 @@
 #include "QelExport.h"
 #include "ZanThreadAnnotations.h"
 
-// A lock that its holder may take again: the thread that holds it unlocks it as often as it
-// locked it. Constant-initialised, so that a static mutex is ready before any constructor runs.
-// Works with std::lock_guard; ZanLock is the annotated form. The analysis that the annotations are
-// for sees one function at a time, and knows no lock that a function takes twice.
+// A recursive lock: the thread that holds it unlocks it as often as it locked it.
+// Constant-initialised, so a static mutex is ready before any constructor runs. Works with
+// std::lock_guard; ZanLock is the annotated form. The analysis behind the annotations sees one
+// function at a time, and does not understand a function that takes a lock twice.
 class QEL_API ZAN_CAPABILITY("mutex") ZanMutex {
   public:
     constexpr ZanMutex() = default;

@@ -7,10 +7,10 @@
 
 // The number of owners of one object, shared by both bases of counted classes.
 //
-// Counts start at 0. Safe from any thread. Besides the number the word remembers that the count
-// once fell back to 0, which is the moment in which the last owner goes on to delete the object:
-// from then on tryAdd() refuses, so that a table which holds an uncounted pointer can hand out
-// an owner without ever reviving an object that is being destroyed.
+// Counts start at 0. Safe from any thread. Besides the number, the word records that the count once
+// fell back to 0, when the last owner goes on to delete the object. From then on tryAdd() refuses,
+// so a table that holds an uncounted pointer can hand out references without ever reviving an
+// object that is being destroyed.
 class QEL_API ZanCounter {
   public:
     ZanCounter() = default;
@@ -32,7 +32,7 @@ class QEL_API ZanCounter {
     // True when the count reached 0. Requires: count() > 0.
     bool remove() noexcept {
         // One exchange takes the number to 0 and sets the bit: with a subtraction and a later
-        // store, tryAdd() could slip in between and gain an object that is about to be deleted.
+        // store, tryAdd() could slip in between and take an object that is about to be deleted.
         std::uint32_t word = word_.load(std::memory_order_relaxed);
         while (!word_.compare_exchange_weak(word, withoutOne(word), std::memory_order_acq_rel,
                                             std::memory_order_relaxed)) {
@@ -40,8 +40,8 @@ class QEL_API ZanCounter {
         return withoutOne(word) == ended;
     }
 
-    // As remove(), but an object whose count reaches 0 stays as good as new: for references that
-    // were only borrowed from an object that has no owner.
+    // As remove(), but an object whose count reaches 0 is not marked: for references borrowed from
+    // an object that has no owner.
     void giveBack() noexcept { word_.fetch_sub(1, std::memory_order_acq_rel); }
 
     std::int32_t count() const noexcept {
@@ -62,8 +62,8 @@ class QEL_API ZanCounter {
 // Base of counted objects that are deleted through their own class. No virtual operations: a
 // class whose objects are deleted through a base pointer needs a virtual destructor of its own.
 //
-// An object starts with count 0; its first owner calls addRef(). Copying and assigning carry no
-// count. Safe from any thread. Clients use MoxSmartPtr and call none of this themselves.
+// An object starts with count 0; its first owner calls addRef(). Copying and assigning leave the
+// counts alone. Thread-safe. Clients use MoxSmartPtr and call none of this themselves.
 class QEL_API ZanRefCount {
   public:
     ZanRefCount() = default;

@@ -6,7 +6,7 @@
 
 #include "QelExport.h"
 
-// A counting semaphore without an upper bound. Safe from any thread.
+// A counting semaphore without an upper bound. Thread-safe.
 class QEL_API ZanSemaphore {
   public:
     // Waits for ever.
@@ -20,10 +20,10 @@ class QEL_API ZanSemaphore {
     // Raises the count by `count` and wakes as many waiters. Requires: count >= 1.
     void post(std::int64_t count = 1);
 
-    // Takes one; waits up to `milliseconds` for it and returns false on time-out.
+    // Takes one from the count. Waits up to `milliseconds` for it; false on time-out.
     bool wait(unsigned long milliseconds = infinite);
 
-    // Takes one if there is one, at once.
+    // Takes one from the count if it is above 0; never waits.
     bool tryWait();
 
     // The count at some moment during the call.

@@ -1,8 +1,8 @@
 #pragma once
 
 // Where in a source something is raised: the part of std::source_location that raising sites need.
-// A class of our own for all compilers, since some lack the standard one, and a client that one of
-// them builds has to link with a library that another one built.
+// The same class for all compilers: some lack the standard one, and a client must link with a
+// library that another compiler built.
 class ZanSourceLocation {
   public:
     static constexpr ZanSourceLocation current(char const * file = __builtin_FILE(),

@@ -7,8 +7,8 @@
 
 #include "QelExport.h"
 
-// Every service of the operating system that the library asks for, behind one interface, so that
-// a test can make any of them fail. The default asks the system.
+// All operating-system services that the library uses, behind one interface, so that a test can
+// make any of them fail. The default calls the system.
 //
 // A replacement is installed before other threads use the library and must outlive its use. Its
 // operations are called from any thread.
@@ -16,45 +16,45 @@ class QEL_API ZanSystem {
   public:
     virtual ~ZanSystem();
 
-    // The services in force.
+    // The current services.
     static ZanSystem & current() noexcept;
 
-    // Installs `services`, null for the default ones. Returns what was in force, null for the
+    // Installs `services`, null for the default ones. Returns the previous ones, null for the
     // default. Takes no ownership.
     static ZanSystem * replace(ZanSystem * services) noexcept;
 
-    // Pixel memory of the general heap: what ::operator new gives, so that ::operator delete
-    // frees it. Null when there is none. A size of 0 gives an address of its own.
+    // Pixel memory from the general heap, by ::operator new, so that ::operator delete frees it.
+    // Null when there is none. A size of 0 gives a unique address.
     virtual void * allocate(std::size_t bytes) noexcept;
     virtual void release(void * memory) noexcept;
 
-    // Memory by whole pages. The size of one in bytes, a power of two, the same for the life of
-    // the process.
+    // Memory in whole pages. The page size in bytes, a power of two, the same for the life of the
+    // process.
     virtual std::size_t pageSize() noexcept;
-    // Pages of their own, all zero, that can be read and written. Null when there are none, and
-    // for 0 bytes; errno then says why.
+    // New pages, all zero, readable and writable. Null when there are none, and for 0 bytes; errno
+    // then says why.
     virtual void * mapMemory(std::size_t bytes) noexcept;
-    // Keeps pages in memory, where nothing moves them to a disk, and lets them go again. The limit
-    // of locked memory is the user's and often small. 0, or -1 and errno.
+    // Lock pages in memory, so that they are not swapped out, and unlock them. The limit on locked
+    // memory is per user and often small. 0, or -1 and errno.
     virtual int lockMemory(void * memory, std::size_t bytes) noexcept;
     virtual int unlockMemory(void * memory, std::size_t bytes) noexcept;
-    // Gives pages of mapMemory() back. 0, or -1 and errno.
+    // Unmaps pages of mapMemory(). 0, or -1 and errno.
     virtual int unmapMemory(void * memory, std::size_t bytes) noexcept;
 
-    // Files. Each returns the POSIX call's result and leaves errno on failure; all but closeFile
-    // are repeated when a signal interrupts them. Opened files are not inherited by programs that
-    // the process starts. Reads and writes may transfer less than asked for.
+    // Files. Each returns the POSIX call's result and sets errno on failure; all but closeFile are
+    // retried when a signal interrupts them. Programs that the process starts do not inherit opened
+    // files. Reads and writes may transfer less than requested.
     virtual int openFile(std::string const & name, int flags, unsigned mode);
     virtual std::ptrdiff_t readFile(int file, void * to, std::size_t bytes);
     virtual std::ptrdiff_t writeFile(int file, void const * from, std::size_t bytes);
     virtual int syncFile(int file);
-    // Never repeated: the number is free, and may be another thread's file, whatever is returned.
+    // Never retried: whatever it returns, the descriptor is free and may be another thread's file.
     virtual int closeFile(int file);
     virtual int renameFile(std::string const & from, std::string const & to);
     virtual int removeFile(std::string const & name);
 
-    // Starts a detached thread that runs `body`. Requires: `body` lets no exception out.
-    // Returns 0 or an error number of errno.h; errno itself may change.
+    // Starts a detached thread that runs `body`. Requires: `body` throws no exception. Returns 0 or
+    // an error number of errno.h; errno itself may change.
     virtual int launchThread(std::function<void()> body);
 
     // Gives the thread with that number a priority from -2 (least) to 2 (most), where 0 is the

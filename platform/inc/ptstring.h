@@ -4,9 +4,9 @@
 #include <memory>
 #include <string>
 
-// A string whose copies share their characters until one of them is assigned. Used at the
-// metadata interface. Null converts to an empty string. One object is used by one thread at a
-// time; sharers may be used by different threads.
+// A string whose copies share their characters until one of them is assigned. Used at the metadata
+// interface. Null converts to an empty string. One object is used by one thread at a time; copies
+// that share characters may be used by different threads.
 template <class Char>
 class ptstring {
   public:

@@ -168,13 +168,13 @@ TEST_F(QelToolListingsTest, OpsAsJsonIsWhatTheCatalogHas) {
 TEST_F(QelToolListingsTest, OpsAsJsonHasParametersWithAndWithoutADefault) {
     Json const json = jsonOf({"ops", "--json"});
     EXPECT_EQ(Json::parse(R"({"name": "radius", "type": "integer", "range": {"min": 1, "max": 64},
-                              "default": null, "summary": "of a wider blur, in pixels"})"),
+                              "default": null, "summary": "radius of the blur, in pixels"})"),
               json[0]["parameters"][0]);
     EXPECT_EQ(Json::parse(R"({"name": "invert", "summary": "the negative", "parameters": []})"),
               json[1]);
     EXPECT_EQ(Json::parse(R"({"name": "gain", "type": "number",
                               "range": {"min": -1000000, "max": 1000000}, "default": 1,
-                              "summary": "factor of contrast"})"),
+                              "summary": "contrast factor"})"),
               json[2]["parameters"][0]);
 }
 

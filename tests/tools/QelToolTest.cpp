@@ -42,13 +42,14 @@ TEST_F(QelToolTest, OpsTellsParametersWithTypesDefaultsAndRanges) {
     EXPECT_EQ(0, outcome.code);
     for (char const * const line :
          {"blur\n", "invert\n", "linear\n", "sharpen\n",
-          "    gain: number from -1000000 to 1000000, default 1; factor of contrast\n",
+          "    gain: number from -1000000 to 1000000, default 1; contrast factor\n",
           "    offset: number from -1000000 to 1000000, default 0; added after the gain, in pixel "
           "values\n",
-          "    radius: integer from 1 to 64; of a wider blur, in pixels\n",
-          "    radius: integer from 1 to 64; of the blur that is taken away from twice the pixel\n",
-          "    kernel: list of numbers from -1000000 to 1000000; weights of a square of pixels "
-          "around each, row by row, such as 9 or 25\n"}) {
+          "    radius: integer from 1 to 64; radius of the blur, in pixels\n",
+          "    radius: integer from 1 to 64; radius in pixels of the blur that is subtracted from "
+          "twice the pixel\n",
+          "    kernel: list of numbers from -1000000 to 1000000; weights of a square around "
+          "each pixel, row by row, such as 9 or 25\n"}) {
         EXPECT_NE(std::string::npos, outcome.out.find(line)) << line;
     }
 }

@@ -22,13 +22,13 @@ TEST_F(QelToolUnitsTest, SpaceListsUnits) {
     Outcome const outcome = run({"space", "--list-units"});
     EXPECT_EQ(0, outcome.code) << outcome.err;
     for (char const * const line :
-         {"id  one                   several                in terms of           one of it is  "
+         {"id  singular              plural                 standard unit         multiplier   "
           "tolerance\n",
-          "\n0   arbitrary unit        arbitrary units        arbitrary unit                      "
+          "\n0   arbitrary unit        arbitrary units        arbitrary unit                     "
           "1e-06\n",
-          "\n13  arc second            arc seconds            radian                4.84814e-06   "
+          "\n13  arc second            arc seconds            radian                4.84814e-06  "
           "0.206265\n",
-          "\n43  inch                  inches                 meter                 0.0254        "
+          "\n43  inch                  inches                 meter                 0.0254       "
           "3.93701e-05\n"}) {
         EXPECT_NE(std::string::npos, outcome.out.find(line)) << line;
     }

@@ -14,7 +14,7 @@ namespace {
     throw UsageError(what + " is \"" + std::string(text) + "\", it must be " + form);
 }
 
-// Whole numbers with an "x" between each two; none when the text is anything else.
+// Whole numbers separated by "x"; none for any other text.
 std::vector<std::int32_t> parseNumbers(std::string_view text) {
     std::vector<std::int32_t> numbers;
     char const * at = text.data();
@@ -30,7 +30,7 @@ std::vector<std::int32_t> parseNumbers(std::string_view text) {
     }
 }
 
-// The digits that a text begins with, as a number; 0 when there are none or too many.
+// The number that a text begins with; 0 when it has no digits or too many.
 std::uint64_t leadingNumber(std::string const & text) {
     std::uint64_t number = 0;
     std::from_chars(text.data(), text.data() + text.size(), number);
@@ -51,7 +51,7 @@ PixelSize parseSize(std::string_view text, std::string const & what, std::int32_
 }
 
 std::uint64_t parseBytes(std::string const & text, std::string const & what) {
-    // By itself the unit's parser would take a minus sign and cut numbers that are too large.
+    // The unit's parser alone would accept a minus sign and truncate numbers that are too large.
     std::uint64_t const bytes = leadingNumber(text) != 0 ? bytesIn(text).value_or(0) : 0;
     if (bytes == 0) {
         refuse(text, what, "a number of bytes of at least 1, as in 64000000, 64MB or 64MiB");

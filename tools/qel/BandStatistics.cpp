@@ -9,10 +9,10 @@
 
 namespace {
 
-// Squares of 16 bits pass 64 bits when there are more than 2^32 of them.
+// The sum of more than 2^32 squares of 16 bits exceeds 64 bits.
 __extension__ typedef __int128 Sum;
 
-// Of integers up to 16 bits: the sums of the elements and of their squares.
+// For integers up to 16 bits: the sums of the elements and of their squares.
 template <class T>
 class ExactMoments {
   public:
@@ -35,8 +35,8 @@ class ExactMoments {
         max_ = max;
     }
 
-    // The mean is split into the integer next to it and a rest, and the squares are taken around
-    // that integer, still exactly: taken around 0 they would lose the digits of a small deviation.
+    // The mean is split into the nearest integer and a rest, and the squares are taken around that
+    // integer, still exactly. Around 0 they would lose the digits of a small deviation.
     BandStatistics result() const {
         auto const count = static_cast<double>(count_);
         Sum const near = std::llround(static_cast<double>(sum_) / count);
@@ -55,7 +55,7 @@ class ExactMoments {
     T max_ = std::numeric_limits<T>::lowest();
 };
 
-// Of all other elements: the mean so far and the sum of squares around it.
+// For all other elements: the mean so far and the sum of squares around it.
 template <class T>
 class RunningMoments {
   public:
@@ -105,7 +105,7 @@ template <class T>
 std::vector<BandStatistics> statisticsOf(Qel2DImage & image, QelRect const & region) {
     std::vector<Moments<T>> moments(static_cast<std::size_t>(image.dataOrg()->numBands()));
     for (Qel2DImage::TileIterator at(&image, region); !at.done(); at.next()) {
-        // Held, or the iterator would compute it once more.
+        // Held, or the iterator would compute it again.
         MoxSmartPtr<QelTile> const tile = at.getTile();
         addPart<T>(moments, image, region.intersect(tile->rect()));
     }

@@ -4,7 +4,7 @@
 
 #include "QelClients.h"
 
-// What the elements of one band are like. The deviation is that of these elements, not an estimate
+// Statistics of the elements of one band. The deviation is that of these elements, not an estimate
 // for others: the root of the mean square of their distances from the mean.
 struct BandStatistics {
     double minimum = 0.0;
@@ -13,13 +13,12 @@ struct BandStatistics {
     double standardDeviation = 0.0;
 };
 
-// Of each band of a part of an image, which is pulled one tile at a time and need not fit into
-// memory. Elements of up to 16 bits are added up exactly, so that no number of them costs a digit;
-// all others one by one, each moving the mean (Welford). In a band of reals that holds a NaN the
-// mean and the deviation are NaN; the extremes are those of the other elements.
+// For each band of a part of an image, which is pulled one tile at a time and need not fit into
+// memory. Elements of up to 16 bits are summed exactly, however many there are; all others by
+// Welford's running mean. In a band of reals that holds a NaN, the mean and the deviation are NaN;
+// the extremes are those of the other elements.
 //
-// Raises invalidValue (13) for a region that is empty or not all in the image,
-// unsupportedDataType (118) for an image whose bands are of several types,
-// simpleDataOrgNeeded (150) for one whose organisation is no QelSimpleDataOrg, and what computing
-// the image raises.
+// Raises invalidValue (13) for a region that is empty or not entirely in the image,
+// unsupportedDataType (118) for an image whose bands are of several types, simpleDataOrgNeeded
+// (150) for one whose organisation is not a QelSimpleDataOrg, and what computing the image raises.
 std::vector<BandStatistics> bandStatistics(Qel2DImage & image, QelRect const & region);

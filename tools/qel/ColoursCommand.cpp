@@ -9,7 +9,7 @@
 
 namespace {
 
-// As many as there are bands; nothing for one without a name. The table leaves those out.
+// One for each band, nothing for a band without a name. The table leaves those out.
 Cell bandNamesOf(QelColorSpace const & space) {
     Value::List names;
     std::string shown;
@@ -47,7 +47,7 @@ void listColours(bool asJson) {
 
 void addColoursCommand(CommandLine & tool) {
     Command command =
-        tool.add("colours", "List the colour spaces: tags with a range and names for their bands");
+        tool.add("colours", "List the colour spaces, with the range and the names of their bands");
     auto const asJson = std::make_shared<bool>(false);
     command.flag("--json", *asJson, "list them as JSON");
     command.runs([asJson] { listColours(*asJson); });

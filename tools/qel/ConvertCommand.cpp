@@ -33,8 +33,8 @@ struct Link {
 };
 using Chain = std::vector<Link>;
 
-// Lets all pixels come from a recycling manager while it lives, if the user wants that. Made ahead
-// of all images, so that it ends after them.
+// While it lives, all pixel memory comes from a recycling manager, if the user wants that. Made
+// before all images, so that it is destroyed after them.
 class RecycledMemory {
   public:
     explicit RecycledMemory(std::optional<std::uint64_t> const & limit) {
@@ -60,7 +60,7 @@ class RecycledMemory {
 
 std::atomic<bool> interrupted{false};
 
-// A user who gives up must not find a temporary file: the writer is asked to stop instead.
+// An interrupted run must leave no temporary file, so the writer is asked to stop.
 void stopWhenInterrupted() {
     auto const handler = [](int) { interrupted.store(true); };
     for (int const signal : {SIGHUP, SIGINT, SIGTERM})
@@ -118,7 +118,7 @@ void printStatistics(Chain const & chain) {
 }
 
 void convert(Arguments const & arguments) {
-    // All that can be refused without opening a file comes first.
+    // Everything that can be refused without opening a file comes first.
     std::vector<QelOpCatalog::Call> const calls = parseOps(arguments.ops);
     Region region;
     if (arguments.region) region = Region(*arguments.region, "--region");
@@ -152,23 +152,23 @@ void convert(Arguments const & arguments) {
 
 void addConvertCommand(CommandLine & tool) {
     Command command =
-        tool.add("convert", "Pull a picture, or a part of it, through operations into a file");
+        tool.add("convert", "Apply operations to a picture, or a part of it, and write the result to a file");
     auto const arguments = std::make_shared<Arguments>();
     command.required("IN", arguments->in,
                      "JPEG or PNG file, or the built-in picture: @testcard, @testcard:WxH");
     command.required("OUT", arguments->out, "file to write, ending in .png, .jpg or .jpeg");
     command.rest("OP", arguments->ops,
-                 "operations in their order, as OP[:NAME=VALUE[,NAME=VALUE]...]; \"qel ops\" "
+                 "operations in order, as OP[:NAME=VALUE[,NAME=VALUE]...]; \"qel ops\" "
                  "lists them");
     command.option("--region", arguments->region, "X,Y,W,H",
                    "compute only this part of the result, in pixels or as \"1 inches,0.5 "
                    "normalized units,...\"");
     command.option("--tile", arguments->tile, "WxH", "size of tiles in pixels, 16 to 8192");
-    command.flag("--stats", arguments->stats, "tell what each image computed and copied");
+    command.flag("--stats", arguments->stats, "report what each image computed and copied");
     command.option("--max-bytes", arguments->maxBytes, "N",
                    "refuse pictures that take more memory than this");
     command.option("--memory-limit", arguments->memoryLimit, "BYTES",
-                   "recycle the memory of pixels; above this, as in 64MB or 64MiB, what is no "
-                   "longer used goes back to the system");
+                   "recycle pixel memory; above this limit, as in 64MB or 64MiB, unused memory "
+                   "goes back to the system");
     command.runs([arguments] { convert(*arguments); });
 }

@@ -68,7 +68,7 @@ std::string nameOf(QelColorSpace const & space, int band) {
     return name.empty() ? "band " + std::to_string(band) : name;
 }
 
-// Ten digits tell a mean of 16 bits apart to the fifth digit behind the point.
+// Ten digits give a mean of 16-bit elements to five decimal places.
 Cell rounded(double number) {
     std::ostringstream out;
     out << std::setprecision(10) << number;
@@ -94,7 +94,7 @@ void info(Arguments const & arguments) {
     if (arguments.region) region = Region(*arguments.region, "--region");
     Picture const picture = openPicture(arguments.in, {});
     remarkOnResolution(picture, region);
-    // Ahead of all output, since the picture may turn out to be damaged, or the region to miss it.
+    // Before any output, since the picture may turn out to be damaged, or the region to miss it.
     QelRect const pixels = region.isAll() ? picture.image->imageRect() : region.pixelsOf(picture);
     std::optional<Listing> statistics;
     if (arguments.stats) statistics = statisticsOf(picture, pixels);
@@ -109,13 +109,13 @@ void info(Arguments const & arguments) {
 
 void addInfoCommand(CommandLine & tool) {
     Command command =
-        tool.add("info", "Tell what a picture holds; without --stats nothing is decoded");
+        tool.add("info", "Describe a picture; without --stats nothing is decoded");
     auto const arguments = std::make_shared<Arguments>();
     command.required("IN", arguments->in, "JPEG or PNG file, @testcard or @testcard:WxH");
     command.option("--region", arguments->region, "X,Y,W,H",
-                   "tell the pixels of this part, as in \"1 inches,0.5 normalized units,...\"");
+                   "report the pixels of this part, as in \"1 inches,0.5 normalized units,...\"");
     command.flag("--stats", arguments->stats,
-                 "decode the picture, or the region, and tell the minimum, maximum, mean and "
+                 "decode the picture, or the region, and report the minimum, maximum, mean and "
                  "standard deviation of each band");
     command.runs([arguments] { info(*arguments); });
 }

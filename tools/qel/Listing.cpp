@@ -14,7 +14,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// What has a fraction, or more digits than a double keeps, has none.
+// Nothing for a number with a fraction, or with more digits than a double holds.
 std::optional<std::int64_t> wholeNumber(double number) {
     constexpr double most = 9007199254740992.0;  // 2^53
     if (!(std::fabs(number) <= most) || number != std::trunc(number)) return std::nullopt;
@@ -23,7 +23,7 @@ std::optional<std::int64_t> wholeNumber(double number) {
 
 Json jsonOf(Value const & value);
 
-// How each kind of value is said.
+// How each kind of value is written.
 struct ToJson {
     Json operator()(std::monostate) const { return nullptr; }
     Json operator()(double number) const {
@@ -45,7 +45,7 @@ struct ToJson {
     }
 };
 
-// As deep as a command nests its values, which is a few levels.
+// Recurses as deep as a command nests its values, which is a few levels.
 Json jsonOf(Value const & value) {
     return std::visit(ToJson(), value.any());
 }
@@ -71,7 +71,7 @@ Value::Value(List list) : any_(std::move(list)) {}
 Value::Value(Record record) : any_(std::move(record)) {}
 
 Cell::Cell(Value shown) : value(std::move(shown)), text(textOf(value)) {}
-Cell::Cell(Value said, std::string shown) : value(std::move(said)), text(std::move(shown)) {}
+Cell::Cell(Value stored, std::string shown) : value(std::move(stored)), text(std::move(shown)) {}
 
 Listing::Listing(std::vector<Column> columns) : columns_(std::move(columns)) {}
 

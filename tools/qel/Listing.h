@@ -6,8 +6,7 @@
 #include <variant>
 #include <vector>
 
-// What JSON can say about one thing: nothing (null), a number, a text, a list, or a record of
-// fields in their order.
+// A value in JSON: nothing (null), a number, a text, a list, or a record of fields in their order.
 class Value {
   public:
     struct Field;
@@ -18,7 +17,7 @@ class Value {
     Value(int number);
     Value(double number);
     Value(std::string text);
-    // Null is nothing.
+    // A null pointer is nothing.
     Value(char const * text);
     Value(List list);
     Value(Record record);
@@ -36,12 +35,12 @@ struct Value::Field {
 };
 
 // A value in a row, and how the table shows it: nothing as a blank, a number with up to six digits,
-// a text as it is, unless the text to show is given. Lists and records have to give it.
+// a text as it is, unless the text to show is given. Lists and records need one.
 struct Cell {
     template <class T>
     Cell(T const & shown) : Cell(Value(shown)) {}
     Cell(Value shown);
-    Cell(Value said, std::string shown);
+    Cell(Value stored, std::string shown);
 
     Value value;
     std::string text;
@@ -61,10 +60,10 @@ class Listing {
     void add(std::vector<Cell> row);
 
     void print(std::ostream & out, bool asJson) const;
-    // The columns as wide as they have to be, with two spaces between them, below their headings.
+    // The columns are as wide as needed, two spaces apart, below their headings.
     void printTable(std::ostream & out) const;
-    // An array with one object for each row, indented by two. Numbers are whole where they can be,
-    // and read back as the same ones; those that are not finite are null, and what is no UTF-8 in a
+    // An array with one object for each row, indented by two. Numbers are written as integers where
+    // possible, and read back unchanged; those that are not finite are null. Invalid UTF-8 in a
     // text is replaced.
     void printJson(std::ostream & out) const;
 
@@ -75,7 +74,7 @@ class Listing {
     std::vector<std::vector<Cell>> rows_;
 };
 
-// As short as it reads back, whole numbers up to 2^53 in full.
+// The shortest text that reads back as the same number; whole numbers up to 2^53 in full.
 std::string textOfNumber(double number);
 // "0 to 255"
 std::string textOfRange(double min, double max);

@@ -4,17 +4,17 @@
 
 #include "QelClients.h"
 
-// A picture that the user named, and how to call it.
+// A picture that the user named.
 struct Picture {
     std::string name;
     std::string format;
     MoxSmartPtr<Qel2DImage> image;
     MoxSmartPtr<QelColorSpace> colorSpace;
-    // As large as it is on paper: at its own resolution, or at 72 dots per inch if it has none.
+    // Its size on paper: at its own resolution, or at 72 dots per inch if it has none.
     MoxSmartPtr<QelXyCoordSpace> space;
     bool hasResolution = false;
 };
 
-// A file, or the picture that is built in: "@testcard", "@testcard:WxH". Raises UsageError for
+// Opens a file, or the built-in picture: "@testcard", "@testcard:WxH". Raises UsageError for
 // another name that starts with "@", and what qelOpenPicture() raises.
 Picture openPicture(std::string const & name, QelReadLimits const & limits);

@@ -17,7 +17,7 @@ std::vector<std::string> split(std::string const & text) {
     std::istringstream in(text);
     for (std::string part; std::getline(in, part, ',');)
         parts.push_back(part);
-    // getline() takes the last comma for the end of what stands before it.
+    // getline() drops an empty part after the last comma.
     if (!text.empty() && text.back() == ',') parts.emplace_back();
     return parts;
 }
@@ -26,7 +26,7 @@ bool isBlank(std::istream & in) {
     return (in >> std::ws).eof();
 }
 
-// None for what is no value.
+// Nothing for a text that is not a value.
 std::optional<QelValue> valueOf(std::string const & text) {
     std::istringstream in(text);
     in.imbue(std::locale::classic());
@@ -103,7 +103,7 @@ QelRect Region::pixelsOf(Picture const & picture) const {
         return QelRect(whole(0), whole(1), whole(2), whole(3));
     }
     QelXyCoordSpace const & space = *picture.space;
-    // Braces: what is wrong with x is told first.
+    // Braces set the order: an error in x is reported first.
     QelXySimpleRegion const region{&space, rangeOf(space, true, values_[0], values_[2]),
                                    rangeOf(space, false, values_[1], values_[3])};
     QelRect const pixels = region.pixelBounds();

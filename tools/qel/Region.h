@@ -10,17 +10,17 @@
 // a unit, as in "1 inches,20 millimeters,0.5 normalized units,300".
 class Region {
   public:
-    // All of a picture.
+    // The whole picture.
     Region() = default;
-    // Raises UsageError for a text of another form.
+    // Raises UsageError for a malformed text.
     Region(std::string const & text, std::string const & what);
 
     bool isAll() const { return values_.empty(); }
-    // Is the picture's resolution needed to tell its pixels?
+    // Is the picture's resolution needed to find its pixels?
     bool isPhysical() const;
-    // The pixels whose centres it has, cut to the picture. Whole numbers of pixels are taken as
-    // they are. Raises invalidValue (13) where it has none, cannotConvertUnit (306) for what is no
-    // length.
+    // The pixels whose centres it contains, clipped to the picture. Whole numbers of pixels are
+    // taken literally. Raises invalidValue (13) if there are none, cannotConvertUnit (306) for a
+    // value that is not a length.
     QelRect pixelsOf(Picture const & picture) const;
 
   private:
@@ -30,6 +30,6 @@ class Region {
     std::vector<QelValue> values_;
 };
 
-// Tells on standard error that 72 dots per inch are assumed, if the region needs a resolution and
+// Says on standard error that 72 dots per inch are assumed, if the region needs a resolution and
 // the picture has none.
 void remarkOnResolution(Picture const & picture, Region const & region);

@@ -43,10 +43,10 @@ void addUnit(Listing & listing, QelUnitInfo const & unit) {
 
 void listUnits(bool asJson) {
     Listing listing({{"id", "id"},
-                     {"singular_name", "one"},
-                     {"plural_name", "several"},
-                     {"standard_unit", "in terms of"},
-                     {"multiplier", "one of it is"},
+                     {"singular_name", "singular"},
+                     {"plural_name", "plural"},
+                     {"standard_unit", "standard unit"},
+                     {"multiplier", "multiplier"},
                      {"tolerance", "tolerance"}});
     for (int id = 0; id < 128; ++id) {
         try {
@@ -85,8 +85,7 @@ void print(QelXyCoordSpace const & space) {
     std::cout << '\n';
 }
 
-// How far along the x axis a value is, and what the same number means as a length and as a range
-// from there to the end.
+// Shows a value as a position on the x axis, as a length, and as a range from 0 to there.
 void printConversions(QelXyCoordSpace const & space, QelValue const & value) {
     constexpr int pixel = QEL_UNIT_PIXEL;
     int const unit = value.unit();
@@ -138,10 +137,10 @@ void addSpaceCommand(CommandLine & tool) {
     Command command = tool.add("space", "Show how units, extents and pixels convert");
     auto const arguments = std::make_shared<Arguments>();
     command.option("--size", arguments->size, 2, "W H", "width and height, as in \"8.5 inches\"");
-    command.option("--dpi", arguments->dpi, "N", "dots per inch, of both axes or of each");
+    command.option("--dpi", arguments->dpi, "N", "dots per inch, for both axes or for each");
     command.option("--convert", arguments->convert, "VALUE",
-                   "a value, as in \"2.5 centimeters\": as a position, a length and a range along "
-                   "the width");
+                   "convert a value, as in \"2.5 centimeters\", as a position, a length and a "
+                   "range along the width");
     command.flag("--list-units", arguments->listUnits, "list the units of measure");
     command.flag("--json", arguments->json, "list the units as JSON");
     command.runs([arguments] { run(*arguments); });

@@ -1,6 +1,6 @@
-// qel, the command line tool: pulls pictures through chains of on-demand images.
+// qel, the command-line tool: pulls pictures through chains of on-demand images.
 //
-// Exit codes: 0 done; 1 failed; 2 the command line cannot be understood. A failure is one line on
+// Exit codes: 0 done; 1 failed; 2 the command line is invalid. A failure prints one line on
 // standard error.
 
 #include <exception>
