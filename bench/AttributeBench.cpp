@@ -7,9 +7,9 @@
 
 #include "Qel.h"
 
-// Attributes: looking one up, setting one that is observed, copying an object that has many. And
-// making a colour space from the name of its class. The counter `limit_ns` repeats what a case has
-// to stay under.
+// Attributes: looking one up, setting one that is observed, copying an object that has many. Also
+// making a colour space from the name of its class. The counter `limit_ns` is the limit that a case
+// must stay under.
 
 namespace {
 
@@ -91,7 +91,7 @@ void setObserved(benchmark::State & state) {
 }
 BENCHMARK(setObserved)->Name("Attributes/SetObserved/qel");
 
-// The virtual call alone that an observer cannot do without.
+// Only the virtual call that an observer needs.
 struct Observer {
     virtual ~Observer() = default;
     virtual void changed() = 0;
@@ -132,8 +132,8 @@ void copyMany(benchmark::State & state) {
 }
 BENCHMARK(copyMany)->Name("Attributes/Copy10000/qel");
 
-// As many attributes in a hundred small objects: the time is the same where it grows with their
-// number, but for what the processor's cache does.
+// The same number of attributes in a hundred small objects: apart from effects of the processor's
+// cache, the time is the same if it is proportional to their number.
 void copyFew(benchmark::State & state) {
     copyObserved(state, many / 100, 100);
 }

@@ -13,9 +13,9 @@
 #include "QelCpu.h"
 
 // Convolutions of UChar pictures in fixed point against the loop in float arithmetic that a
-// programmer would write by hand over the same memory; and the loops that the slight blur has of
-// its own against the general ones. Both sides touch all their memory ahead of the clock, and their
-// pixels are compared.
+// programmer would write by hand over the same memory; and the slight blur's own loops against the
+// general ones. Both sides touch all their memory before the clock starts, and their pixels are
+// compared.
 
 HandConvolve const & handConvolve() {
 #if defined(QEL_KERNELS_V3)
@@ -94,7 +94,7 @@ struct Scene {
     MoxSmartPtr<Qel2DImage> tiles;
 };
 
-// The last one asked for is kept.
+// The last one requested is kept.
 Scene & sceneOf(int bands) {
     static std::unique_ptr<Scene> scene;
     if (!scene || scene->bands != bands) {
@@ -104,7 +104,7 @@ Scene & sceneOf(int bands) {
     return *scene;
 }
 
-// A sharpening with no symmetry that could be made use of, and no weight of 0.
+// A sharpening with no symmetry to exploit, and no weight of 0.
 QelConvolutionKernel const & kernel() {
     static QelConvolutionKernel const made({-1, -2, -3, -2, -1, -2, 4,  9,  5,  -3, -3, 8, 40,
                                             11, -4, -2, 6,  7,  3,  -2, -1, -2, -4, -2, -1});
@@ -200,7 +200,7 @@ void convolveKernel(benchmark::State & state) {
     }
 }
 
-// From an image of tiles into a buffer, as a client asks for it.
+// From an image of tiles into a buffer, as a client requests it.
 template <int bands>
 void convolveTiles(benchmark::State & state) {
     Scene & scene = sceneOf(bands);

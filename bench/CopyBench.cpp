@@ -14,7 +14,7 @@
 #include "QelRectBuffer.h"
 
 // QelRectBuffer::copyFrom against memcpy and the loops that a programmer would write by hand, over
-// the same memory. Results are compared, and all pages touched, ahead of the clock.
+// the same memory. Results are compared, and all pages touched, before the clock starts.
 
 HandCopy const & handCopy() {
 #if defined(QEL_KERNELS_V3)
@@ -49,7 +49,8 @@ constexpr Sides toUChar{BAND_INTERLEAVED, QelDataType::Float, BAND_INTERLEAVED, 
 constexpr Sides splittingToFloat{PIXEL_INTERLEAVED, QelDataType::UChar, BAND_INTERLEAVED,
                                  QelDataType::Float, 3};
 
-// Numbers of every kind, so that low bytes differ whatever is cut off, some too large for integers.
+// Numbers of every kind, so that low bytes differ however they are truncated, some too large for
+// integers.
 void fill(QelRectBuffer & buffer, std::size_t bytes) {
     std::minstd_rand random(1);
     if (buffer.precision(0) == QelDataType::Float) {
@@ -63,7 +64,7 @@ void fill(QelRectBuffer & buffer, std::size_t bytes) {
     }
 }
 
-// Two warm buffers; the source has some picture.
+// Two warm buffers; the source holds a picture.
 class Pair {
   public:
     Pair(Sides const & sides, std::int32_t side)
@@ -113,7 +114,7 @@ struct Rival {
     void (*copy)(Pair & pair);
 };
 
-// A case: the copier, and its rivals that this processor has, over the same two buffers.
+// A case: the copier, and the rivals that this processor can run, over the same two buffers.
 void compare(std::string const & name, Sides const & sides, std::int32_t side,
              std::vector<Rival> const & rivals) {
     benchmark::RegisterBenchmark((name + "/qel").c_str(), [=](benchmark::State & state) {

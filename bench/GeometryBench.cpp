@@ -11,9 +11,9 @@
 
 #include "QelXyCoordSpace.h"
 
-// Coordinate spaces: copying one against a count, a conversion against its formula, and what looks
-// through a list of 1,000 resolutions against loops over two arrays of numbers. The list's cases
-// have to stay under a millisecond, which their counter `limit_ns` repeats.
+// Coordinate spaces: copying one against a reference count, a conversion against its formula, and
+// searches of a list of 1,000 resolutions against loops over two arrays of numbers. The list's
+// cases must stay under a millisecond, which is their counter `limit_ns`.
 
 namespace {
 
@@ -46,7 +46,7 @@ void copySpace(benchmark::State & state) {
 }
 BENCHMARK(copySpace)->Name("Geometry/CopySpace/qel");
 
-// What it cannot do without: somebody else's count, up and down, and the selection.
+// The minimum: a shared count, up and down, and the selection.
 void copyCount(benchmark::State & state) {
     std::atomic<std::int32_t> count = 1;
     Resolution const selection;
@@ -162,7 +162,7 @@ void selectByHand(benchmark::State & state) {
 }
 BENCHMARK(selectByHand)->Name("Geometry/Select1000/loop");
 
-// Something that no row is.
+// A resolution that no row has.
 void findClosest(benchmark::State & state) {
     QelXyCoordSpace const space = spaceFrom(1);
     Resolution found;

@@ -9,7 +9,7 @@ struct HandCopy {
     using Split = void (*)(std::uint8_t const * from, std::uint8_t * to, std::size_t band,
                            std::size_t pixels);
     using ToFloat = void (*)(std::uint8_t const * from, float * to, std::size_t count);
-    // Cut towards zero, and the low byte of what fits in 32 bits; that of 0x80000000 otherwise.
+    // Truncated towards zero; the low byte of what fits in 32 bits, otherwise that of 0x80000000.
     using ToUChar = void (*)(float const * from, std::uint8_t * to, std::size_t count);
     using SplitToFloat = void (*)(std::uint8_t const * from, float * to, std::size_t band,
                                   std::size_t pixels);
@@ -20,7 +20,7 @@ struct HandCopy {
     ToFloat toFloat;
     ToUChar toUChar;
     SplitToFloat splitToFloat;
-    // The same in the processor's own vectors; null where the set has none that are of use.
+    // The same in the processor's own vectors; null where the set has none that are useful.
     Split splitVectors;
     Split joinVectors;
     ToFloat toFloatVectors;

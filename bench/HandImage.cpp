@@ -13,7 +13,7 @@ void invert(std::uint8_t const * from, std::ptrdiff_t fromLine, std::uint8_t * t
     }
 }
 
-// Adding 1.5 * 2^23 rounds a small number to an integer, which then stands in the low bits.
+// Adding 1.5 * 2^23 rounds a small number to an integer, which is then in the low bits.
 void linear(std::uint8_t const * from, std::ptrdiff_t fromLine, std::uint8_t * to,
             std::ptrdiff_t toLine, std::size_t count, std::size_t rows, float gain, float offset) {
     for (std::size_t row = 0; row < rows; ++row, from += fromLine, to += toLine) {

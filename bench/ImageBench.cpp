@@ -15,7 +15,7 @@
 #include "QelLinearOp.h"
 
 // On-demand images against the loops that a programmer would write by hand over the same memory.
-// Both sides touch all their memory ahead of the clock, and their pixels are compared.
+// Both sides touch all their memory before the clock starts, and their pixels are compared.
 
 HandImage const & handImage() {
 #if defined(QEL_KERNELS_V3)
@@ -32,7 +32,7 @@ std::size_t bytesOf(std::int32_t side) {
     return static_cast<std::size_t>(side) * static_cast<std::size_t>(side) * bands;
 }
 
-// A square three-band UChar picture of some noise, kept until another size is asked for.
+// A square three-band UChar picture of noise, kept until another size is requested.
 std::uint8_t * picture(std::int32_t side) {
     static std::vector<std::uint8_t> pixels;
     if (pixels.size() != bytesOf(side)) {
@@ -68,7 +68,7 @@ void require(bool good, char const * what) {
     std::abort();
 }
 
-// Allocates its pixels and leaves them as they are.
+// Allocates its pixels and leaves them unchanged.
 class EmptyOp : public QelImageOp {
   public:
     bool genOutputInfo(QelImageInfo & info, QelOpContext) override {
@@ -86,7 +86,7 @@ void tileLife(benchmark::State & state) {
 }
 BENCHMARK(tileLife)->Name("TileLife/qel");
 
-// The memory that a tile needs in any case: what malloc alone costs.
+// The memory that a tile needs in any case: the cost of malloc alone.
 void tileLifeMalloc(benchmark::State & state) {
     for (auto _ : state) {
         void * const tile = ::operator new(sizeof(QelTile));
@@ -170,7 +170,7 @@ std::uint64_t sumOf(std::uint8_t const * pixels, std::size_t count) {
 constexpr std::int32_t middle = 4096;
 constexpr int twenty = 20;
 
-// Pulls every tile, lets go of it, and hands it to `use` first.
+// Pulls every tile, hands it to `use`, and releases it.
 template <class Use>
 void pullTiles(Qel2DImage & image, Use use) {
     for (std::int32_t y = 0; y < image.tilesDown(); ++y) {

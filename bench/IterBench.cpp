@@ -12,8 +12,8 @@
 
 // The pixel iterators against the loop that a programmer would write by hand over one contiguous
 // buffer of the same pixels: sums of all elements (SumAll) and of each band (SumBands). Both sides
-// are compiled here, with the same options; all tiles are complete ahead of the clock, and the sums
-// are compared.
+// are compiled here, with the same options; all tiles are complete before the clock starts, and the
+// sums are compared.
 
 namespace {
 
@@ -56,7 +56,7 @@ class BufferOp : public QelImageOp {
     QelLayout layout_;
 };
 
-// Some noise as one contiguous buffer, and as an image that holds all its tiles.
+// Noise as one contiguous buffer, and as an image that holds all its tiles.
 struct Picture {
     explicit Picture(QelLayout pixelLayout);
 
@@ -84,7 +84,7 @@ Picture::Picture(QelLayout pixelLayout)
             "each tile must be there");
 }
 
-// The last one asked for is kept.
+// The last one requested is kept.
 Picture & pictureOf(QelLayout layout) {
     static MoxSmartPtr<QelRectBuffer> keep;
     static std::unique_ptr<Picture> picture;
@@ -118,8 +118,8 @@ struct Loop {
         return picture.layout == PIXEL_INTERLEAVED ? ofPixels(picture.pixels())
                                                    : ofPlanes(picture.pixels());
     }
-    // Sums in variables of their own: the compiler cannot tell an array that is returned from the
-    // memory of the pixels.
+    // Sums in separate variables: the compiler cannot tell that a returned array does not overlap
+    // the pixels.
     static Sums ofPixels(std::uint8_t const * from) {
         std::uint64_t first = 0;
         std::uint64_t second = 0;
@@ -442,7 +442,7 @@ void measure(benchmark::State & state, QelLayout layout) {
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * area * bands);
 }
 
-// Compares, then measures: the iterator's side and the hand's.
+// Compares, then measures: the iterator's loop and the hand-written one.
 template <class Form>
 void add(std::string const & form, QelLayout layout) {
     auto const one = [&](std::string const & what, auto * ours, auto * theirs, auto * check) {

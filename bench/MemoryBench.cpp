@@ -20,13 +20,13 @@
 #include "QelVirtualMemoryManager.h"
 #include "ZanSystem.h"
 
-// Pixel memory of the recycling manager against that of the general heap, both asked through the
-// same interface as data buffers use.
+// Pixel memory of the recycling manager against that of the general heap, both through the
+// interface that data buffers use.
 //
-// One cycle takes the memory of a tile, writes all of it and gives it back. With several live at a
-// time, MemoryRender takes them one after the other and gives them all back, as a request over
-// several tiles does; MemoryRing gives the oldest back ahead of each new one, as a cache does.
-// The counters tell page faults and system calls in 10,000 cycles, once all is warm.
+// One cycle allocates the memory of a tile, writes all of it and frees it. With several live at a
+// time, MemoryRender allocates them one after the other and frees them all, as a request over
+// several tiles does; MemoryRing frees the oldest before each new one, as a cache does. The
+// counters report page faults and system calls in 10,000 cycles, once everything is warm.
 
 namespace {
 
@@ -34,7 +34,7 @@ constexpr std::size_t tileBytes = std::size_t{128} * 128 * 3;
 constexpr std::size_t largeTileBytes = std::size_t{1024} * 1024 * 3;
 constexpr std::size_t limit = std::size_t{64} << 20;
 
-// Counts the calls that a block costs the system.
+// Counts the system calls that a block costs.
 class CountingSystem : public ZanSystem {
   public:
     CountingSystem() : before_(replace(this)) {}
@@ -72,7 +72,7 @@ std::int64_t minorFaults() {
     return usage.ru_minflt;
 }
 
-// Where memory comes from. Both are asked as a data buffer asks: through a virtual call.
+// Where memory comes from. Both are called as a data buffer calls: virtually.
 class Manager {
   public:
     void * take(std::size_t bytes) { return manager_->allocate(bytes); }
@@ -98,7 +98,7 @@ class Heap {
     }
     std::int64_t calls() const { return calls_; }
     // From now on it counts how often the heap's end moves, which is a call each time. Calls for
-    // blocks that the heap maps by themselves go uncounted.
+    // blocks that the heap maps separately are not counted.
     void watch() {
         watches_ = true;
         end_ = ::sbrk(0);
@@ -115,9 +115,9 @@ class Heap {
     std::int64_t calls_ = 0;
 };
 
-// The heap of a process that has never freed a large block: it gives free memory at its end back to
+// The heap of a process that has never freed a large block: it returns free memory at its end to
 // the system early. The C library's own adjustment, which learns from each large block that is
-// freed, is off from here on, so it is left as it is after much learning.
+// freed, is off from here on, so the heap stays as it is after much learning.
 class YoungHeap : public Heap {
   public:
     YoungHeap() { setThresholds(128 << 10, 128 << 10); }
@@ -142,7 +142,7 @@ void * takeAndWrite(auto & source, std::size_t bytes) {
     return memory;
 }
 
-// Takes all, then gives all back.
+// Allocates all, then frees all.
 class Burst {
   public:
     Burst(std::size_t bytes, std::size_t live) : bytes_(bytes), live_(live) {}
@@ -160,7 +160,7 @@ class Burst {
     std::vector<void *> live_;
 };
 
-// Gives the oldest back and takes a new one.
+// Frees the oldest and allocates a new one.
 class Ring {
   public:
     Ring(std::size_t bytes, std::size_t live) : bytes_(bytes), live_(live, nullptr) {}
@@ -251,8 +251,8 @@ class AddressesOnly : public ZanSystem {
     std::size_t used_ = 0;
 };
 
-// Takes a block out of that many of different sizes and gives it back: a search and a change in
-// each map, twice.
+// Takes one of that many blocks of different sizes and returns it: a search and a change in each
+// map, twice.
 void takeOut(benchmark::State & state) {
     AddressesOnly const system;
     QelVirtualMemoryManager manager(SIZE_MAX);
@@ -281,7 +281,7 @@ BENCHMARK(takeOut)->Name("VmmTakeOut")->Arg(1000)->Arg(10000)->Arg(100000);
         registerPair<Ring>("MemoryRing" + count, tileBytes, live);
     }
     registerPair<Burst>("MemoryRender3MB/live:1", largeTileBytes, 1);
-    // Last, since the heap does not become again what it was.
+    // Last, since the heap does not return to its former state.
     for (std::size_t const live : {1U, 4U, 16U}) {
         registerCase<YoungHeap, Burst>("MemoryRender/live:" + std::to_string(live) + "/youngHeap",
                                        tileBytes, live);

@@ -9,7 +9,7 @@
 #include "QelSimpleDataOrg.h"
 
 // Regions: walking a million tiles against the double loop that a programmer would write, and
-// copying, against a count.
+// copying against a reference count.
 
 namespace {
 
@@ -55,7 +55,7 @@ std::int64_t loopOverTiles(QelRect const & rect, QelDataOrg const & org) {
     for (std::int32_t y = org.tileIndexY(rect.y); y <= lastY; ++y) {
         for (std::int32_t x = org.tileIndexX(rect.x); x <= lastX; ++x) {
             QelTileId tile(x, y, rect.width, rect.height);
-            // What is done with each tile is not known here, as in the iterator's case.
+            // The work for each tile is unknown here, as in the iterator's case.
             benchmark::DoNotOptimize(tile);
             sum += weight(tile);
         }
@@ -105,7 +105,7 @@ void copyRegion(benchmark::State & state) {
 }
 BENCHMARK(copyRegion)->Name("RegionCopy/qel");
 
-// One count up and down, which is what a copy cannot do without.
+// One count up and down, the minimum for a copy.
 void countUpAndDown(benchmark::State & state) {
     MoxSmartPtr<QelXySimpleRegion> const region = everything();
     for (auto _ : state) {

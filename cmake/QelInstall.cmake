@@ -1,16 +1,16 @@
 # What is installed: libraries, public headers, and the files by which CMake and pkg-config find
-# them. All of them find their neighbours from where they lie, so that an installed tree can move.
+# them. All of them find each other by relative paths, so that an installed tree can move.
 
 include(CMakePackageConfigHelpers)
 
 set(qel_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Qel)
 set(qel_pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# qel_install(TARGETS...): call it once, when the layers have told their headers.
+# qel_install(TARGETS...): call it once, after the layers have listed their headers.
 function(qel_install)
     install(TARGETS ${ARGN} EXPORT QelTargets
         FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qel
-        # Before CMake 3.23 users are not told of file sets.
+        # Before CMake 3.23, file sets are not exported to users.
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qel)
     install(EXPORT QelTargets NAMESPACE Qel:: DESTINATION ${qel_package_dir})
 

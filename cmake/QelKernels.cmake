@@ -1,5 +1,5 @@
-# Inner loops that are worth it are compiled twice: for the baseline, and for x86-64-v3 (AVX2, FMA).
-# The library picks the set that the processor can run when it is loaded.
+# Performance-critical inner loops are compiled twice: for the baseline, and for x86-64-v3 (AVX2,
+# FMA). The library picks the set that the processor can run when it is loaded.
 
 include(CheckCXXSourceCompiles)
 
@@ -18,9 +18,9 @@ function(qel_kernel_set target source set)
     set(kernels ${stem}_${set})
     add_library(${kernels} OBJECT ${source})
     qel_settings(${kernels})
-    # Pixels have no use for traps and errno, which would keep loops from being vectorised; results
-    # stay those of IEEE arithmetic in the order that is written. What fuses a multiplication with
-    # an addition would round otherwise than the baseline, so it stays off.
+    # Pixels need no traps and no errno, which would keep loops from being vectorised; results stay
+    # those of IEEE arithmetic in the order written. Fused multiply-add would round differently from
+    # the baseline, so it stays off.
     target_compile_options(${kernels} PRIVATE
         $<$<NOT:$<CONFIG:Debug>>:-O3> -fno-trapping-math -fno-math-errno -ffp-contract=off ${ARGN})
     target_compile_definitions(${kernels} PRIVATE
@@ -35,8 +35,8 @@ endfunction()
 #
 # FILE must keep everything in a namespace named by QEL_KERNEL_SET, and instantiate no inline
 # function or template of other headers that could end up out of line: the linker keeps one copy of
-# each, and the copy that it keeps may be the one that only newer processors can run. The test
-# KernelSets.ShareNoCode looks for such copies.
+# each, and that may be the one that only newer processors can run. The test KernelSets.ShareNoCode
+# looks for such copies.
 function(qel_kernels target source)
     qel_kernel_set(${target} ${source} baseline)
     get_filename_component(stem ${source} NAME_WE)

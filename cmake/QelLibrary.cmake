@@ -1,4 +1,4 @@
-# How every target of ours is compiled, and how the libraries are made.
+# How every target of the project is compiled, and how the libraries are made.
 
 # qel_settings(TARGET): the language, the visibility of symbols and the warnings.
 function(qel_settings target)
@@ -12,7 +12,7 @@ function(qel_settings target)
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion
         $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
         $<$<BOOL:${QEL_WERROR}>:-Werror>
-        # Errors and debug information name sources from the project's root on, wherever it was
+        # Errors and debug information name sources relative to the project's root, wherever it was
         # built.
         -ffile-prefix-map=${Qel_SOURCE_DIR}/=)
 endfunction()
@@ -29,7 +29,7 @@ function(qel_precompile target)
 endfunction()
 
 # qel_library(TARGET NAME): the shared library libTARGET.so, known to its users as Qel::NAME. Its
-# layers fill it with qel_layer.
+# layers are added by qel_layer.
 function(qel_library target name)
     add_library(${target} SHARED)
     add_library(Qel::${name} ALIAS ${target})
@@ -47,7 +47,7 @@ function(qel_library target name)
 endfunction()
 
 # qel_layer(TARGET [HEADERS inc/...] [SOURCES src/...]): adds the layer in the current folder to a
-# library. HEADERS are its promise and get installed; what src/ holds stays private.
+# library. HEADERS are public and get installed; everything in src/ stays private.
 function(qel_layer target)
     cmake_parse_arguments(PARSE_ARGV 1 layer "" "" "HEADERS;SOURCES")
     if(layer_UNPARSED_ARGUMENTS)
@@ -59,8 +59,8 @@ function(qel_layer target)
     target_include_directories(${target} PRIVATE src)
 endfunction()
 
-# qel_subsystem(TARGET NAME [HEADERS inc/...] [SOURCES src/NAME/...]): a part of a layer that is large
-# enough to have some. Its private headers stand in src/NAME.
+# qel_subsystem(TARGET NAME [HEADERS inc/...] [SOURCES src/NAME/...]): a part of a layer that is
+# large enough to have several. Its private headers are in src/NAME.
 function(qel_subsystem target name)
     qel_layer(${target} ${ARGN})
     target_include_directories(${target} PRIVATE src/${name})

@@ -18,6 +18,6 @@ if(QEL_BUILD_FUZZERS)
         message(FATAL_ERROR "QEL_BUILD_FUZZERS needs clang++, the compiler is "
             "${CMAKE_CXX_COMPILER_ID}")
     endif()
-    # The libraries report their coverage; each fuzzer itself links the driver.
+    # The libraries report their coverage; only the fuzzers link the driver.
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

@@ -14,7 +14,7 @@ namespace {
 
 using Space = MoxSmartPtr<QelColorSpace>;
 
-// ---- What a type tells of itself: a value to begin with, and below what a value, a failure and an
+// ---- What a type says about itself: a start value, and below, what a value, a failure and an
 // error may be.
 
 template <class T>
@@ -80,7 +80,7 @@ bool isPeculiar(QelValue const & value) {
     return hasNoReadableText(value);
 }
 
-// What may be left where the stream fails: the value as it was, or as much as there was of it.
+// What may be left where the stream fails: the old value, or the part that was read.
 template <class T>
 bool mayBeLeft(T const & value) {
     return isSame(value, startOf<T>());
@@ -207,7 +207,7 @@ constexpr void (*checks[])(std::string const & text) = {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     if (size == 0) return 0;
-    // Letters from "A" on, so that one may write inputs by hand.
+    // Letters from "A" on, so that inputs can be written by hand.
     std::size_t const type = (data[0] - std::size_t{'A'}) % std::size(checks);
     checks[type](std::string(reinterpret_cast<char const *>(data) + 1, size - 1));
     return 0;

@@ -14,7 +14,7 @@ bool isPeculiar(QelXyBox const & box) {
            hasNoReadableText(box.width()) || hasNoReadableText(box.height());
 }
 
-// Units that do not convert and negative widths are refused too, once all is read.
+// Units that do not convert and negative widths are also refused, once everything is read.
 bool isRefusalOfABox(int code) {
     return code == QelErrorCode::invalidValue || code == QelErrorCode::cannotConvertUnit ||
            code == QelErrorCode::illegalWidth;

@@ -5,9 +5,9 @@
 #include "QelXyCoordSpace.h"
 #include "ReadBack.h"
 
-// The reader of coordinate spaces: a space or one of the errors that it is known for, whatever the
-// text. What is read is asked for all it has. Its own text is refused for the blank that it has
-// ahead of the height; without that it is the same space again.
+// The reader of coordinate spaces: any text gives a space or one of the known errors. All
+// properties of a space that was read are queried. Its own text is refused because of the blank
+// before the height; without that blank it gives the same space again.
 
 namespace {
 
@@ -74,7 +74,7 @@ void change(QelXyCoordSpace const & original) {
     }
 }
 
-// By way of the dots' distance the last digit may go.
+// The last digit may change, since dots are computed from their distance.
 bool alike(QelResolution const & a, QelResolution const & b) {
     return a.pixels == b.pixels && std::fabs(a.dpu - b.dpu) <= 1e-12 * a.dpu;
 }
@@ -97,7 +97,7 @@ bool isFinite(Resolution const & row) {
     return std::isfinite(row.horz.dpu) && std::isfinite(row.vert.dpu);
 }
 
-// Rows always have the unit's singular name, which does not read for a mil.
+// Rows always have the unit's singular name, which cannot be read for a mil.
 bool hasNoReadableText(QelXyCoordSpace const & space) {
     if (space.unit() == QEL_UNIT_MIL) return true;
     bool bad = ::hasNoReadableText(space.width()) || ::hasNoReadableText(space.height()) ||

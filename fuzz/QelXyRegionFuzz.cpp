@@ -8,9 +8,9 @@
 #include "Qel.h"
 #include "QelSimpleDataOrg.h"
 
-// The reader of regions: a region, null or one of our errors, whatever the text. What is read is
-// asked for all it has; written and read again it is the same, or raises the one error that the
-// written form is known for.
+// The reader of regions: any text gives a region, null or one of our errors. All properties of a
+// region that was read are queried. Written and read again it is the same, or raises the one known
+// error of the written form.
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include "QelErrorCode.h"
 #include "ZanError.h"
 
-// What the fuzzers of text forms share: whatever reads, reads back as the same text once it is
-// written, or is refused with the code invalidValue (13). Anything else ends the program.
+// Shared by the fuzzers of text forms: a value that was read gives the same text when it is written
+// and read back, or is refused with the code invalidValue (13). Anything else ends the program.
 
 template <class T>
 std::string fuzzWritten(T const & value) {
@@ -23,7 +23,7 @@ std::string fuzzWritten(T const & value) {
     return out.str();
 }
 
-// Reads into `value`; the code of the refusal if there is one.
+// Reads into `value`; returns the code of the refusal, if any.
 template <class T>
 std::optional<int> fuzzRefusal(std::string const & text, T & value) {
     std::istringstream in(text);
@@ -40,8 +40,8 @@ std::optional<int> fuzzRefusal(std::string const & text, T & value) {
     std::abort();
 }
 
-// `start` is what a refusal must leave as it was; `mayBeRefused(code)` tells the codes of texts
-// that do not read, `isPeculiar(value)` the values whose text is refused although it was written.
+// `start` is what a refusal must leave as it was; `mayBeRefused(code)` says which codes unreadable
+// texts may have, `isPeculiar(value)` which values have a written text that is refused.
 template <class T, class Codes, class Peculiar>
 void fuzzReadBack(std::uint8_t const * data, std::size_t size, T const & start,
                   Codes && mayBeRefused, Peculiar && isPeculiar) {

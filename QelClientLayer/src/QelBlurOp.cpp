@@ -14,8 +14,8 @@ QelBlurOp::QelBlurOp(MoxSmartPtr<Qel2DImage> input, QelConvolutionKernel kernel)
 
 QelBlurOp::~QelBlurOp() = default;
 
-// The slight blur has loops of its own, which come to the same: for integers of 16 and 32 bits but
-// for halves, which these round upwards.
+// The slight blur has loops of its own, which give the same results, except that they round halves
+// upwards for integers of 16 and 32 bits.
 void QelBlurOp::changeElements(int type, QelPixelNeighbours const & pixels) const {
     bool const slight = kernel().isSeparable() && kernel().reach() == 1 && kernel().centre() == 0;
     if (slight) {

@@ -9,7 +9,7 @@ void QelCalledInC::leave(char const * text) noexcept {
 }
 
 void QelCalledInC::leaveWith(int error) noexcept {
-    // The string is gone at the end of the statement, ahead of the jump.
+    // The string is destroyed at the end of the statement, before the jump.
     setText(std::generic_category().message(error).c_str());
     std::longjmp(way_, 1);
 }

@@ -2,10 +2,10 @@
 
 #include <csetjmp>
 
-// The way out of libraries in C that must not return from their error handlers. A step that calls
-// such a library runs in run(); an error handler calls leave(), which brings run() to its end.
-// No exception passes through frames of the library, and nothing that has a destructor may live in
-// the step or in the handlers on the way, since it would not be called.
+// The way out of C libraries whose error handlers must not return. A step that calls such a library
+// runs in run(); an error handler calls leave(), which ends run(). No exception passes through
+// frames of the library. Nothing with a destructor may live in the step or in the handlers, since
+// the destructor would not be called.
 class QelCalledInC {
   public:
     // True when the step came to its end; false when it was left, with the reason in text().
@@ -16,7 +16,7 @@ class QelCalledInC {
         return true;
     }
 
-    // Requires: called within run(). A text that is too long is cut.
+    // Requires: called within run(). A text that is too long is truncated.
     [[noreturn]] void leave(char const * text) noexcept;
     // With the system's text for an error number.
     [[noreturn]] void leaveWith(int error) noexcept;

@@ -20,8 +20,8 @@ std::int32_t reachOf(std::size_t count) {
                  "an odd number up to 129");
 }
 
-// Decimal fractions that ought to add up to 0, such as 0.1 + 0.2 - 0.3, leave what their rounding
-// and that of the sum is worth; nothing may be divided by that.
+// Decimal fractions that should add up to 0, such as 0.1 + 0.2 - 0.3, leave a rounding error;
+// nothing may be divided by that.
 std::vector<double> normalised(std::vector<double> weights) {
     double sum = 0;
     double magnitudes = 0;
@@ -50,8 +50,8 @@ std::int32_t checkedRadius(std::int32_t radius) {
     return radius;
 }
 
-// The coefficients grow to about 2^124, of which a double keeps the first 53 bits; only a copy of
-// the first half makes the second one its mirror.
+// The coefficients grow to about 2^124, of which a double keeps the first 53 bits; only copying the
+// first half makes the second its exact mirror.
 std::vector<double> binomial(std::int32_t radius) {
     std::int32_t const n = 2 * radius;
     std::vector<double> weights(static_cast<std::size_t>(n) + 1);

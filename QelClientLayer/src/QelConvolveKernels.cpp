@@ -15,7 +15,7 @@ namespace {
 
 // ---- Memory
 
-// Rows are that many elements longer than needed, so that loops may take whole blocks.
+// Rows are this many elements longer than needed, so that loops can process whole blocks.
 constexpr std::int64_t block = 64;
 
 // Hands out pieces of the workspace.
@@ -38,15 +38,15 @@ inline std::int64_t taps(QelConvolvePlan const & plan) {
     return 2 * std::int64_t{plan.reach} + 1;
 }
 
-// Elements of a row with its neighbours on both sides, and one pixel more, which an odd number of
-// weights taken in pairs also looks at.
+// Elements of a row with its neighbours on both sides, and one more pixel, which is also read when
+// an odd number of weights is taken in pairs.
 inline std::int64_t paddedSize(std::int64_t count, std::int64_t spread,
                                QelConvolvePlan const & plan) {
     return count + (taps(plan) + 1) * spread + block;
 }
 
-// Elements of a row that are convolved at once: all their neighbours then lie in a near cache,
-// and a row of any length needs no more memory than this. They make up whole pixels.
+// Elements of a row that are convolved at once: their neighbours then all fit in a near cache, and
+// a row of any length needs no more memory than this. They are whole pixels.
 inline std::int64_t stripSize(std::int64_t count, std::int64_t spread,
                               QelConvolvePlan const & plan) {
     constexpr std::int64_t usual = 2048;
@@ -92,8 +92,8 @@ inline void padRow(std::uint8_t const * row, QelPixelNeighbours const & pixels, 
         *at = at[-spread];
 }
 
-// Goes through the rows of the result. `enter(slot, row)` sees each row of the source once, and
-// has a slot for it that stays the row's own as long as it is needed; `finish(y, slotOf)` makes a
+// Goes through the rows of the result. `enter(slot, row)` is called once for each row of the
+// source, with a slot that belongs to the row as long as it is needed; `finish(y, slotOf)` makes a
 // row of the result from the slots of its neighbours, slotOf(-reach) to slotOf(reach).
 template <class Enter, class Finish>
 inline void eachRow(QelPixelNeighbours const & pixels, std::int64_t reach, Enter const & enter,
@@ -382,7 +382,7 @@ struct Lanes {
 constexpr std::int64_t atOnce = 4 * Lanes::count;
 static_assert(atOnce <= block);
 
-// Half of what a shift drops: to be added ahead of it, so that it rounds to the nearest.
+// Half of what a shift drops: added before the shift, so that it rounds to the nearest.
 inline std::int32_t halfOf(std::int32_t shift) {
     return shift > 0 ? std::int32_t{1} << (shift - 1) : 0;
 }
@@ -422,7 +422,7 @@ inline void pairRow(std::int16_t const * padded, std::int64_t size, std::int64_t
     }
 }
 
-// The taps of a row of weights, as far as these are not 0; returns behind the last.
+// The taps of a row of weights, without pairs of zeros; returns the end.
 inline PairTap * pairTaps(std::int32_t const * row, std::int64_t spread,
                           std::int32_t const * weights, std::int64_t size, PairTap * to) {
     for (std::int64_t i = 0; i < size; i += 2) {
@@ -495,7 +495,7 @@ inline void convolveSmall(QelPixelNeighbours const & pixels, QelConvolvePlan con
         });
 }
 
-// Bits of the fraction that the results of rows keep: as many as leave them within 16 bits.
+// Bits of the fraction that the results of rows keep: as many as keep them within 16 bits.
 constexpr std::int32_t fraction = 7;
 
 // Two rows of 16 bits, and their weights.

@@ -8,11 +8,11 @@
 // The weights of a convolution, as its inner loops want them. Rows and columns count from the top
 // left; their numbers are odd. The result of a pixel is
 //     centre * pixel + sum of weight * neighbour
-// A separable kernel weighs the pixels of each row first, and then these results by column.
+// A separable kernel weights the pixels of each row first, and then the results by column.
 struct QelConvolvePlan {
     std::int32_t reach = 0;  // the kernel has 2 * reach + 1 rows and columns
     bool separable = false;
-    // Row by row; of a separable kernel first the weights within rows, then those of columns.
+    // Row by row; for a separable kernel, first the weights within rows, then those of columns.
     double const * weights = nullptr;
     double centre = 0;
 
@@ -35,7 +35,7 @@ struct QelConvolveKernels {
     using Convolve = void (*)(QelPixelNeighbours const & pixels, QelConvolvePlan const & plan,
                               std::uint8_t * workspace);
     Convolve convolve[types];
-    // For rows of so many elements.
+    // For rows of that many elements.
     std::size_t (*bytesNeeded)(std::int64_t count, std::int64_t spread,
                                QelConvolvePlan const & plan);
 };

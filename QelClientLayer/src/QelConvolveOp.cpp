@@ -61,7 +61,7 @@ class QelConvolveOp::FixedPoint {
     }
 
     // The weights of columns are those of rows, or their negatives. Quantising rounds negatives
-    // another way, so that even areas would not keep their values.
+    // differently, so even areas would not keep their values.
     void repeatForColumns(QelConvolutionKernel const & kernel, std::size_t side) {
         for (std::size_t i = 0; i < side; ++i) {
             bool const negative = kernel.weights()[side + i] < 0;

@@ -31,7 +31,7 @@ std::string folderOf(std::string const & name) {
     return slash == std::string::npos ? std::string() : name.substr(0, slash + 1);
 }
 
-// A short name, since the folder may allow no longer one than the target's.
+// A short name, since the folder may not allow one longer than the target's.
 std::string temporaryName(std::string const & folder) {
     static std::atomic<unsigned> count{0};
     return folder + ".qel-" + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".tmp";
@@ -57,7 +57,7 @@ QelFileReplacement::~QelFileReplacement() {
 
 void QelFileReplacement::open(std::string const & folder) {
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL;
-    // Never wider than the file that it replaces, not even for a moment.
+    // Never more permissive than the file that it replaces, not even for a moment.
     unsigned const mode = mode_ < 0 ? 0666U : static_cast<unsigned>(mode_) & 0666U;
     std::string candidate;
     do {

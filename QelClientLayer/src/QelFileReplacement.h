@@ -4,12 +4,12 @@
 #include <cstdint>
 #include <string>
 
-// A new file that takes a name's place when it is complete. Until then it has a name of its own in
-// the same folder, and goes when commit() was not reached.
+// A new file that takes a name's place when it is complete. Until then it has its own name in the
+// same folder, and is removed unless commit() succeeded.
 class QelFileReplacement {
   public:
     // Raises invalidValue (13), as all operations here: "Cannot write ", the name, ": " and the
-    // reason. A name that belongs to something else than a file is refused.
+    // reason. A name that belongs to something other than a file is refused.
     explicit QelFileReplacement(std::string name);
     QelFileReplacement(QelFileReplacement const &) = delete;
     QelFileReplacement & operator=(QelFileReplacement const &) = delete;
@@ -17,12 +17,12 @@ class QelFileReplacement {
 
     std::string const & name() const { return name_; }
 
-    // False on failure, with an error number in error(). Lets no exception out: it is called by
-    // libraries in C.
+    // False on failure, with an error number in error(). Throws nothing: it is called by C
+    // libraries.
     bool write(std::uint8_t const * bytes, std::size_t count) noexcept;
     int error() const { return error_; }
 
-    // Brings the data to the disk and gives the file its name.
+    // Flushes the data to disk and gives the file its name.
     void commit();
 
     [[noreturn]] void fail(std::string const & reason) const;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t chunkBytes = 64 * 1024;
 
-// The first chunk holds at least so much, if the file does: what tells formats apart.
+// The first chunk has at least this size, if the file does: enough to recognise the format.
 constexpr std::size_t leastOfFirstChunk = 64;
 
 // Opens and reads at once, so that a file that fails is closed again.

@@ -17,12 +17,12 @@ class QelFileSource {
 
     std::string const & name() const { return name_; }
 
-    // The chunk at hand.
+    // The current chunk.
     std::uint8_t const * data() const { return chunk_.get(); }
     std::size_t size() const { return size_; }
 
     // Replaces it by the next one. False at the end of the file, or with an error number in
-    // error(). Lets no exception out: it is called by libraries in C.
+    // error(). Throws nothing: it is called by C libraries.
     bool next() noexcept;
     int error() const { return error_; }
 

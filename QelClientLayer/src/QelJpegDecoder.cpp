@@ -13,7 +13,7 @@
 
 namespace {
 
-// Each scan of a progressive file is a pass over the whole picture, whatever it adds to it. Real
+// Each scan of a progressive file is a pass over the whole picture, however little it adds. Real
 // files have about ten.
 constexpr int maxScans = 500;
 
@@ -112,7 +112,7 @@ void JpegDecoder::onSkip(j_decompress_ptr jpeg, long bytes) {
     input.bytes_in_buffer -= left;
 }
 
-// jpeg_create_decompress() clears all that is set before it, but for two fields.
+// jpeg_create_decompress() clears everything set before it, except two fields.
 void JpegDecoder::connect() {
     jpeg_create_decompress(&jpeg_);
     jpeg_.src = &input_;

@@ -60,7 +60,7 @@ void JpegEncoder::onError(j_common_ptr jpeg) {
     of(jpeg).leave(text);
 }
 
-// Always means all of the chunk, whatever the fields say.
+// Always writes the whole chunk, whatever the fields say.
 boolean JpegEncoder::onFull(j_compress_ptr jpeg) {
     of(jpeg).put(of(jpeg).chunk_.get(), chunkBytes);
     of(jpeg).useChunk();

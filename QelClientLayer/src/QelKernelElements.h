@@ -29,21 +29,21 @@ inline void store(std::uint8_t * address, T value) {
 template <class T>
 constexpr bool isReal = std::is_floating_point<T>::value;
 
-// In which arithmetic with real numbers is done on elements of type T.
+// The type for real arithmetic on elements of type T.
 template <class T>
 using RealOf = std::conditional_t<std::is_same<T, double>::value || (!isReal<T> && sizeof(T) == 4),
                                   double, float>;
 
-// In which sums of integers of type T are exact.
+// The type in which sums of integers of type T are exact.
 template <class T>
 using SumOf = std::conditional_t<
     isReal<T>, T,
     std::conditional_t<sizeof(T) == 4, std::int64_t,
                        std::conditional_t<sizeof(T) == 2, std::int32_t, std::int16_t>>>;
 
-// To the nearest integer, halves to the even one, for numbers within 32 bits. Adding and taking
-// away a number that leaves no bits for fractions rounds on every processor, and vectorises where
-// a call of rint() would not.
+// To the nearest integer, halves to even, for numbers within 32 bits. Adding and subtracting a
+// number that leaves no bits for fractions rounds on every processor, and vectorises where a call
+// of rint() would not.
 inline float rounded(float x) {
     constexpr float noFractions = 12582912.0F;  // 1.5 * 2^23: for numbers within 22 bits
     return (x + noFractions) - noFractions;
@@ -53,7 +53,7 @@ inline double rounded(double x) {
     return (x + noFractions) - noFractions;
 }
 
-// The limits hold for T exactly. NaN becomes the lower one.
+// The limits are exact for T. NaN becomes the lower one.
 template <class T, class Real>
 inline T limited(Real x) {
     constexpr Real lowest = static_cast<Real>(std::numeric_limits<T>::lowest());

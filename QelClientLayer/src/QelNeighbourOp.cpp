@@ -19,7 +19,7 @@ class QelNeighbourOp::Workspace {
 
 namespace {
 
-// Pixels that there are of `reach` on each side of a part of the image.
+// How many of `reach` pixels exist on each side of a part of the image.
 struct Rim {
     Rim(QelRect const & part, QelRect const & image, std::int64_t reach)
         : left(std::min(reach, std::int64_t{part.x} - image.x)),
@@ -38,7 +38,7 @@ struct Rim {
 
 // All rows of tiles that the pixels around one row of tiles touch, so that pulling the result row
 // by row, or column by column in an image that is not much higher than wide, computes each once;
-// and some more for threads that are not in step.
+// and a few more for threads that are not in step.
 std::size_t windowSize(Qel2DImage const & image, std::int64_t reach) {
     std::int64_t const tileHeight = std::max(1, image.dataOrg()->tileHeight());
     std::int64_t const rows = 2 * ((reach + tileHeight - 1) / tileHeight) + 1;
@@ -89,7 +89,7 @@ void QelNeighbourOp::compute(QelRectBuffer * buffer, QelOpContext opContext) {
 // and drop them: in a chain of such operations each rim would be computed from rims, and their
 // number would double with each operation.
 //
-// An image that wraps a buffer need not have all of its pixels; those are 0, as getData() has it.
+// An image that wraps a buffer may lack some of its pixels; those are 0, as in getData().
 void QelNeighbourOp::assemble(QelRectBuffer & scratch) {
     if (input_->tilesAcross() == 1 && input_->tilesDown() == 1) {
         std::memset(scratch.getData(), 0, static_cast<std::size_t>(scratch.dataOrg()->size()));

@@ -11,7 +11,7 @@ namespace {
 
 // ---- Point operations
 
-// Compilers vectorise each of these three, and none that would do for all cases.
+// Compilers vectorise each of these three, but no single loop for all cases.
 template <class T, class Change>
 inline void changeInPlace(std::uint8_t * elements, std::int64_t count, Change const & change) {
     for (std::int64_t i = 0; i < count; ++i) {
@@ -40,7 +40,7 @@ inline void changeSpaced(QelPixelRows const & rows, std::int64_t y, Change const
     }
 }
 
-// Rows that follow each other without gaps are one.
+// Rows that follow each other without gaps are treated as one.
 inline QelPixelRows joined(QelPixelRows const & rows, std::int64_t size) {
     QelPixelRows one = rows;
     if (rows.fromLine == rows.count * size && rows.toLine == rows.fromLine) {
@@ -81,13 +81,13 @@ void invert(QelPixelRows const & rows) {
     });
 }
 
-// A number that limited() would give as well, for numbers of a smaller range: fractions are
-// dropped, as in rounded(), and the low bits of what is left are the integer. The narrower the
-// integers that are limited, the more of them fit in a vector.
+// The same result as limited(), for numbers of a smaller range: fractions are dropped, as in
+// rounded(), and the low bits of the rest are the integer. The narrower the integers, the more of
+// them fit in a vector.
 template <class T>
 inline T limitedSmall(float x) {
     using Integer = std::conditional_t<sizeof(T) == 1, std::int16_t, std::int32_t>;
-    // The bits of 12582912.0F, as far as they matter.
+    // The bits of 12582912.0F that matter.
     constexpr std::int32_t bitsOfZero = sizeof(T) == 1 ? 0 : 0x4B400000;
     constexpr Integer lowest = std::numeric_limits<T>::lowest();
     constexpr Integer highest = std::numeric_limits<T>::max();
@@ -138,8 +138,8 @@ struct Lines {
     std::uint8_t * to;
 };
 
-// A part of a row; neighbours are `left` and `right` bytes away, 0 where the pixel stands in for
-// its neighbour.
+// A part of a row; neighbours are `left` and `right` bytes away, 0 where the pixel replaces its
+// neighbour.
 struct Part {
     std::int64_t first;
     std::int64_t last;
@@ -147,7 +147,7 @@ struct Part {
     std::int64_t right;
 };
 
-// That the target overlaps nothing has to be said of a parameter to be of use to all compilers.
+// Some compilers use __restrict only on a parameter.
 template <class T, class Weigh>
 inline void weighPart(std::uint8_t const * above, std::uint8_t const * at,
                       std::uint8_t const * below, std::uint8_t * __restrict to,

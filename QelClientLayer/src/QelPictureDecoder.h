@@ -21,7 +21,7 @@ struct QelPictureHeader {
     double horzDpu = 0.0;
     double vertDpu = 0.0;
     int resolutionUnit = 0;
-    // What the bands mean, in any range; null where their number tells: grey or colour, with or
+    // What the bands mean, in any range; null where their number says it: grey or colour, with or
     // without opacity.
     MoxSmartPtr<QelColorSpace> colorSpace;
 };
@@ -38,8 +38,8 @@ class QelPictureDecoder {
     virtual bool isWhole() const = 0;
 
     // Decodes the next `count` rows to `to`, `lineStride` bytes from one to the next. The call that
-    // decodes the last one also checks what the file has left. Raises invalidValue (13), and must
-    // not be called again after that.
+    // decodes the last row also checks the rest of the file. Raises invalidValue (13), and must not
+    // be called again after that.
     virtual void decode(std::uint8_t * to, std::ptrdiff_t lineStride, std::int32_t count) = 0;
 
   protected:
@@ -50,7 +50,7 @@ class QelPictureDecoder {
     void run(Step const & step) {
         if (!inC_.run(step)) failRead();
     }
-    // Both leave the step that runs; nextChunk() only when there is none.
+    // Both leave the running step; nextChunk() only when there is none.
     [[noreturn]] void leave(char const * text) noexcept { inC_.leave(text); }
     void nextChunk() noexcept;
 
@@ -62,8 +62,8 @@ class QelPictureDecoder {
     QelPictureHeader header_;
 };
 
-// Both read the header and raise invalidValue (13) for one that is not of their format,
-// limitExceeded (11) beyond the limits.
+// Both read the header, and raise invalidValue (13) for another format, limitExceeded (11) beyond
+// the limits.
 std::unique_ptr<QelPictureDecoder> qelDecodeJpeg(std::unique_ptr<QelFileSource> source,
                                                  QelReadLimits const & limits);
 std::unique_ptr<QelPictureDecoder> qelDecodePng(std::unique_ptr<QelFileSource> source,
@@ -72,8 +72,7 @@ std::unique_ptr<QelPictureDecoder> qelDecodePng(std::unique_ptr<QelFileSource> s
 bool qelIsJpeg(QelFileSource const & source);
 bool qelIsPng(QelFileSource const & source);
 
-// Raises limitExceeded (11) for what exceeds the limits; the sizes may be larger than any
-// picture's.
+// Raises limitExceeded (11) for what exceeds the limits; the sizes may be larger than any picture.
 void qelCheckSize(QelFileSource const & source, QelReadLimits const & limits, std::int64_t width,
                   std::int64_t height);
 void qelCheckBytes(QelFileSource const & source, QelReadLimits const & limits,

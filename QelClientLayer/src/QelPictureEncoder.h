@@ -30,7 +30,7 @@ class QelPictureEncoder {
     void run(Step const & step) {
         if (!inC_.run(step)) file_.fail(inC_.text());
     }
-    // Both leave the step that runs.
+    // Both leave the running step.
     [[noreturn]] void leave(char const * text) { inC_.leave(text); }
     void put(std::uint8_t const * bytes, std::size_t count);
 
@@ -39,7 +39,7 @@ class QelPictureEncoder {
     QelCalledInC inC_;
 };
 
-// The file outlives the encoder.
+// The file must outlive the encoder.
 std::unique_ptr<QelPictureEncoder> qelEncodeJpeg(QelFileReplacement & file,
                                                  QelPictureHeader const & header, int quality);
 std::unique_ptr<QelPictureEncoder> qelEncodePng(QelFileReplacement & file,

@@ -26,12 +26,12 @@ QelResolution halfOf(double dpu, int unit, std::int32_t pixels) {
     return half;
 }
 
-// No space takes a picture whose dots are so small that it has no size.
+// No space accepts a picture whose dots are so small that it has no size.
 bool isUsable(double dpu, int unit, std::int32_t pixels) {
     return dpu > 0.0 && QelValue(pixels / dpu, unit) > 0.0;
 }
 
-// A density that is of no use on one axis says nothing about the other one either.
+// A density that is useless on one axis is not trusted on the other either.
 QelXyCoordSpace::Resolution resolutionOf(QelPictureHeader const & header) {
     bool const known = isUsable(header.horzDpu, header.resolutionUnit, header.width) &&
                        isUsable(header.vertDpu, header.resolutionUnit, header.height);
@@ -87,7 +87,7 @@ void qelCheckBytes(QelFileSource const & source, QelReadLimits const & limits,
                    QelPictureHeader const & header) {
     std::int64_t const pixel = std::int64_t{header.bands} * header.type.size();
     std::int64_t const row = pixel * header.width;
-    // Each factor has at most 31 bits, but together they may pass 63.
+    // Each factor has at most 31 bits, but the product may exceed 63.
     std::int64_t bytes = 0;
     bool const overflow = __builtin_mul_overflow(row, std::int64_t{header.height}, &bytes);
     if (!overflow && bytes <= limits.maxBytes) return;

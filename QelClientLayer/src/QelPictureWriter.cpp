@@ -25,7 +25,8 @@ bool endsWith(std::string_view name, std::string_view end) {
                       [&](char b, char a) { return same(a, b); });
 }
 
-// The rows from `first` to `last` that lie in one row of tiles: so each tile is asked for once.
+// The rows from `first` to `last` that lie in one row of tiles, so that each tile is requested
+// once.
 std::int32_t stripHeight(QelDataOrg const & org, std::int32_t first, std::int64_t last) {
     std::int32_t index = 0;
     std::int32_t above = 0;

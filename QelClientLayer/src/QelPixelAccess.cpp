@@ -7,7 +7,7 @@
 
 namespace {
 
-// Do the bands of a pixel fill it, in their order?
+// Are the bands of a pixel adjacent and in order?
 bool fillsPixels(QelSimpleDataOrg const & org) {
     std::int64_t const size = org.bandTypes().front().size();
     std::int64_t offset = 0;

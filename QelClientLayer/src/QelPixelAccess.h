@@ -7,7 +7,7 @@
 
 // How operations reach the elements of buffers.
 
-// Is `type` one of the eight types of numbers?
+// Is `type` one of the eight numeric types?
 bool qelIsNumber(QelDataType type);
 
 // The status of an operation, called `op`, that cannot work on elements of `type`:
@@ -15,11 +15,11 @@ bool qelIsNumber(QelDataType type);
 ZanError qelUnsupported(QelDataType type, char const * op);
 
 // The code of the element type of `report`. Raises wrongPixelFormat (119) when `buffer` has another
-// element type or number of bands, simpleDataOrgNeeded (150) when its organisation is no
+// element type or number of bands, simpleDataOrgNeeded (150) when its organisation is not a
 // QelSimpleDataOrg.
 int qelCheckTarget(QelRectBuffer const & buffer, QelImageInfo const & report);
 
-// The tile of `image` that holds all of `rect`, if it is there and complete; else null.
+// The tile of `image` that holds all of `rect`, if it exists and is complete; else null.
 MoxSmartPtr<QelTile> qelCompleteTile(Qel2DImage & image, QelRect const & rect);
 
 // Calls use(rows, spread) for the elements of `rect` in both buffers, which have the same element

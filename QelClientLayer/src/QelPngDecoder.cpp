@@ -65,8 +65,8 @@ void PngDecoder::read(std::uint8_t * to, std::size_t count) {
     }
 }
 
-// The first chunk of a PNG file, IHDR, says its size at a fixed place. libpng would check it as
-// well, but without telling the numbers.
+// The first chunk of a PNG file, IHDR, has its size at a fixed place. libpng would also check it,
+// but without reporting the numbers.
 void PngDecoder::checkDeclaredSize(QelReadLimits const & limits) {
     constexpr std::size_t widthAt = 16;
     constexpr std::size_t heightAt = 20;
@@ -83,7 +83,7 @@ void PngDecoder::connect(QelReadLimits const & limits) {
     png_set_read_fn(png_, this, onRead);
     png_set_user_limits(png_, static_cast<png_uint_32>(limits.maxWidth),
                         static_cast<png_uint_32>(limits.maxHeight));
-    // By itself libpng would only warn of damage in chunks that are not vital.
+    // By default libpng would only warn of damage in chunks that are not critical.
     png_set_crc_action(png_, PNG_CRC_ERROR_QUIT, PNG_CRC_ERROR_QUIT);
 }
 
@@ -98,7 +98,7 @@ void PngDecoder::readHeader(QelReadLimits const & limits) {
     run([this] { chooseOutput(); });
 }
 
-// What the transformations that chooseOutput() asks for will give.
+// The result of the transformations that chooseOutput() requests.
 QelPictureHeader PngDecoder::readReport() const {
     int const colour = png_get_color_type(png_, info_);
     bool const opacity =

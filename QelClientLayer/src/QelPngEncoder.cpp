@@ -68,8 +68,8 @@ void PngEncoder::choose(QelPictureHeader const & header, int compression) {
                  colours[header.bands - 1], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                  PNG_FILTER_TYPE_DEFAULT);
     png_set_compression_level(png_, compression);
-    // The filter that does best on photographs; to try them all on each row takes half as long
-    // again and gains next to nothing.
+    // The best filter for photographs; trying all of them on each row takes half as long again and
+    // gains almost nothing.
     png_set_filter(png_, PNG_FILTER_TYPE_BASE, PNG_FILTER_AVG);
     png_set_compression_buffer_size(png_, 64 * 1024);
     chooseDensity(header);

@@ -6,8 +6,8 @@
 #include "QelRectBuffer.h"
 #include "ZanMutex.h"
 
-// Buffers that an operation needs for the length of a call, used over and over: the first write
-// to fresh memory costs more than most operations. Safe from any thread.
+// Buffers that an operation needs during a call. They are reused, since the first write to fresh
+// memory costs more than most operations. Thread-safe.
 class QelScratch {
   public:
     // A buffer on loan for a scope.
@@ -18,7 +18,7 @@ class QelScratch {
         Loan & operator=(Loan const &) = delete;
         ~Loan();
 
-        // Of the wanted rectangle, allocated, PIXEL_INTERLEAVED, with any content.
+        // Has the requested rectangle, allocated, PIXEL_INTERLEAVED, with undefined content.
         QelRectBuffer & buffer() const { return *buffer_; }
 
       private:

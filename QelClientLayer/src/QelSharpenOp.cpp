@@ -17,8 +17,8 @@ QelSharpenOp::QelSharpenOp(MoxSmartPtr<Qel2DImage> input, QelConvolutionKernel k
 
 QelSharpenOp::~QelSharpenOp() = default;
 
-// The slight sharpening has loops of its own, which come to the same: for integers of 16 and 32
-// bits but for halves, which these round upwards.
+// The slight sharpening has loops of its own, which give the same results, except that they round
+// halves upwards for integers of 16 and 32 bits.
 void QelSharpenOp::changeElements(int type, QelPixelNeighbours const & pixels) const {
     if (slight_) {
         qelOpKernels().sharpen[type](pixels);

@@ -39,8 +39,8 @@ bool hasDot(char letter, std::int32_t x, std::int32_t y) {
     return false;
 }
 
-// The rings' finest lines, at their rim, are one pixel wide: the largest frequency that pixels
-// can show. Blue light makes narrower rings than red, by these parts of 64.
+// The finest rings, at the rim, are one pixel wide: the highest frequency that pixels can show.
+// Blue light makes narrower rings than red, by these parts of 64.
 constexpr std::int64_t redRings = 64;
 constexpr std::int64_t greenRings = 72;
 constexpr std::int64_t blueRings = 82;
@@ -76,7 +76,7 @@ QelRect QelTestCard::part(int x, int y, int right, int bottom) const {
                                 of(bottom, height_) - 1);
 }
 
-// As large as fits.
+// As large as possible.
 void QelTestCard::placeText(std::string_view text, QelRect const & where) {
     std::int32_t const dots = static_cast<std::int32_t>(text.size()) * glyphPitch - 1;
     std::int32_t const scale = std::min(where.width / dots, where.height / glyphHeight);
@@ -170,8 +170,8 @@ void QelTestCard::drawBackground(Span const & row) const {
         row.set(x, colour);
 }
 
-// Brightness is the cosine of the squared distance from the centre: grey on the left, and like
-// rings of light, one for each colour, on the right. Distances are in half pixels.
+// Brightness is the cosine of the squared distance from the centre: grey on the left; on the right,
+// like rings of light, one for each colour. Distances are in half pixels.
 void QelTestCard::drawRings(Span const & row) const {
     std::int64_t const dy = 2 * (std::int64_t{row.y} - centreY_) + 1;
     std::int64_t const limit = 4 * std::int64_t{radius_} * radius_;

@@ -8,7 +8,7 @@
 
 #include "QelRect.h"
 
-// The drawing of QelTestCardOp: what lies where in a picture of a given size.
+// The drawing of QelTestCardOp: where things are in a picture of a given size.
 class QelTestCard {
   public:
     // Pixels, from 1 to 1000000 each.
@@ -17,7 +17,7 @@ class QelTestCard {
     std::int32_t width() const { return width_; }
     std::int32_t height() const { return height_; }
 
-    // Draws the pixels of `rect`, which lies in the picture, as red, green and blue bytes;
+    // Draws the pixels of `rect`, which must lie in the picture, as red, green and blue bytes;
     // `lineStride` bytes from one row to the next.
     void draw(QelRect const & rect, std::uint8_t * to, std::ptrdiff_t lineStride) const;
 
@@ -76,5 +76,5 @@ class QelTestCard {
     std::vector<Patch> patches_;
     std::vector<Text> texts_;
     std::vector<Grating> gratings_;
-    std::array<std::uint8_t, 1024> wave_;  // a cosine, from 255 over 0 back to 255
+    std::array<std::uint8_t, 1024> wave_;  // a cosine, from 255 through 0 back to 255
 };

@@ -1,7 +1,7 @@
 #include "QelTileWindow.h"
 
 void QelTileWindow::keep(MoxSmartPtr<QelTile> const & tile, std::size_t most) {
-    Tiles dropped;  // tiles go when the lock is free, since their images look into them
+    Tiles dropped;  // destroyed after the lock is released, since that calls their images
     ZanLock const lock(lock_);
     auto const known = places_.find(tile.get());
     if (known != places_.end()) {

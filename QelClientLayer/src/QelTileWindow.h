@@ -8,19 +8,18 @@
 #include "QelTile.h"
 #include "ZanMutex.h"
 
-// Holds the tiles that were used last, so that an image which does not keep its tiles need not
-// compute them again. Safe from any thread.
+// Holds the tiles used last, so that an image that does not keep its tiles need not compute them
+// again. Thread-safe.
 class QelTileWindow {
   public:
-    // Holds `tile`, and lets go of the tiles that were used longest ago until at most `most` are
-    // left.
+    // Holds `tile`, and releases the least recently used tiles until at most `most` are left.
     void keep(MoxSmartPtr<QelTile> const & tile, std::size_t most);
 
   private:
     using Tiles = std::list<MoxSmartPtr<QelTile>>;
 
     ZanMutex lock_;
-    // Last used first.
+    // Most recently used first.
     Tiles tiles_ ZAN_GUARDED_BY(lock_);
     std::unordered_map<QelTile const *, Tiles::iterator> places_ ZAN_GUARDED_BY(lock_);
 };

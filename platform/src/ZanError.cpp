@@ -43,7 +43,7 @@ char const * ZanError::getMsg() const {
 }
 
 ZanError & ZanError::setMsg(char const * text) {
-    // By way of a string of its own, since the text may be a part of this error's.
+    // Through a separate string, since the text may be a part of this error's own.
     return setMsg(std::string(orEmpty(text)));
 }
 

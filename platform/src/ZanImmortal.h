@@ -1,7 +1,7 @@
 #pragma once
 
-// An object that is never destroyed, for what other threads and the destructors of static
-// objects may still use while the process exits.
+// An object that is never destroyed, since other threads and the destructors of static objects may
+// still use it while the process exits.
 template <class T>
 class ZanImmortal {
   public:
@@ -13,7 +13,7 @@ class ZanImmortal {
     T & get() noexcept { return object_; }
 
   private:
-    // A union does not destroy its members by itself.
+    // A union does not destroy its members.
     union {
         T object_;
     };

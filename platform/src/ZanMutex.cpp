@@ -2,15 +2,15 @@
 
 namespace {
 
-// Every thread has one of its own, so that its address names the thread. Reading an address is
-// cheaper than asking the system for a thread's number, once it need not be asked for from the
-// loader: initial-exec makes it one addition.
+// Every thread has its own, so that its address identifies the thread. Reading an address is
+// cheaper than asking the system for a thread's number, provided that the loader is not involved:
+// initial-exec makes it one addition.
 [[gnu::tls_model("initial-exec")]] thread_local char const threadMark = 0;
 
 }  // namespace
 
 void ZanMutex::lock() ZAN_NO_THREAD_SAFETY_ANALYSIS {
-    // Relaxed: only what this thread stored itself is looked for, and it sees its own stores.
+    // Relaxed: a thread looks only for what it stored itself, and it sees its own stores.
     if (holder_.load(std::memory_order_relaxed) == &threadMark) {
         ++depth_;
         return;

@@ -1,7 +1,7 @@
 #include "ZanPlatformMMX.h"
 
 std::uint64_t ZanPlatformMMX::makeMMXIntKernelElement2x(int low, int high) {
-    // By way of unsigned: a negative low half must not spread its sign into the high one.
+    // Through unsigned: the sign of a negative low half must not extend into the high one.
     std::uint64_t const upper = static_cast<std::uint32_t>(high);
     return upper << 32 | static_cast<std::uint32_t>(low);
 }

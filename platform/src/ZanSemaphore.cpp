@@ -5,8 +5,8 @@
 void ZanSemaphore::post(std::int64_t count) {
     std::lock_guard const guard(mutex_);
     count_ += count;
-    // Under the lock: a thread that gets through may destroy the semaphore, and must not do so
-    // while it is still being notified.
+    // Under the lock: a thread that is woken may destroy the semaphore, and must not do so while it
+    // is still being notified.
     if (count == 1) {
         raised_.notify_one();
     } else {

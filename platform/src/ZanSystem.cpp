@@ -18,7 +18,7 @@
 
 namespace {
 
-// Both are ready before any constructor runs, since static objects ask for memory too.
+// Both are ready before any constructor runs, since static objects allocate memory too.
 constinit ZanImmortal<ZanSystem> defaultServices;
 constinit std::atomic<ZanSystem *> replacement{nullptr};
 
@@ -31,8 +31,8 @@ auto untilDone(Call call) {
     return result;
 }
 
-// The nice value of the process, to which priorities are relative: a process that was started
-// with a lower priority keeps all its threads there. Unknown counts as 0.
+// The nice value of the process, to which priorities are relative: a process that was started with
+// a lower priority keeps all its threads there. 0 if unknown.
 int processNiceness() {
     errno = 0;
     int const nice = ::getpriority(PRIO_PROCESS, static_cast<id_t>(::getpid()));
@@ -122,7 +122,7 @@ int ZanSystem::launchThread(std::function<void()> body) {
 }
 
 int ZanSystem::setThreadPriority(int systemThread, int priority) {
-    // Nice values are the threads' own on this system, and grow with decreasing priority.
+    // On this system each thread has its own nice value, which grows with decreasing priority.
     constexpr int step = 5;
     int const niceness = processNiceness() - step * std::clamp(priority, -2, 2);
     return ::setpriority(PRIO_PROCESS, static_cast<id_t>(systemThread), niceness) == 0 ? 0 : errno;

@@ -47,9 +47,9 @@ ZanError launchFailure(int reason) {
 
 }  // namespace
 
-// What a thread object and its body share. It outlives the object, so that the end of the body
-// can be told after the object has gone. All fields but the id are guarded by the lock of the
-// registry: threads are launched a few times a render, so one lock for all costs nothing and lets
+// What a thread object and its body share. It outlives the object, so that waiters learn of the end
+// of the body after the object has gone. All fields but the id are guarded by the lock of the
+// registry. Threads are launched a few times per render, so one lock for all costs nothing and lets
 // a thread leave the registry and change its state in one step.
 struct ZanThreadBase::State {
     explicit State(int initialPriority) : priority(initialPriority) {}
@@ -61,7 +61,7 @@ struct ZanThreadBase::State {
     unsigned long const id = nextId();
     std::condition_variable ended;
     ZanThreadState state = ZAN_THREAD_IDLE;
-    // Tells a waiter that the launch it waits for is over although the next one is running.
+    // Shows a waiter that its launch is over even if the next one is running.
     std::uint64_t launches = 0;
     int priority = 0;
     int systemThread = 0;  // 0 unless a body is running
@@ -90,7 +90,7 @@ struct ZanThreadBase::Registry {
     // Requires: the lock is held.
     void leave(State & state, ZanThreadState how);
 
-    // Runs the body and keeps what leaves it.
+    // Runs the body and keeps the error that leaves it.
     void run(State & state, ZanThreadBase & thread);
 
     std::mutex lock;
@@ -114,8 +114,8 @@ void ZanThreadBase::Registry::enter(StatePointer const & state) {
 void ZanThreadBase::Registry::bodyBegins(State & state) {
     std::lock_guard const guard(lock);
     state.systemThread = ZanSystem::current().callingThread();
-    // 0 stands for whatever the thread has got, so that the threads which a thread of low priority
-    // launches do not overtake it.
+    // 0 keeps whatever priority the thread has, so that threads launched by a low-priority thread
+    // do not overtake it.
     if (state.priority != 0) state.applyPriority();
 }
 
@@ -217,7 +217,7 @@ void ZanThreadBase::body(std::shared_ptr<State> const & state, ZanThreadBase * t
     } else if (thread->deleteRef()) {
         delete thread;
     }
-    // Last, so that who waited finds the object gone, or untouched from then on.
+    // Last, so that a thread that waited finds the object gone, or untouched from then on.
     registry.bodyEnds(*state);
     idOfThisThread = idBefore;
 }

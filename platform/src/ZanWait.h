@@ -14,7 +14,7 @@ bool zanWait(std::condition_variable & signal, std::unique_lock<std::mutex> & lo
         signal.wait(lock, done);
         return true;
     }
-    // A century is for ever as well, and added to the clock it still fits its nanoseconds.
+    // A century is as good as for ever, and the clock's nanoseconds can still hold the sum.
     constexpr unsigned long longest = 100UL * 365 * 24 * 3600 * 1000;
     auto const limit = std::chrono::milliseconds(std::min(milliseconds, longest));
     return signal.wait_for(lock, limit, done);

@@ -51,7 +51,7 @@ struct Decoded {
     std::size_t bytes;
 };
 
-// What the text, which is not empty, starts with: a code point, or one byte that is none.
+// The first item of the text, which is not empty: a code point, or one byte that does not decode.
 Decoded decodeFirst(std::string_view text) {
     auto const first = static_cast<std::uint8_t>(text.front());
     Decoded const undecoded{escape + first, 1};
