@@ -222,7 +222,7 @@ void registerPair(std::string const & name, std::size_t bytes, std::size_t live)
     registerCase<Heap, Pattern>(name + "/heap", bytes, live);
 }
 
-// Hands out addresses that nobody may touch, so that a hundred thousand blocks need no memory.
+// Hands out addresses that must not be touched, so that a hundred thousand blocks need no memory.
 class AddressesOnly : public ZanSystem {
   public:
     AddressesOnly()
