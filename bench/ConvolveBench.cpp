@@ -18,10 +18,7 @@
 // compared.
 
 HandConvolve const & handConvolve() {
-#if defined(QEL_KERNELS_V3)
-    if (qelCpuHasV3()) return v3::handConvolve;
-#endif
-    return baseline::handConvolve;
+    return *qelBestKernels<&baseline::handConvolve, &v3::handConvolve>();
 }
 
 namespace {
@@ -165,10 +162,7 @@ class KernelCall {
 
   private:
     static QelConvolveKernels const & kernels() {
-#if defined(QEL_KERNELS_V3)
-        if (qelCpuHasV3()) return qelOps::v3::convolveKernels;
-#endif
-        return qelOps::baseline::convolveKernels;
+        return *qelBestKernels<&qelOps::baseline::convolveKernels, &qelOps::v3::convolveKernels>();
     }
 
     void setPixels(Scene & scene) {

@@ -17,10 +17,7 @@
 // the same memory. Results are compared, and all pages touched, before the clock starts.
 
 HandCopy const & handCopy() {
-#if defined(QEL_KERNELS_V3)
-    if (qelCpuHasV3()) return v3::handCopy;
-#endif
-    return baseline::handCopy;
+    return *qelBestKernels<&baseline::handCopy, &v3::handCopy>();
 }
 
 namespace {

@@ -18,10 +18,7 @@
 // Both sides touch all their memory before the clock starts, and their pixels are compared.
 
 HandImage const & handImage() {
-#if defined(QEL_KERNELS_V3)
-    if (qelCpuHasV3()) return v3::handImage;
-#endif
-    return baseline::handImage;
+    return *qelBestKernels<&baseline::handImage, &v3::handImage>();
 }
 
 namespace {

@@ -9,3 +9,15 @@
 // loaded. The processor is asked once; safe from any thread, at any time, static initialisation
 // included.
 QEL_API bool qelCpuHasV3() noexcept;
+
+// Of two sets of inner loops that the same source was compiled to, the one that this processor runs
+// best. QEL_KERNELS_V3 is defined where the compiler can make the second one: `v3` need not exist
+// elsewhere.
+//     qelBestKernels<&baseline::kernels, &v3::kernels>()->invert(pixels);
+template <auto * baseline, auto * v3>
+auto * qelBestKernels() noexcept {
+#if defined(QEL_KERNELS_V3)
+    if (qelCpuHasV3()) return v3;
+#endif
+    return baseline;
+}

@@ -12,21 +12,15 @@
 
 namespace {
 
-QelConvolveKernels const & choose() noexcept {
-#if defined(QEL_KERNELS_V3)
-    if (qelCpuHasV3()) return qelOps::v3::convolveKernels;
-#endif
-    return qelOps::baseline::convolveKernels;
-}
-
 // The level of 16-bit arithmetic.
 constexpr int level = 2;
 
 }  // namespace
 
 QelConvolveKernels const & qelConvolveKernels() noexcept {
-    static QelConvolveKernels const & chosen = choose();
-    return chosen;
+    static auto const * const best =
+        qelBestKernels<&qelOps::baseline::convolveKernels, &qelOps::v3::convolveKernels>();
+    return *best;
 }
 
 // A kernel's weights as integers.

@@ -1,18 +1,8 @@
 #include "QelCpu.h"
 #include "QelOpKernels.h"
 
-namespace {
-
-QelOpKernels const & choose() noexcept {
-#if defined(QEL_KERNELS_V3)
-    if (qelCpuHasV3()) return qelOps::v3::kernels;
-#endif
-    return qelOps::baseline::kernels;
-}
-
-}  // namespace
-
 QelOpKernels const & qelOpKernels() noexcept {
-    static QelOpKernels const & chosen = choose();
-    return chosen;
+    static auto const * const best =
+        qelBestKernels<&qelOps::baseline::kernels, &qelOps::v3::kernels>();
+    return *best;
 }

@@ -16,15 +16,9 @@
 
 namespace {
 
-QelCopyKernels const & pickKernels() {
-#if defined(QEL_KERNELS_V3)
-    if (qelCpuHasV3()) return qelCopy::v3::kernels;
-#endif
-    return qelCopy::baseline::kernels;
-}
-
 // Made when the library is loaded; null for static objects of others that copy even earlier.
-QelCopyKernels const * const loadedKernels = &pickKernels();
+QelCopyKernels const * const loadedKernels =
+    qelBestKernels<&qelCopy::baseline::kernels, &qelCopy::v3::kernels>();
 
 QelCopyKernels const & copyKernels() {
     return loadedKernels != nullptr ? *loadedKernels : qelCopy::baseline::kernels;
