@@ -47,7 +47,8 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     // image alive.
     class QEL_API TileIterator {
       public:
-        // `rect` is clipped to the image; one that misses it visits no tile.
+        // Stands at the first tile. `rect` is clipped to the image; one that misses it visits no
+        // tile. Raises nullPointer (4) for a null image.
         TileIterator(Qel2DImage * image, QelRect const & rect);
 
         bool done() const { return y_ > lastY_; }
@@ -143,7 +144,8 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     bool fillRWBuffer(QelRectBuffer * dest, bool allowCopy);
 
     // Lets `buffer`, whatever its position, take the pixels of `rect`: by sharing a tile's memory
-    // if it has none and the layouts agree, else by filling, which needs `allowCopy`.
+    // if it has none and the layouts agree, else by filling, which needs `allowCopy`. Raises
+    // nullPointer (4) for null.
     void shareBuffer(QelRectBuffer * buffer, QelRect const & rect, bool allowCopy);
 
     // Tile geometry, bands, element type and layout; null while the size is not known.

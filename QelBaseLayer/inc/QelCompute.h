@@ -10,8 +10,10 @@
 // op's own status, or misuse (3) for a buffer that the op refuses. On success `status` keeps code
 // notComputed (1): test the result. What compute() raises passes through, with `result` null.
 //
-// Requires: op is not null; a buffer of the caller's is held by a MoxSmartPtr, since the result
-// becomes one of its owners. For a buffer on a stack call canFill() and compute() of the op.
+// Raises nullPointer (4) for a null op, ahead of all changes.
+//
+// Requires: a buffer of the caller's is held by a MoxSmartPtr, since the result becomes one of its
+// owners. For a buffer on a stack call canFill() and compute() of the op.
 QEL_API void qelCompute(MoxSmartPtr<QelRectBuffer> & result, ZanError & status, QelImageOp * op,
                         QelRectBuffer * buffer = nullptr, QelOpContext opContext = 0);
 

@@ -40,17 +40,21 @@ class QEL_API QelImageOp : public QelOp {
     // Fills the whole of the buffer's rectangle, allocating it if need be. May raise anything.
     virtual void compute(QelRectBuffer * buffer, QelOpContext opContext) = 0;
 
-    // May the op write through `org`? A good op says what QelImageInfo::acceptsDataOrg says; one
-    // that needs dense memory overrides this, with QelImageInfo::isDense.
+    // May the op write through `org`? Not through null. A good op says what
+    // QelImageInfo::acceptsDataOrg says; one that needs dense memory overrides this, with
+    // QelImageInfo::isDense.
     virtual bool acceptsDataOrg(QelDataOrg * org, QelOpContext opContext = 0);
-    // acceptsDataOrg() of the buffer's organisation.
+    // acceptsDataOrg() of the buffer's organisation: false for a buffer without one. Raises
+    // nullPointer (4) for null.
     virtual bool canFill(QelRectBuffer * buffer, QelOpContext opContext = 0);
 
     // The whole image, computed into a new buffer. Raises the op's status as a ZanError when the
     // report is bad; renderFailed (203) when that has no code.
     virtual MoxSmartPtr<QelRectBuffer> genResult(QelOpContext opContext = 0);
 
-    // Computes `tile` unless it is complete, and completes it.
+    // Computes `tile` unless it is complete, and completes it. For the image, which calls it when
+    // no other thread is at this tile; a client asks Qel2DImage::getTile(), unless nobody else
+    // knows the tile. Raises nullPointer (4) for null, and what compute() raises.
     void getTile(QelTile * tile, QelOpContext opContext = 0);
 
   protected:

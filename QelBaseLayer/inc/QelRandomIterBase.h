@@ -18,8 +18,8 @@
 // it, and keeps its grid. The tables take 4 bytes for each column and each row of the image.
 class QEL_API QelRandomIterBase {
   public:
-    // Nothing is loaded. Raises simpleDataOrgNeeded (150) unless the image's organisation is a
-    // QelSimpleDataOrg.
+    // Nothing is loaded. Raises nullPointer (4) for a null image, and simpleDataOrgNeeded (150)
+    // unless the image's organisation is a QelSimpleDataOrg.
     explicit QelRandomIterBase(Qel2DImage * image);
     virtual ~QelRandomIterBase();
     QelRandomIterBase(QelRandomIterBase const &);

@@ -10,9 +10,6 @@ template <class T>
 class QelRectBufferConstIter : public QelSimpleRectBufferIter {
   public:
     using QelSimpleRectBufferIter::QelSimpleRectBufferIter;
-    // The whole buffer, in automatic order.
-    explicit QelRectBufferConstIter(QelRectBuffer * buffer)
-        : QelSimpleRectBufferIter(buffer, buffer->rect()) {}
 
     // Requires: !done().
     T get() const { return qelElementAt<T>(address()); }

@@ -19,7 +19,9 @@ class QelRectConstIter : public QelRectIterBase {
         qelRequireElementType(dataOrg(), QelDataType::of<T>());
     }
     // The whole image.
-    explicit QelRectConstIter(Qel2DImage * image) : QelRectConstIter(image, image->imageRect()) {}
+    explicit QelRectConstIter(Qel2DImage * image) : QelRectIterBase(image) {
+        qelRequireElementType(dataOrg(), QelDataType::of<T>());
+    }
 
     // The current element, and that of another band of the same pixel. Require: !rowDone().
     T get() const { return qelElementAt<T>(address()); }

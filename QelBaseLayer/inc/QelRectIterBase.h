@@ -36,11 +36,13 @@
 class QEL_API QelRectIterBase {
   public:
     // An empty rectangle (right < left or bottom < top) makes an iterator that stays done. Nothing
-    // is loaded. Raises simpleDataOrgNeeded (150) unless the image's organisation is a
-    // QelSimpleDataOrg.
+    // is loaded. Raises nullPointer (4) for a null image, and simpleDataOrgNeeded (150) unless the
+    // image's organisation is a QelSimpleDataOrg.
     QelRectIterBase(Qel2DImage * image, std::int32_t left, std::int32_t top, std::int32_t right,
                     std::int32_t bottom);
     QelRectIterBase(Qel2DImage * image, QelRect const & rect);
+    // The whole image.
+    explicit QelRectIterBase(Qel2DImage * image);
     virtual ~QelRectIterBase();
     QelRectIterBase(QelRectIterBase const &);
     QelRectIterBase & operator=(QelRectIterBase const &) = delete;

@@ -34,10 +34,13 @@ class QEL_API QelSimpleRectBufferIter {
     // `rect`, in image coordinates, is cut to the buffer's. With `reverseX` columns are walked
     // from right to left, with `reverseY` rows from the bottom up. Iterators over several buffers
     // that are walked in step are chained through `next`, which is not owned, so that
-    // initialize() sets all of them up; a chain must not form a ring.
+    // initialize() sets all of them up; a chain must not form a ring. Raises nullPointer (4) for a
+    // null buffer.
     QelSimpleRectBufferIter(QelRectBuffer * buffer, QelRect const & rect,
                             std::int32_t loopOrder = automatic, bool reverseX = false,
                             bool reverseY = false, QelSimpleRectBufferIter * next = nullptr);
+    // The whole buffer, in automatic order.
+    explicit QelSimpleRectBufferIter(QelRectBuffer * buffer);
     virtual ~QelSimpleRectBufferIter();
     QelSimpleRectBufferIter(QelSimpleRectBufferIter const &);
     QelSimpleRectBufferIter & operator=(QelSimpleRectBufferIter const &) = delete;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "QelError.h"
+#include "QelRequired.h"
 
 static_assert(sizeof(QelDIBDataOrg::BitmapInfoHeader) == 40);
 static_assert(sizeof(QelDIBDataOrg::BitmapInfo) == 1064);
@@ -125,8 +126,7 @@ std::int32_t QelDIBDataOrg::rowBytes(bool negate) const {
 }
 
 void QelDIBDataOrg::makeBitmapInfoHeader(BitmapInfoHeader * header) const {
-    if (header == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
-    *header = BitmapInfoHeader{};
+    qelRequired(header) = BitmapInfoHeader{};
     header->biSize = sizeof(BitmapInfoHeader);
     header->biWidth = tileWidth();
     header->biHeight = bottomUp_ ? tileHeight() : -tileHeight();
@@ -135,8 +135,7 @@ void QelDIBDataOrg::makeBitmapInfoHeader(BitmapInfoHeader * header) const {
 }
 
 void QelDIBDataOrg::makeBitmapInfo(BitmapInfo * info) const {
-    if (info == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
-    makeBitmapInfoHeader(&info->header);
+    makeBitmapInfoHeader(&qelRequired(info).header);
     if (numBands() != 1) return;
     std::uint8_t grey = 0;
     for (PaletteEntry & entry : info->palette) {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "QelError.h"
+#include "QelRequired.h"
 
 struct QelSimpleDataOrg::Plan {
     std::vector<QelDataType> types;
@@ -111,10 +112,6 @@ void checkElementSize(QelDataType type) {
     }
 }
 
-void checkPointer(void const * pointer) {
-    if (pointer == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
-}
-
 std::int32_t const * checkedList(std::vector<std::int32_t> const & offsets, int bands) {
     if (bands > 0 && offsets.size() < static_cast<std::size_t>(bands)) {
         qelRaise(QelErrorCode::invalidValue, "A data organization of " + std::to_string(bands) +
@@ -172,7 +169,7 @@ QelSimpleDataOrg::Plan QelSimpleDataOrg::listedPlan(std::int32_t tileWidth, std:
     checkTileSize(tileWidth, tileHeight);
     checkBands(bands);
     checkElementSize(type);
-    if (bands > 0) checkPointer(offsets);
+    if (bands > 0) qelRequired(offsets);
     return {std::vector<QelDataType>(static_cast<std::size_t>(bands), type), ::SPELLED_OUT,
             pixelStride, lineStride, std::vector<std::int32_t>(offsets, offsets + bands)};
 }
@@ -180,7 +177,7 @@ QelSimpleDataOrg::Plan QelSimpleDataOrg::listedPlan(std::int32_t tileWidth, std:
 QelSimpleDataOrg::Plan QelSimpleDataOrg::selectedPlan(QelSimpleDataOrg const & source, int count,
                                                       int const * indices) {
     checkBands(count);
-    if (count > 0) checkPointer(indices);
+    if (count > 0) qelRequired(indices);
     Plan plan{{}, ::SPELLED_OUT, source.pixelStride_, source.lineStride_, {}};
     for (int i = 0; i < count; ++i) {
         auto const band = static_cast<std::size_t>(indices[i]);
@@ -193,7 +190,7 @@ QelSimpleDataOrg::Plan QelSimpleDataOrg::selectedPlan(QelSimpleDataOrg const & s
 QelSimpleDataOrg::Plan QelSimpleDataOrg::resizedPlan(QelSimpleDataOrg const * source,
                                                      std::int32_t tileWidth,
                                                      std::int32_t tileHeight, bool recompute) {
-    checkPointer(source);
+    qelRequired(source);
     checkTileSize(tileWidth, tileHeight);
     Plan plan{source->bandTypes(), source->layout_, source->pixelStride_, source->lineStride_,
               source->bandOffsets_};

@@ -15,6 +15,7 @@
 #include "QelErrorFrames.h"
 #include "QelOutput.h"
 #include "QelReleaseQueue.h"
+#include "QelRequired.h"
 #include "QelSystemConfig.h"
 #include "QelTextStream.h"
 #include "QelThreadWork.h"
@@ -102,7 +103,7 @@ Qel2DImage::Qel2DImage(QelImageOp * op, QelContainerBase * container) : containe
 Qel2DImage::Qel2DImage(QelTileId const & id, QelDataOrg * org, std::int32_t width,
                        std::int32_t height, QelContainerBase * container)
     : container_(container), id_(id) {
-    MoxSmartPtr<QelDataOrg> own = org->clone();
+    MoxSmartPtr<QelDataOrg> own = qelRequired(org).clone();
     if (own->tileWidth() == 0 || own->tileHeight() == 0) {
         MoxSmartPtr<QelDataOrg> const whole =
             own->withSize(std::max(1, width), std::max(1, height));
@@ -114,7 +115,7 @@ Qel2DImage::Qel2DImage(QelTileId const & id, QelDataOrg * org, std::int32_t widt
 }
 
 Qel2DImage::Qel2DImage(QelRectBuffer * buffer) : cacheTiles_(true) {
-    if (!buffer->dataOrg())
+    if (!qelRequired(buffer).dataOrg())
         qelRaise(QelErrorCode::nullPointer, "QelRectBuffer has no data organization");
     QelRect const & rect = buffer->rect();
     std::int64_t const width = std::max<std::int64_t>(buffer->fullWidth(), rect.right() + 1);
@@ -303,7 +304,7 @@ MoxSmartPtr<QelTile> Qel2DImage::createTile(Grid & now, std::int32_t x, std::int
 }
 
 QelTile * Qel2DImage::insertTile(QelTile * tile) {
-    QelTileId const & at = tile->tileId();
+    QelTileId const & at = qelRequired(tile).tileId();
     Grid * now = Grid::Asked::of(*this);
     if (now == nullptr || !now->contains(at.tileX, at.tileY)) {
         now = gridWith(at.tileX, at.tileY, "insertTile");

@@ -7,6 +7,8 @@
 #include "Qel2DImage.h"
 #include "Qel2DImageGrid.h"
 #include "QelErrorFrames.h"
+#include "QelOrgChange.h"
+#include "QelRequired.h"
 #include "QelTextStream.h"
 #include "QelThreadWork.h"
 #include "ZanBorrow.h"
@@ -51,7 +53,7 @@ bool memoryReaches(QelTile const & tile, QelRectBuffer const & buffer) {
 }  // namespace
 
 Qel2DImage::TileIterator::TileIterator(Qel2DImage * image, QelRect const & rect)
-    : image_(image),
+    : image_(&qelRequired(image)),
       keep_(keepIfOwned(image)),
       rect_(rect.intersect(image->imageRect())),
       x_(0),
@@ -291,6 +293,7 @@ std::string Qel2DImage::Filler::whereInLoop() const {
 }
 
 bool Qel2DImage::fillRWBuffer(QelRectBuffer * dest, bool allowCopy) {
+    qelRequired(dest);
     MoxSmartPtr<Qel2DImage> const self = keepIfOwned(this);
     ZanBorrow<QelRectBuffer> const me(dest);
     return Grid::answer(*this, [&](Grid & now) -> std::optional<bool> {
@@ -346,6 +349,7 @@ MoxSmartPtr<QelRectBuffer> Qel2DImage::copyOut(QelRect const & rect) {
 }
 
 void Qel2DImage::shareBuffer(QelRectBuffer * buffer, QelRect const & rect, bool allowCopy) {
+    qelRequired(buffer);
     MoxSmartPtr<Qel2DImage> const self = keepIfOwned(this);
     ZanBorrow<QelRectBuffer> const hold(buffer);
     if (rect.intersect(imageRect()).isEmpty()) return;

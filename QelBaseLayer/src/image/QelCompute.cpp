@@ -4,6 +4,7 @@
 
 #include "QelError.h"
 #include "QelOpResult.h"
+#include "QelRequired.h"
 
 namespace {
 
@@ -28,6 +29,7 @@ bool accepts(QelImageOp & op, QelRectBuffer * buffer, ZanError & status, QelOpCo
 
 void qelCompute(MoxSmartPtr<QelRectBuffer> & result, ZanError & status, QelImageOp * op,
                 QelRectBuffer * buffer, QelOpContext opContext) {
+    qelRequired(op);
     // `result` may hold the very buffer that is to be filled, so it is kept while it is cleared.
     MoxSmartPtr<QelRectBuffer> const previous = std::exchange(result, nullptr);
     // A result that is never produced must not look good.

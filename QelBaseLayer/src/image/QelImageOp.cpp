@@ -2,6 +2,7 @@
 
 #include "QelError.h"
 #include "QelOpResult.h"
+#include "QelRequired.h"
 
 namespace {
 
@@ -76,7 +77,7 @@ bool QelImageOp::acceptsDataOrg(QelDataOrg * org, QelOpContext opContext) {
 }
 
 bool QelImageOp::canFill(QelRectBuffer * buffer, QelOpContext opContext) {
-    return acceptsDataOrg(buffer->dataOrg(), opContext);
+    return acceptsDataOrg(qelRequired(buffer).dataOrg(), opContext);
 }
 
 MoxSmartPtr<QelRectBuffer> QelImageOp::genResult(QelOpContext opContext) {
@@ -91,15 +92,14 @@ MoxSmartPtr<QelRectBuffer> QelImageOp::genResult(QelOpContext opContext) {
 }
 
 void QelImageOp::getTile(QelTile * tile, QelOpContext opContext) {
-    if (tile->isState(QelRenderedItem::complete)) return;
+    if (qelRequired(tile).isState(QelRenderedItem::complete)) return;
     compute(tile, opContext);
     tile->setComplete(true);
 }
 
 // Stands here, since buffers know nothing of ops.
 QelRectBuffer::QelRectBuffer(QelImageOp * op) {
-    if (op == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
-    MoxSmartPtr<QelRectBuffer> const result = op->genResult();
+    MoxSmartPtr<QelRectBuffer> const result = qelRequired(op).genResult();
     if (!result) qelRaise(QelErrorCode::misuse, "QelImageOp::genResult returned no buffer");
     dataBuffer_ = result->dataBuffer_;
     rect_ = result->rect_;

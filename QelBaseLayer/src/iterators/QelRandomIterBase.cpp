@@ -5,9 +5,10 @@
 
 #include "QelError.h"
 #include "QelIterTiles.h"
+#include "QelRequired.h"
 
 QelRandomIterBase::QelRandomIterBase(Qel2DImage * image)
-    : image_(image),
+    : image_(&qelRequired(image)),
       dataOrg_(qelSimpleOrgOf(*image,
                               "QelRandom(Const)Iter requires inputs with data organizations that "
                               "are QelSimpleDataOrg")) {
@@ -28,7 +29,7 @@ QelRandomIterBase::~QelRandomIterBase() = default;
 QelRandomIterBase::QelRandomIterBase(QelRandomIterBase const &) = default;
 
 void QelRandomIterBase::makeTables() {
-    QelRect const & rect = image_->imageRect();
+    QelRect const rect = image_->imageRect();
     std::int32_t tile = 0;
     std::int32_t skipped = 0;
     dataOrg_->tileIndexWithRemainderX(0, tile, skipped);
@@ -59,7 +60,7 @@ QelRandomIterBase::Table QelRandomIterBase::makeTable(std::int32_t size, std::in
 // perhaps, and the organisation's tile size says nothing.
 void QelRandomIterBase::makeTablesOfOneTile() {
     MoxSmartPtr<QelTile> const tile = image_->findTile(0, 0);
-    QelRect const & all = image_->imageRect();
+    QelRect const all = image_->imageRect();
     single_ = tile ? tile->rect() : all;
     columns_ = makeSingleTable(all.width, single_.x, single_.right());
     rows_ = makeSingleTable(all.height, single_.y, single_.bottom());
@@ -127,6 +128,6 @@ void QelRandomIterBase::raiseOutside(char const * axis) {
 }
 
 void QelRandomIterBase::raiseNoTile(std::int32_t x, std::int32_t y) const {
-    QelRect const & all = image_->imageRect();
+    QelRect const all = image_->imageRect();
     qelRaiseNoTile(*image_, x, y, {all.x, all.y, all.right(), all.bottom()});
 }

@@ -5,6 +5,7 @@
 
 #include "QelError.h"
 #include "QelIterTiles.h"
+#include "QelRequired.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ QelRectIterBase::QelRectIterBase(Qel2DImage * image, std::int32_t left, std::int
       top_(top),
       right_(right),
       bottom_(bottom),
-      image_(image),
+      image_(&qelRequired(image)),
       oneTile_(image->tilesAcross() == 1 && image->tilesDown() == 1),
       dataOrg_(qelSimpleOrgOf(*image,
                               "The data organization of an image used in a QelRectConstIter is "
@@ -65,6 +66,9 @@ QelRectIterBase::QelRectIterBase(Qel2DImage * image, QelRect const & rect)
     : QelRectIterBase(image, rect.isEmpty() ? 0 : rect.x, rect.isEmpty() ? 0 : rect.y,
                       rect.isEmpty() ? -1 : edgeOf(rect.right()),
                       rect.isEmpty() ? -1 : edgeOf(rect.bottom())) {}
+
+QelRectIterBase::QelRectIterBase(Qel2DImage * image)
+    : QelRectIterBase(image, qelRequired(image).imageRect()) {}
 
 QelRectIterBase::~QelRectIterBase() = default;
 
@@ -216,7 +220,7 @@ void QelRectIterBase::loadRow(std::int32_t row) {
 // Nothing is computed for a rectangle that leaves the image. The error names the first tile that
 // the walk would miss, by the grid: a single tile is asked for whatever the column.
 void QelRectIterBase::requireInImage(std::int32_t row) const {
-    QelRect const & all = image_->imageRect();
+    QelRect const all = image_->imageRect();
     if (left_ < 0) raiseNoTile(dataOrg_->tileIndexX(left_), row);
     if (right_ > all.right()) {
         raiseNoTile(std::min(dataOrg_->tileIndexX(right_), image_->tilesAcross()), row);

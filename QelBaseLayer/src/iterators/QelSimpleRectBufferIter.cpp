@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "QelError.h"
+#include "QelRequired.h"
 
 namespace {
 
@@ -19,7 +20,7 @@ std::int64_t absolute(std::int64_t value) {
 QelSimpleRectBufferIter::QelSimpleRectBufferIter(QelRectBuffer * buffer, QelRect const & rect,
                                                  std::int32_t loopOrder, bool reverseX,
                                                  bool reverseY, QelSimpleRectBufferIter * next)
-    : buffer_(buffer),
+    : buffer_(&qelRequired(buffer)),
       keep_(buffer->refCount() > 0 ? buffer : nullptr),
       wanted_(rect),
       wantedOrder_(loopOrder),
@@ -28,6 +29,9 @@ QelSimpleRectBufferIter::QelSimpleRectBufferIter(QelRectBuffer * buffer, QelRect
       reverseX_(reverseX),
       reverseY_(reverseY),
       nextIter_(next) {}
+
+QelSimpleRectBufferIter::QelSimpleRectBufferIter(QelRectBuffer * buffer)
+    : QelSimpleRectBufferIter(buffer, qelRequired(buffer).rect()) {}
 
 QelSimpleRectBufferIter::~QelSimpleRectBufferIter() = default;
 

@@ -182,3 +182,17 @@ TEST(QelComputeTest, TakesTheReportWithoutAContextAndPassesItOnElsewhere) {
     qelCompute(&filling, bufferAt(QelRect(0, 0, 4, 4)), 42);
     EXPECT_EQ((Calls{{"canFill", 42}, {"compute", 42}}), filling.calls);
 }
+
+TEST(QelCompute, ANullOpIsRefusedAheadOfAllChanges) {
+    MoxSmartPtr<QelRectBuffer> const buffer = bufferAt(QelRect(0, 0, 2, 2));
+    MoxSmartPtr<QelRectBuffer> result = buffer;
+    ZanError status = QelError(7, "of before", __FILE__, __LINE__);
+    for (QelRectBuffer * const given : {static_cast<QelRectBuffer *>(nullptr), buffer.get()}) {
+        expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                     [&] { qelCompute(result, status, nullptr, given); });
+        EXPECT_EQ(buffer.get(), result.get());
+        expectQelError(status, 7, "of before");
+        expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                     [&] { qelCompute(nullptr, given); });
+    }
+}

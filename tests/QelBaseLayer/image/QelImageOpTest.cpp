@@ -282,7 +282,18 @@ TEST(QelImageOpTest, GetTileComputesAndCompletesATile) {
     EXPECT_EQ(1, op->computes());
 }
 
-TEST(QelImageOpTest, GetTileLeavesATileIncompleteWhenComputeRaises) {
+TEST(QelImageOp, GetTileAndCanFillRefuseNull) {
+    CountingOp op(new GradientOp({.width = 4, .height = 4}));
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                 [&] { op.getTile(nullptr); });
+    EXPECT_EQ(0, op.computes());
+    GradientOp plain({.width = 4, .height = 4});
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                 [&] { plain.canFill(nullptr); });
+    EXPECT_FALSE(plain.acceptsDataOrg(nullptr));
+}
+
+TEST(QelImageOp, GetTileLeavesATileIncompleteWhenComputeRaises) {
     ThrowingOp op({.width = 4, .height = 4}, [] { throw badIndex(); });
     MoxSmartPtr<QelTile> const tile(new QelTile(TestImage().dataOrg(), QelTileId(0, 0)));
 

@@ -54,6 +54,11 @@ TEST_F(QelRandomIterBaseTest, ANewIteratorHasLoadedNothing) {
     EXPECT_EQ(0, op->computes());
 }
 
+TEST_F(QelRandomIterBaseTest, ANullImageRaises4) {
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                 [] { QelRandomIterBase iter(static_cast<Qel2DImage *>(nullptr)); });
+}
+
 TEST_F(QelRandomIterBaseTest, AnImageWhoseOrganisationIsNotSimpleRaises150) {
     image = imageOf(new GradientOp({.width = 9, .height = 9, .org = new DiagonalOrg(9, 9)}));
     expectRaises(QelErrorCode::simpleDataOrgNeeded, noSimpleOrg,

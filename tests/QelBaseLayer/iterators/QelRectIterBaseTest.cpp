@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -7,7 +8,7 @@
 #include "DiagonalOrg.h"
 #include "ExpectError.h"
 #include "ImageTesting.h"
-#include "QelRectIterBase.h"
+#include "QelRectIter.h"
 
 namespace {
 
@@ -54,6 +55,25 @@ TEST_F(QelRectIterBaseTest, TheRectangleMayBeGivenByEdgesOrAsARectangle) {
     EXPECT_EQ(4, iter.top());
     EXPECT_EQ(20, iter.right());
     EXPECT_EQ(18, iter.bottom());
+}
+
+TEST_F(QelRectIterBaseTest, WithoutARectangleItWalksTheWholeImage) {
+    QelRectIterBase const iter(make());
+    EXPECT_EQ(0, iter.left());
+    EXPECT_EQ(0, iter.top());
+    EXPECT_EQ(39, iter.right());
+    EXPECT_EQ(29, iter.bottom());
+    EXPECT_TRUE(iter.done());
+}
+
+TEST_F(QelRectIterBaseTest, ANullImageRaises4) {
+    std::string const text = "Argument is a NULL pointer";
+    expectRaises(QelErrorCode::nullPointer, text, [] { QelRectIterBase(nullptr, 0, 0, 1, 1); });
+    expectRaises(QelErrorCode::nullPointer, text, [] { QelRectIterBase(nullptr, QelRect()); });
+    expectRaises(QelErrorCode::nullPointer, text,
+                 [] { QelRectIterBase iter(static_cast<Qel2DImage *>(nullptr)); });
+    expectRaises(QelErrorCode::nullPointer, text,
+                 [] { QelRectConstIter<std::uint8_t> iter(static_cast<Qel2DImage *>(nullptr)); });
 }
 
 TEST_F(QelRectIterBaseTest, AnEmptyRectangleIsDoneAtOnceAndRaisesNothing) {

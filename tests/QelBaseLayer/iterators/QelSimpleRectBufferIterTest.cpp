@@ -9,8 +9,8 @@
 #include "ExpectError.h"
 #include "FaultySystem.h"
 #include "ImageTesting.h"
+#include "QelRectBufferIter.h"
 #include "QelSimpleDataOrg.h"
-#include "QelSimpleRectBufferIter.h"
 
 namespace {
 
@@ -68,7 +68,25 @@ TEST(QelSimpleRectBufferIterTest, IsDoneUntilItIsInitialized) {
     EXPECT_EQ(6, iter.loopOrder());
 }
 
-TEST(QelSimpleRectBufferIterTest, AutomaticOrderOfTheLayouts) {
+TEST(QelSimpleRectBufferIter, WithoutARectangleItWalksTheWholeBuffer) {
+    MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(LINE_INTERLEAVED, 3, QelRect(7, -8, 6, 5));
+    Iter iter(buffer);
+    EXPECT_TRUE(iter.done());
+    iter.initialize();
+    EXPECT_EQ(buffer->rect(), iter.rect());
+    EXPECT_EQ(90U, addressesOf(iter).size());
+}
+
+TEST(QelSimpleRectBufferIter, ANullBufferRaises4) {
+    QelRectBuffer * const none = nullptr;
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                 [&] { Iter iter(none, QelRect(0, 0, 9, 9)); });
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer", [&] { Iter iter(none); });
+    expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
+                 [&] { QelRectBufferIter<std::uint8_t> iter(none); });
+}
+
+TEST(QelSimpleRectBufferIter, AutomaticOrderOfTheLayouts) {
     struct Row {
         QelLayout layout;
         std::int32_t order;
