@@ -85,14 +85,18 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     Qel2DImage(QelTileId const & id, QelImageOp * op, QelContainerBase * container);
     explicit Qel2DImage(QelImageOp * op, QelContainerBase * container = nullptr);
 
-    // With a given size and organisation and no op. An organisation of tile size 0 gets one tile
-    // of the image's size at (0,0).
+    // With a given size and no op, in a clone of `org`. An organisation of tile size 0 gets one
+    // tile of the image's size at (0,0). Raises nullPointer (4) for a null `org`, unsupported (9)
+    // for one of tile size 0 that cannot be resized, and invalidValue (13) for a grid of more than
+    // 2^31 tiles.
     Qel2DImage(QelTileId const & id, QelDataOrg * org, std::int32_t width, std::int32_t height,
                QelContainerBase * container);
 
     // One tile that shares the memory of `buffer`, complete if that is allocated. The image
     // reaches from (0,0) to the buffer's right and bottom edge, or to its full size if that is
-    // larger.
+    // larger. Raises nullPointer (4) for null and for a buffer without organisation, unsupported
+    // (9) for one whose organisation does not let a tile share the memory, and invalidValue (13)
+    // for an image that is too large.
     explicit Qel2DImage(QelRectBuffer * buffer);
 
     Qel2DImage(Qel2DImage const &) = delete;
@@ -104,10 +108,16 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     // Establishes size and grid from the op; nothing without one. The tile size is the report's
     // (the image's, where that is 0), limited and lifted as QelSystemConfig says, provided that the
     // op accepts it; the grid is anchored so that tile (0,0) holds pixel (0,0). Raises misuse (3)
-    // for a bad report and for a size that is not the one of the image's id.
+    // for a bad report and for a size that is not the one of the image's id, unsupported (9) for
+    // an organisation without a tile size that cannot be resized, and invalidValue (13) for a grid
+    // of more than 2^31 tiles.
     void initialize();
 
-    // Fills `info`; false, with the status misuse (3), when the size cannot be determined.
+    // Fills `info`, with a status of code 0; false, with the status misuse (3), when the size cannot
+    // be determined. What `info` takes over is the size, the number of bands, their element type,
+    // and the size and origin of the tiles. Its organisation keeps its own class and layout: for the
+    // strides and offsets of the image ask dataOrg(). computed() keeps its value too. Raises
+    // unsupported (9) when that organisation cannot be changed so.
     bool outputInfo(QelImageInfo & info);
 
     // Replaces the op and initializes. An unchanged grid keeps its tiles.
@@ -134,7 +144,8 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
 
     // The pixels of `rect`: a view of the tile that holds them all; else, with `allowCopy`, a new
     // buffer of the requested size, zero outside the image; without it the view of what lies in
-    // one tile, or null. Null too when `rect` misses the image.
+    // one tile, or null. Null too when `rect` misses the image. Raises unsupported (9) for a new
+    // buffer larger than a tile when the organisation cannot be resized.
     MoxSmartPtr<QelRectBuffer> getData(QelRect const & rect, bool allowCopy);
 
     // Fills the part of `dest` that lies in the image, by the cheapest way there is: a tile's

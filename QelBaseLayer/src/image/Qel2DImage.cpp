@@ -13,6 +13,7 @@
 #include "QelCoreMisc.h"
 #include "QelError.h"
 #include "QelErrorFrames.h"
+#include "QelOrgChange.h"
 #include "QelOutput.h"
 #include "QelReleaseQueue.h"
 #include "QelRequired.h"
@@ -38,15 +39,27 @@ std::int32_t anchor(std::int32_t origin, std::int32_t size) {
     return static_cast<std::int32_t>(o < 1 ? -((-o) % s) : (o - 1) % s - s + 1);
 }
 
-MoxSmartPtr<QelDataOrg> anchored(MoxSmartPtr<QelDataOrg> const & org) {
-    return org->withOrigin(anchor(org->originX(), org->tileWidth()),
-                           anchor(org->originY(), org->tileHeight()));
+MoxSmartPtr<QelDataOrg> movedTo(QelDataOrg const & org, std::int32_t x, std::int32_t y) {
+    return qelRequireChanged(org.withOrigin(x, y), org, "origin");
+}
+
+MoxSmartPtr<QelDataOrg> anchored(QelDataOrg const & org) {
+    return movedTo(org, anchor(org.originX(), org.tileWidth()),
+                   anchor(org.originY(), org.tileHeight()));
+}
+
+// One tile for the whole of an image. Nothing else would do for an organisation without a tile
+// size: such a tile has no memory.
+MoxSmartPtr<QelDataOrg> wholeImageOrg(QelDataOrg const & org, std::int32_t width,
+                                      std::int32_t height) {
+    return qelRequireChanged(org.withSize(std::max(1, width), std::max(1, height)), org,
+                             "tile size");
 }
 
 // An organisation whose op refused tiles of w by h: anchored as these would have been, and then as
 // its own size demands, so that its tile (0,0) holds pixel (0,0).
 MoxSmartPtr<QelDataOrg> anchoredTwice(QelDataOrg const & org, std::int32_t w, std::int32_t h) {
-    return anchored(org.withOrigin(anchor(org.originX(), w), anchor(org.originY(), h)));
+    return anchored(*movedTo(org, anchor(org.originX(), w), anchor(org.originY(), h)));
 }
 
 // The organisation of an image's grid. A tile size that is not decided becomes the image's; then
@@ -61,12 +74,11 @@ MoxSmartPtr<QelDataOrg> gridOrg(QelImageInfo const & info, QelImageOp & op, QelO
         clampTile(w, QelSystemConfig::minTileWidth, QelSystemConfig::maxTileWidth);
     std::int32_t const clampedH =
         clampTile(h, QelSystemConfig::minTileHeight, QelSystemConfig::maxTileHeight);
-    if (clampedW == org->tileWidth() && clampedH == org->tileHeight()) return anchored(org);
+    if (clampedW == org->tileWidth() && clampedH == org->tileHeight()) return anchored(*org);
     MoxSmartPtr<QelDataOrg> const resized = org->withSize(clampedW, clampedH);
-    if (resized && op.acceptsDataOrg(resized, context)) return anchored(resized);
+    if (resized && op.acceptsDataOrg(resized, context)) return anchored(*resized);
     if (decided) return anchoredTwice(*org, clampedW, clampedH);
-    MoxSmartPtr<QelDataOrg> const whole = org->withSize(std::max(1, w), std::max(1, h));
-    return anchored(whole ? whole : org);
+    return anchored(*wholeImageOrg(*org, w, h));
 }
 
 // The item as a tile, or null; cheaper than a dynamic_cast in the usual case.
@@ -105,11 +117,9 @@ Qel2DImage::Qel2DImage(QelTileId const & id, QelDataOrg * org, std::int32_t widt
     : container_(container), id_(id) {
     MoxSmartPtr<QelDataOrg> own = qelRequired(org).clone();
     if (own->tileWidth() == 0 || own->tileHeight() == 0) {
-        MoxSmartPtr<QelDataOrg> const whole =
-            own->withSize(std::max(1, width), std::max(1, height));
-        own = (whole ? whole : own)->withOrigin(0, 0);
+        own = movedTo(*wholeImageOrg(*own, width, height), 0, 0);
     } else {
-        own = anchored(own);
+        own = anchored(*own);
     }
     adoptGrid(std::make_unique<Grid>(own, width, height));
 }
@@ -125,7 +135,7 @@ Qel2DImage::Qel2DImage(QelRectBuffer * buffer) : cacheTiles_(true) {
                                                  std::to_string(height) + " pixels is too large");
     }
     QelRect const whole(0, 0, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height));
-    adoptGrid(Grid::ofOneTile(buffer->dataOrg()->withOrigin(rect.x, rect.y), whole, rect));
+    adoptGrid(Grid::ofOneTile(movedTo(*buffer->dataOrg(), rect.x, rect.y), whole, rect));
     if (grid().count() > 0) wrap(*buffer);
 }
 
@@ -135,7 +145,11 @@ void Qel2DImage::wrap(QelRectBuffer & buffer) {
     MoxSmartPtr<QelRectBuffer> const inside = buffer.subBuffer(imageRect());
     MoxSmartPtr<QelTile> const tile = new QelTile(grid().org, QelTileId(0, 0));
     tile->setRect(inside->rect());
-    tile->shareData(*inside, true);
+    if (!tile->shareData(*inside, true)) {
+        qelRaise(QelErrorCode::unsupported,
+                 std::string("The data organization ") + QelCoreMisc::classNameOf(*grid().org) +
+                     " does not let a tile share the memory of a buffer");
+    }
     if (inside->isAllocated()) tile->setComplete(true);
     place(grid(), tile);
 }

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "Qel2DImage.h"
 #include "Qel2DImageGrid.h"
@@ -48,6 +49,15 @@ auto framed(Qel2DImage const & image, Body body, Action action) {
 // which it asks for, and than a tile.
 bool memoryReaches(QelTile const & tile, QelRectBuffer const & buffer) {
     return !buffer.dataBuffer() || buffer.dataBuffer()->size() <= tile.dataBuffer()->size();
+}
+
+// The organisation of a copy of `rect`. A client's own that cannot be resized will do as it is
+// where one tile of it has the room.
+MoxSmartPtr<QelDataOrg> orgOfSize(QelDataOrg const & org, QelRect const & rect) {
+    MoxSmartPtr<QelDataOrg> resized = org.withSize(rect.width, rect.height);
+    bool const fits = rect.width <= org.tileWidth() && rect.height <= org.tileHeight();
+    if (!resized && fits) return org.clone();
+    return qelRequireChanged(std::move(resized), org, "size");
 }
 
 }  // namespace
@@ -331,9 +341,8 @@ MoxSmartPtr<QelRectBuffer> Qel2DImage::getData(QelRect const & rect, bool allowC
 // nothing to compute them with.
 MoxSmartPtr<QelRectBuffer> Qel2DImage::copyOut(QelRect const & rect) {
     Grid & now = grid();
-    MoxSmartPtr<QelDataOrg> const org = now.org->withSize(rect.width, rect.height);
-    MoxSmartPtr<QelRectBuffer> const buffer = new QelRectBuffer(
-        org ? org : now.org, rect.x, rect.y, rect.width, rect.height, nullptr, true, true);
+    MoxSmartPtr<QelRectBuffer> const buffer =
+        new QelRectBuffer(orgOfSize(*now.org, rect), rect.x, rect.y, rect.width, rect.height);
     return framed(
         *this,
         [&] {

@@ -356,9 +356,10 @@ TEST(Qel2DImageSetupTest, DescribeTellsAllInLines) {
         imageOf(nullptr)->describe());
 }
 
-TEST(Qel2DImageSetupTest, DescribeTellsTheImagesSizeForAnUndecidedTileSize) {
-    TestImage report{.width = 30, .height = 20};
-    report.org = new RigidDataOrg(0, 0, {QelDataType::UChar});
+TEST(Qel2DImageSetup, DescribeTellsTheImagesSizeForAnUndecidedTileSize) {
+    MoxSmartPtr<QelDataOrg> const org =
+        new QelSimpleDataOrg(0, 0, QelDataType::UChar, 1, std::vector<std::int32_t>{0}, 1, 30);
+    MoxSmartPtr<QelRectBuffer> const buffer = new QelRectBuffer(org, 0, 0, 30, 20);
     EXPECT_EQ(
         "Qel2DImage with\n"
         "    origin:         (0,0)\n"
