@@ -22,33 +22,43 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     // An empty rectangle, with one byte of one-band UChar to come.
     QelRectBuffer();
 
-    // The whole result of `op` (QelImageOp::genResult); raises what that raises.
+    // The whole result of `op` (QelImageOp::genResult); raises what that raises, and nullPointer
+    // (4) for null.
     explicit QelRectBuffer(QelImageOp * op);
 
     // In all that follow: `memory` is the caller's memory, which the buffer wraps and frees if
-    // `ownsData` (see QelDataBuffer), or null for memory to be allocated when it is needed. For
-    // memory to come and a negative stride the data offset is such that the lowest address
-    // reached lies inside the buffer. Raise what the organisation raises.
+    // `ownsData` (see QelDataBuffer). That has no default: an array on a stack is the caller's to
+    // free, memory from ::operator new may be handed over. Without `memory`, or with null, the
+    // buffer allocates its own when it is needed. For memory to come and a negative stride the
+    // data offset is such that the lowest address reached lies inside the buffer. Raise what the
+    // organisation raises.
 
     // At (0,0), with the standard organisation of `layout`.
     QelRectBuffer(std::int32_t width, std::int32_t height, int bands, QelLayout layout,
-                  QelDataType type, void * memory = nullptr, bool ownsData = true);
+                  QelDataType type);
+    QelRectBuffer(std::int32_t width, std::int32_t height, int bands, QelLayout layout,
+                  QelDataType type, void * memory, bool ownsData);
     // The same with the organisation's origin at the corner of `rect`.
+    QelRectBuffer(QelRect const & rect, int bands, QelLayout layout, QelDataType type);
     QelRectBuffer(QelRect const & rect, int bands, QelLayout layout, QelDataType type,
-                  void * memory = nullptr, bool ownsData = true);
+                  void * memory, bool ownsData);
     // The same, with the pixels `offset` bytes into at least `minBytes` of memory to come.
     QelRectBuffer(std::int64_t minBytes, std::int64_t offset, QelRect const & rect, int bands,
                   QelLayout layout, QelDataType type);
-    // With a clone of `org`, or with `org` itself. A width or height of -1 means its tile size.
-    // Raises nullPointer (4) for a null `org`.
+    // With a clone of `org`, which is only looked at and stays the caller's: one that nobody counts
+    // is not deleted. With `cloneOrg` false the buffer shares `org` itself and becomes one of its
+    // owners, maybe the only one. A width or height of -1 means its tile size. Raises nullPointer
+    // (4) for a null `org`.
     QelRectBuffer(QelDataOrg * org, std::int32_t x, std::int32_t y, std::int32_t width,
-                  std::int32_t height, void * memory = nullptr, bool ownsData = true,
-                  bool cloneOrg = true);
-    // With a clone of `org`, enlarged to `rect` if it is smaller. A null `org` leaves the buffer
-    // without organisation and memory: what needs them raises nullPointer (4), or
-    // unexpectedException (10) where it would allocate.
-    QelRectBuffer(QelDataOrg * org, QelRect const & rect, void * memory = nullptr,
-                  bool ownsData = true);
+                  std::int32_t height);
+    QelRectBuffer(QelDataOrg * org, std::int32_t x, std::int32_t y, std::int32_t width,
+                  std::int32_t height, void * memory, bool ownsData, bool cloneOrg = true);
+    // With a clone of `org`, which stays the caller's, enlarged to `rect` if it is smaller; raises
+    // unsupported (9) for one that cannot be. A null `org` leaves the buffer without organisation
+    // and memory: what needs them raises nullPointer (4), or unexpectedException (10) where it
+    // would allocate.
+    QelRectBuffer(QelDataOrg * org, QelRect const & rect);
+    QelRectBuffer(QelDataOrg * org, QelRect const & rect, void * memory, bool ownsData);
 
     // A view of the same memory.
     QelRectBuffer(QelRectBuffer const & other);

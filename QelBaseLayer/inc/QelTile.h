@@ -15,9 +15,10 @@ class QelThreadWork;
 class QEL_API QelTile : public QelRectBuffer {
   public:
     // The tile `id` of the grid of `org`, which is shared. A tile that starts left of or above the
-    // image is clipped to it; its storage stays a full tile. Raises nullPointer (4) for a null
-    // `org`.
-    QelTile(QelDataOrg * org, QelTileId const & id, void * memory = nullptr, bool ownsData = true);
+    // image is clipped to it; its storage stays a full tile. `memory` and `ownsData` are as for a
+    // rect buffer. Raises nullPointer (4) for a null `org`.
+    QelTile(QelDataOrg * org, QelTileId const & id);
+    QelTile(QelDataOrg * org, QelTileId const & id, void * memory, bool ownsData);
 
     // Shares the memory; belongs to no image.
     QelTile(QelTile const & other);

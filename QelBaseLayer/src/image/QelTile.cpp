@@ -22,6 +22,8 @@ std::int32_t countBelowZero(std::int32_t start, std::int32_t length) {
 
 }  // namespace
 
+QelTile::QelTile(QelDataOrg * org, QelTileId const & id) : QelTile(org, id, nullptr, true) {}
+
 QelTile::QelTile(QelDataOrg * org, QelTileId const & id, void * memory, bool ownsData)
     : QelRectBuffer(org, 0, 0, -1, -1, memory, ownsData, false), id_(id) {
     QelRect const whole = org->tileRect(id.tileX, id.tileY);

@@ -11,6 +11,7 @@
 #include "QelErrorFrames.h"
 #include "QelOrgChange.h"
 #include "QelOutput.h"
+#include "QelRequired.h"
 #include "QelSimpleDataOrg.h"
 #include "QelSystemConfig.h"
 #include "QelTextStream.h"
@@ -61,12 +62,6 @@ MoxSmartPtr<QelDataOrg> standardOrg(QelRect const & rect, int bands, QelLayout l
     return rect.x == 0 && rect.y == 0 ? org : org->withOrigin(rect.x, rect.y);
 }
 
-// Ahead of everything else that a constructor does with its argument.
-QelDataOrg const & givenOrg(QelDataOrg const * org) {
-    if (org == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
-    return *org;
-}
-
 // A width or height of -1 stands for the tile's.
 QelRect rectInTile(QelDataOrg const & org, std::int32_t x, std::int32_t y, std::int32_t width,
                    std::int32_t height) {
@@ -101,8 +96,15 @@ QelRectBuffer::QelRectBuffer()
 }
 
 QelRectBuffer::QelRectBuffer(std::int32_t width, std::int32_t height, int bands, QelLayout layout,
+                             QelDataType type)
+    : QelRectBuffer(width, height, bands, layout, type, nullptr, true) {}
+
+QelRectBuffer::QelRectBuffer(std::int32_t width, std::int32_t height, int bands, QelLayout layout,
                              QelDataType type, void * memory, bool ownsData)
     : QelRectBuffer(QelRect(0, 0, width, height), bands, layout, type, memory, ownsData) {}
+
+QelRectBuffer::QelRectBuffer(QelRect const & rect, int bands, QelLayout layout, QelDataType type)
+    : QelRectBuffer(rect, bands, layout, type, nullptr, true) {}
 
 QelRectBuffer::QelRectBuffer(QelRect const & rect, int bands, QelLayout layout, QelDataType type,
                              void * memory, bool ownsData)
@@ -121,11 +123,18 @@ QelRectBuffer::QelRectBuffer(std::int64_t minBytes, std::int64_t offset, QelRect
 }
 
 QelRectBuffer::QelRectBuffer(QelDataOrg * org, std::int32_t x, std::int32_t y, std::int32_t width,
+                             std::int32_t height)
+    : QelRectBuffer(org, x, y, width, height, nullptr, true) {}
+
+QelRectBuffer::QelRectBuffer(QelDataOrg * org, std::int32_t x, std::int32_t y, std::int32_t width,
                              std::int32_t height, void * memory, bool ownsData, bool cloneOrg)
-    : rect_(rectInTile(givenOrg(org), x, y, width, height)),
+    : rect_(rectInTile(qelRequired(org), x, y, width, height)),
       dataOrg_(cloneOrg ? org->clone() : MoxSmartPtr<QelDataOrg>(org)) {
     setMemory(memory, ownsData);
 }
+
+QelRectBuffer::QelRectBuffer(QelDataOrg * org, QelRect const & rect)
+    : QelRectBuffer(org, rect, nullptr, true) {}
 
 QelRectBuffer::QelRectBuffer(QelDataOrg * org, QelRect const & rect, void * memory, bool ownsData)
     : rect_(rect), dataOrg_(orgFor(org, rect)) {

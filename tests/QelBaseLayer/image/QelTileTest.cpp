@@ -5,6 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -83,7 +84,11 @@ TEST(QelTileTest, ANullOrganisationIsRefused) {
                  [] { QelTile const tile(nullptr, QelTileId(0, 0)); });
 }
 
-TEST(QelTileTest, UsesTheCallersMemory) {
+// Whether it is to be freed is the caller's to say.
+static_assert(std::is_constructible_v<QelTile, QelDataOrg *, QelTileId, void *, bool>);
+static_assert(!std::is_constructible_v<QelTile, QelDataOrg *, QelTileId, void *>);
+
+TEST(QelTile, UsesTheCallersMemory) {
     std::vector<std::uint8_t> memory(16 * 8 * 3, 7);
     {
         MoxSmartPtr<QelDataOrg> const org = TestImage{.tileWidth = 16, .tileHeight = 8}.dataOrg();

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -59,6 +60,18 @@ class QelRectBufferMemoryTest : public testing::Test {
 
     std::vector<std::uint8_t> memory_ = std::vector<std::uint8_t>(10'000);
 };
+
+// Whether a caller's memory is to be freed is the caller's to say.
+template <class... Arguments>
+constexpr bool takesMemoryOnlyWithAnOwner =
+    std::is_constructible_v<QelRectBuffer, Arguments...> &&
+        std::is_constructible_v<QelRectBuffer, Arguments..., void *, bool> &&
+    !std::is_constructible_v<QelRectBuffer, Arguments..., void *>;
+
+static_assert(takesMemoryOnlyWithAnOwner<int, int, int, QelLayout, QelDataType>);
+static_assert(takesMemoryOnlyWithAnOwner<QelRect, int, QelLayout, QelDataType>);
+static_assert(takesMemoryOnlyWithAnOwner<QelDataOrg *, int, int, int, int>);
+static_assert(takesMemoryOnlyWithAnOwner<QelDataOrg *, QelRect>);
 
 TEST_F(QelRectBufferMemoryTest, GetDataAllocatesOnce) {
     QelRectBuffer buffer(0, 6, QelRect(0, 0, 4, 4), 1, PIXEL_INTERLEAVED, QelDataType::UChar);
