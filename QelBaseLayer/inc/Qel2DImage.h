@@ -166,7 +166,7 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     std::int32_t tilesAcross() const;
     std::int32_t tilesDown() const;
     // (0, 0, width, height), in pixels.
-    QelRect const & imageRect() const;
+    QelRect imageRect() const;
     QelContainerBase * container() const { return container_; }
     // The resolution that the image was made for; null when none was given.
     QelTileId const * id() const { return id_ ? &*id_ : nullptr; }

@@ -22,7 +22,7 @@ class MockContainer : public QelContainerBase {
   public:
     std::function<MoxSmartPtr<QelTile>(Qel2DImage *, std::int32_t, std::int32_t)> onCreateTile =
         [](Qel2DImage * image, std::int32_t x, std::int32_t y) {
-            QelRect const & whole = image->imageRect();
+            QelRect const whole = image->imageRect();
             MoxSmartPtr<QelTile> const tile(
                 new QelTile(image->dataOrg(), QelTileId(x, y, whole.width, whole.height)));
             image->insertTile(tile);

@@ -45,7 +45,7 @@ void printRegion(QelRect const & pixels) {
 }
 
 void print(Picture const & picture) {
-    QelRect const & size = picture.image->imageRect();
+    QelRect const size = picture.image->imageRect();
     MoxSmartPtr<QelDataOrg> const org = picture.image->dataOrg();
     std::int64_t const bytes = size.area() * org->numBands() * org->precision().size();
     std::cout << "picture:            " << picture.name

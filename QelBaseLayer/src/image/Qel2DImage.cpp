@@ -258,7 +258,7 @@ std::int32_t Qel2DImage::tilesAcross() const {
 std::int32_t Qel2DImage::tilesDown() const {
     return grid().down;
 }
-QelRect const & Qel2DImage::imageRect() const {
+QelRect Qel2DImage::imageRect() const {
     return grid().rect;
 }
 bool Qel2DImage::computing() const {

@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -159,7 +160,16 @@ TEST_P(Qel2DImageSetOpTest, AReplacedOpIsReleased) {
     EXPECT_EQ(QelRect(0, 0, 3, 2), image->imageRect());
 }
 
-TEST_P(Qel2DImageSetOpTest, AnImageWithoutOpLearnsItsSize) {
+TEST_P(Qel2DImageSetOp, ARectangleOfBeforeStaysWhatItWas) {
+    MoxSmartPtr<Qel2DImage> const image = smallImage();
+    static_assert(std::is_same_v<QelRect, decltype(image->imageRect())>);
+    QelRect const & before = image->imageRect();
+    image->setOp(new GradientOp({.width = 3, .height = 2}));
+    EXPECT_EQ(report.rect(), before);
+    EXPECT_EQ(QelRect(0, 0, 3, 2), image->imageRect());
+}
+
+TEST_P(Qel2DImageSetOp, AnImageWithoutOpLearnsItsSize) {
     MoxSmartPtr<Qel2DImage> const image = imageOf(nullptr);
     image->setCacheTiles(GetParam());
     image->setOp(new GradientOp(report));
