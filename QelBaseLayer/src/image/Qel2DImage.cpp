@@ -243,6 +243,7 @@ bool Qel2DImage::outputInfo(QelImageInfo & info) {
     info.setPrecision(now.org->precision());
     info.setTileSize(now.org->tileWidth(), now.org->tileHeight());
     info.setOrigin(now.org->originX(), now.org->originY());
+    info.setStatus(QelImageInfo().status());  // a bad one may be left of an earlier report
     return true;
 }
 

@@ -315,7 +315,16 @@ TEST(Qel2DImageSetupTest, OutputInfoTellsWhatTheImageIs) {
     EXPECT_EQ(BAND_INTERLEAVED, used.layout());
 }
 
-TEST(Qel2DImageSetupTest, OutputInfoOfNoImageIsABadStatus) {
+TEST(Qel2DImageSetup, OutputInfoClearsABadStatusOfBefore) {
+    MoxSmartPtr<Qel2DImage> const image = imageOf(new GradientOp({.width = 300, .height = 200}));
+    QelImageInfo info;
+    info.setStatus(QelError(7, "of another image", __FILE__, __LINE__));
+    EXPECT_TRUE(image->outputInfo(info));
+    EXPECT_EQ(0, info.status().getErrcode());
+    EXPECT_STREQ(QelImageInfo().status().getMsg(), info.status().getMsg());
+}
+
+TEST(Qel2DImageSetup, OutputInfoOfNoImageIsABadStatus) {
     QelImageInfo info;
     EXPECT_FALSE(imageOutputInfo(nullptr, info));
     expectQelError(info.status(), QelErrorCode::misuse, "The op does not refer to any Qel2DImage");
