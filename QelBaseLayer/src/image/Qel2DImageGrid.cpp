@@ -1,9 +1,16 @@
 #include "Qel2DImageGrid.h"
 
-#include <limits>
+#include <cstdint>
 #include <string>
 
 #include "QelError.h"
+
+namespace {
+
+// A fixed bound, and not what memory there is: what is refused depends on the image alone.
+constexpr std::int64_t mostTiles = std::int64_t{1} << 31;
+
+}  // namespace
 
 Qel2DImage::Grid::Grid(MoxSmartPtr<QelDataOrg> organisation, std::int32_t width,
                        std::int32_t height)
@@ -31,10 +38,10 @@ std::unique_ptr<Qel2DImage::Grid> Qel2DImage::Grid::ofOneTile(MoxSmartPtr<QelDat
 }
 
 void Qel2DImage::Grid::makeSlots() {
-    constexpr auto most = std::numeric_limits<std::int64_t>::max() / std::int64_t{sizeof(Slot)};
-    if (across > 0 && down > most / across) {
-        qelRaise(QelErrorCode::invalidValue, "A grid of " + std::to_string(across) + " by " +
-                                                 std::to_string(down) + " tiles is too large");
+    if (across > 0 && down > mostTiles / across) {
+        qelRaise(QelErrorCode::invalidValue,
+                 "A grid of " + std::to_string(across) + " by " + std::to_string(down) +
+                     " tiles is too large: the most is " + std::to_string(mostTiles) + " tiles");
     }
     if (across < 1 || down < 1) {
         across = 0;

@@ -283,11 +283,23 @@ TEST(Qel2DImageSetupTest, AnImageWithoutOpAndWithoutTileSizeIsOneTile) {
     }
 }
 
-TEST(Qel2DImageSetupTest, AGridTooLargeToCountRaises13) {
-    TestImage const report{.width = most, .height = most, .tileWidth = 1, .tileHeight = 1};
-    expectRaises(QelErrorCode::invalidValue,
-                 "A grid of 2147483647 by 2147483647 tiles is too large",
-                 [&report] { imageWithoutOp(report); });
+// Ahead of any attempt to get the memory, which would tell by a bad_alloc.
+TEST(Qel2DImageSetup, AGridOfMoreThan2To31TilesRaises13) {
+    struct Row {
+        std::int32_t width, height;
+    };
+    constexpr std::int32_t million = 1 << 20;
+    TileLimits const limits(1, 1000);
+    for (Row const & row : {Row{most, most}, Row{512 * million, million}, Row{2, most}}) {
+        TestImage const report{
+            .width = row.width, .height = row.height, .tileWidth = 1, .tileHeight = 1};
+        std::string const text = "A grid of " + std::to_string(row.width) + " by " +
+                                 std::to_string(row.height) +
+                                 " tiles is too large: the most is 2147483648 tiles";
+        expectRaises(QelErrorCode::invalidValue, text, [&report] { imageWithoutOp(report); });
+        expectRaises(QelErrorCode::invalidValue, text,
+                     [&report] { imageOf(new GradientOp(report)); });
+    }
 }
 
 TEST(Qel2DImageSetupTest, OutputInfoTellsWhatTheImageIs) {
@@ -380,7 +392,7 @@ TEST(Qel2DImageSetup, DescribeTellsTheImagesSizeForAnUndecidedTileSize) {
         "    tile height:     20\n"
         "    2D op pointer:   NULL\n"
         "    container:       NULL",
-        imageWithoutOp(report)->describe());
+        Qel2DImage(buffer.get()).describe());
 }
 
 TEST(Qel2DImageSetupTest, PrintIsOneLine) {
