@@ -8,21 +8,20 @@
 
 #include "QelClients.h"
 
-class TurnOp : public QelImageOp {
+class TurnOp : public QelOneInputOp {
   public:
     TurnOp(MoxSmartPtr<Qel2DImage> input, double angle)
-        : input_(std::move(input)), cos_(std::cos(angle)), sin_(std::sin(angle)) {}
+        : QelOneInputOp(std::move(input)), cos_(std::cos(angle)), sin_(std::sin(angle)) {}
 
-    bool genOutputInfo(QelImageInfo & info, QelOpContext) override {
-        return imageOutputInfo(input_, info);
-    }
+  protected:
+    bool supports(QelDataType type) const override { return type == QelDataType::UChar; }
 
     // May be called by several threads at once, so each call has its own iterators.
-    void compute(QelRectBuffer * buffer, QelOpContext) override {
-        QelRect const & rect = buffer->rect();
-        QelRect const & all = input_->imageRect();
-        QelRandomConstIter<std::uint8_t> from(input_);
-        QelRectBufferIter<std::uint8_t> to(buffer, rect, QelSimpleRectBufferIter::bandPixelLine);
+    void computeRect(int, QelRectBuffer & buffer, QelRect const & rect,
+                     QelOpContext) const override {
+        QelRect const all = input()->imageRect();
+        QelRandomConstIter<std::uint8_t> from(input());
+        QelRectBufferIter<std::uint8_t> to(&buffer, rect, QelSimpleRectBufferIter::bandPixelLine);
         to.initialize();
         for (int y = rect.y; y <= rect.bottom(); ++y) {
             for (int x = rect.x; x <= rect.right(); ++x) {
@@ -31,14 +30,13 @@ class TurnOp : public QelImageOp {
                 auto const fromX = static_cast<int>(std::lround(x - dx + cos_ * dx + sin_ * dy));
                 auto const fromY = static_cast<int>(std::lround(y - dy - sin_ * dx + cos_ * dy));
                 bool const inside = all.contains(fromX, fromY);
-                for (int band = 0; band < buffer->numBands(); ++band, to.next())
+                for (int band = 0; band < buffer.numBands(); ++band, to.next())
                     to.set(inside ? from.get(fromX, fromY, band) : 0);  // black around it
             }
         }
     }
 
   private:
-    MoxSmartPtr<Qel2DImage> input_;
     double cos_, sin_;
 };
 

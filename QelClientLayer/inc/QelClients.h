@@ -10,6 +10,7 @@
 #include "QelJpegReaderOp.h"
 #include "QelLinearOp.h"
 #include "QelNeighbourOp.h"
+#include "QelOneInputOp.h"
 #include "QelOpCatalog.h"
 #include "QelPictureReaderOp.h"
 #include "QelPictureWriter.h"

@@ -4,14 +4,12 @@
 #include <memory>
 
 #include "MoxSmartPtr.h"
-#include "Qel2DImage.h"
-#include "QelImageOp.h"
+#include "QelOneInputOp.h"
 #include "QelPixelRows.h"
 
 // Base of operations that make each element of a pixel from the same element of the pixels around
 // it, in a square of 2 * reach + 1 pixels a side, in one input image and in the same way for all
-// bands. At the edges of the image the outermost pixels are repeated. The result has the size, the
-// bands, the element type and the tile grid of the input.
+// bands. At the edges of the image the outermost pixels are repeated.
 //
 // A tile of the result needs the rims of the eight tiles around it in the input. The operation
 // keeps the input tiles that it used last, about as many rows of them as the square touches, so
@@ -19,21 +17,10 @@
 // the operation. A buffer to compute must not overlap the memory of the input.
 //
 // Clients derive from it and implement changeElements(). Thread-safe, as changeElements() must be.
-class QEL_API QelNeighbourOp : public QelImageOp {
+class QEL_API QelNeighbourOp : public QelOneInputOp {
   public:
     ~QelNeighbourOp() override;
-    using QelImageOp::operator=;
-
-    MoxSmartPtr<Qel2DImage> input() const { return input_; }
-
-    // The input's report, or a bad one with status unsupportedDataType (118) for an element type
-    // that supports() refuses.
-    bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
-
-    // Raises wrongPixelFormat (119) for a buffer of another element type or number of bands,
-    // simpleDataOrgNeeded (150) for one whose organisation is not a QelSimpleDataOrg, and whatever
-    // computing the input raises.
-    void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
+    using QelOneInputOp::operator=;
 
   protected:
     // A null input makes the report a bad one. Raises invalidValue (13) for a reach below 0.
@@ -42,8 +29,9 @@ class QEL_API QelNeighbourOp : public QelImageOp {
     // In pixels.
     std::int32_t reach() const { return reach_; }
 
-    // By default true for the eight numeric types.
-    virtual bool supports(QelDataType type) const;
+    // Raises whatever computing the input raises.
+    void computeRect(int type, QelRectBuffer & buffer, QelRect const & rect,
+                     QelOpContext opContext) const override;
 
     // Makes the target elements from the source elements and their neighbours, which are in other
     // memory. `type` is one of the QelDataType codes that supports() accepts.
@@ -54,9 +42,8 @@ class QEL_API QelNeighbourOp : public QelImageOp {
 
     void change(int type, QelRectBuffer const & source, QelRectBuffer & target,
                 QelRect const & rect) const;
-    void assemble(QelRectBuffer & scratch);
+    void assemble(QelRectBuffer & scratch) const;
 
-    MoxSmartPtr<Qel2DImage> input_;
     std::int32_t reach_;
     std::unique_ptr<Workspace> workspace_;
 };

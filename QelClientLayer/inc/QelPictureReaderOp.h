@@ -73,6 +73,7 @@ class QEL_API QelPictureReaderOp : public QelImageOp {
     std::int32_t decodedRows() const { return decodedRows_.load(std::memory_order_acquire); }
 
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
+    // Raises nullPointer (4) for a null buffer.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
 
   protected:

@@ -24,8 +24,9 @@ class QEL_API QelTestCardOp : public QelImageOp {
     using QelImageOp::operator=;
 
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
-    // Raises wrongPixelFormat (119) for a buffer of another element type or number of bands,
-    // simpleDataOrgNeeded (150) for one whose organisation is not a QelSimpleDataOrg.
+    // Raises nullPointer (4) for a null buffer and for one without organisation, outputRejected
+    // (119) for one of another element type or number of bands, simpleDataOrgNeeded (150) for one
+    // whose organisation is not a QelSimpleDataOrg.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;
 
   private:

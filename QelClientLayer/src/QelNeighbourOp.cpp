@@ -5,7 +5,6 @@
 #include <string>
 #include <utility>
 
-#include "QelCoreMisc.h"
 #include "QelError.h"
 #include "QelPixelAccess.h"
 #include "QelScratch.h"
@@ -50,7 +49,7 @@ std::size_t windowSize(Qel2DImage const & image, std::int64_t reach) {
 }  // namespace
 
 QelNeighbourOp::QelNeighbourOp(MoxSmartPtr<Qel2DImage> input, std::int32_t reach)
-    : input_(std::move(input)), reach_(reach), workspace_(std::make_unique<Workspace>()) {
+    : QelOneInputOp(std::move(input)), reach_(reach), workspace_(std::make_unique<Workspace>()) {
     if (reach < 0) {
         qelRaise(QelErrorCode::invalidValue,
                  "An operation cannot reach over " + std::to_string(reach) + " pixels");
@@ -59,30 +58,16 @@ QelNeighbourOp::QelNeighbourOp(MoxSmartPtr<Qel2DImage> input, std::int32_t reach
 
 QelNeighbourOp::~QelNeighbourOp() = default;
 
-bool QelNeighbourOp::supports(QelDataType type) const {
-    return qelIsNumber(type);
-}
-
-bool QelNeighbourOp::genOutputInfo(QelImageInfo & info, QelOpContext) {
-    if (!imageOutputInfo(input_, info)) return false;
-    if (supports(info.precision())) return true;
-    info.setStatus(qelUnsupported(info.precision(), QelCoreMisc::classNameOf(*this)));
-    return false;
-}
-
-void QelNeighbourOp::compute(QelRectBuffer * buffer, QelOpContext opContext) {
-    if (!isGood(opContext)) throw ZanError(storedStatus());
-    int const type = qelCheckTarget(*buffer, info());
-    QelRect const rect = buffer->rect().intersect(input_->imageRect());
-    if (rect.isEmpty()) return;
-    QelRect const wanted = Rim(rect, input_->imageRect(), reach_).around(rect);
-    if (MoxSmartPtr<QelTile> const tile = qelCompleteTile(*input_, wanted)) {
-        change(type, *tile, *buffer, rect);
+void QelNeighbourOp::computeRect(int type, QelRectBuffer & buffer, QelRect const & rect,
+                                 QelOpContext) const {
+    QelRect const wanted = Rim(rect, input()->imageRect(), reach_).around(rect);
+    if (MoxSmartPtr<QelTile> const tile = qelCompleteTile(*input(), wanted)) {
+        change(type, *tile, buffer, rect);
         return;
     }
     QelScratch::Loan const loan(workspace_->scratch, wanted, info().precision(), info().numBands());
     assemble(loan.buffer());
-    change(type, loan.buffer(), *buffer, rect);
+    change(type, loan.buffer(), buffer, rect);
 }
 
 // Tile by tile and not by fillRWBuffer(), which would compute the rims of tiles for one caller
@@ -90,20 +75,23 @@ void QelNeighbourOp::compute(QelRectBuffer * buffer, QelOpContext opContext) {
 // number would double with each operation.
 //
 // An image that wraps a buffer may lack some of its pixels; those are 0, as in getData().
-void QelNeighbourOp::assemble(QelRectBuffer & scratch) {
-    if (input_->tilesAcross() == 1 && input_->tilesDown() == 1) {
+void QelNeighbourOp::assemble(QelRectBuffer & scratch) const {
+    MoxSmartPtr<Qel2DImage> const & image = input();
+    if (image->tilesAcross() == 1 && image->tilesDown() == 1) {
         std::memset(scratch.getData(), 0, static_cast<std::size_t>(scratch.dataOrg()->size()));
     }
-    for (Qel2DImage::TileIterator at(input_, scratch.rect()); !at.done(); at.next()) {
+    for (Qel2DImage::TileIterator at(image, scratch.rect()); !at.done(); at.next()) {
         MoxSmartPtr<QelTile> const tile = at.getTile();
-        workspace_->window.keep(tile, windowSize(*input_, reach_));
+        workspace_->window.keep(tile, windowSize(*image, reach_));
         scratch.copyFrom(*tile, scratch.rect());
     }
 }
 
-void QelNeighbourOp::change(int type, QelRectBuffer const & source, QelRectBuffer & target,
-                            QelRect const & rect) const {
-    Rim const rim(rect, input_->imageRect(), reach_);
+// Apart from computeRect(), which a request runs through once for each operation of a chain: what
+// this needs would lie on the stack as often.
+[[gnu::noinline]] void QelNeighbourOp::change(int type, QelRectBuffer const & source,
+                                              QelRectBuffer & target, QelRect const & rect) const {
+    Rim const rim(rect, input()->imageRect(), reach_);
     qelEachBand(source, target, rect, [&](QelPixelRows const & rows, int spread) {
         QelPixelNeighbours pixels;
         pixels.rows = rows;

@@ -125,6 +125,7 @@ bool QelPictureReaderOp::genOutputInfo(QelImageInfo & info, QelOpContext) {
 }
 
 void QelPictureReaderOp::compute(QelRectBuffer * buffer, QelOpContext) {
+    if (buffer == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
     QelRect const wanted = buffer->rect().intersect(picture_->rect());
     if (wanted.isEmpty()) return;
     decodeTo(static_cast<std::int32_t>(wanted.bottom() + 1));

@@ -30,8 +30,10 @@ ZanError qelUnsupported(QelDataType type, char const * op) {
     return QelError(QelErrorCode::unsupportedDataType, text, __FILE__, __LINE__);
 }
 
-int qelCheckTarget(QelRectBuffer const & buffer, QelImageInfo const & report) {
-    QelDataOrg const & org = *buffer.dataOrg();
+int qelCheckTarget(QelRectBuffer const * buffer, QelImageInfo const & report) {
+    if (buffer == nullptr) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
+    std::int32_t const bands = buffer->numBands();  // raises where there is no organisation
+    QelDataOrg const & org = *buffer->dataOrg();
     if (org.asSimple() == nullptr) {
         qelRaise(QelErrorCode::simpleDataOrgNeeded,
                  "Operations on pixels work with QelSimpleDataOrg only");
@@ -41,7 +43,7 @@ int qelCheckTarget(QelRectBuffer const & buffer, QelImageInfo const & report) {
     if (!(org.precision() == type)) {
         qelRaise(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op");
     }
-    if (org.numBands() != reported->numBands()) {
+    if (bands != reported->numBands()) {
         qelRaise(QelErrorCode::wrongPixelFormat, "Output buffer has wrong number of bands for Op");
     }
     return type.code();

@@ -14,10 +14,10 @@ bool qelIsNumber(QelDataType type);
 // unsupportedDataType (118).
 ZanError qelUnsupported(QelDataType type, char const * op);
 
-// The code of the element type of `report`. Raises wrongPixelFormat (119) when `buffer` has another
-// element type or number of bands, simpleDataOrgNeeded (150) when its organisation is not a
-// QelSimpleDataOrg.
-int qelCheckTarget(QelRectBuffer const & buffer, QelImageInfo const & report);
+// The code of the element type of `report`. Raises nullPointer (4) for a null buffer and for one
+// without organisation, wrongPixelFormat (119) when it has another element type or number of bands,
+// simpleDataOrgNeeded (150) when its organisation is not a QelSimpleDataOrg.
+int qelCheckTarget(QelRectBuffer const * buffer, QelImageInfo const & report);
 
 // The tile of `image` that holds all of `rect`, if it exists and is complete; else null.
 MoxSmartPtr<QelTile> qelCompleteTile(Qel2DImage & image, QelRect const & rect);

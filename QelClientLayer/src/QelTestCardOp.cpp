@@ -39,7 +39,7 @@ bool QelTestCardOp::genOutputInfo(QelImageInfo & info, QelOpContext) {
 
 void QelTestCardOp::compute(QelRectBuffer * buffer, QelOpContext opContext) {
     isGood(opContext);
-    qelCheckTarget(*buffer, info());
+    qelCheckTarget(buffer, info());
     QelRect const rect = buffer->rect().intersect(QelRect(0, 0, card_->width(), card_->height()));
     if (rect.isEmpty()) return;
     if (isInterleaved(*buffer->dataOrg())) {

@@ -99,6 +99,16 @@ void appendSize(std::ostream & out, char const * label, std::int32_t fromOrg, st
     }
 }
 
+// Apart from its callers, which lie on the stack once for each image of a chain.
+[[noreturn, gnu::noinline]] void raiseTileFrame(Qel2DImage const & image, QelTileId const & at,
+                                                bool byOp) {
+    std::string const call = byOp ? "_op->getTile(t," + std::to_string(image.opContext()) + ")"
+                                  : "_container->computeTile(t)";
+    qelRaiseLastErrorFrame("getTile(" + std::to_string(at.tileX) + "," + std::to_string(at.tileY) +
+                               ") calling " + call,
+                           image.describe());
+}
+
 }  // namespace
 
 Qel2DImage::Qel2DImage(QelTileId const & id, QelImageOp * op, QelContainerBase * container)
@@ -412,10 +422,7 @@ void Qel2DImage::runContainer(QelTile & tile) {
     } catch (ZanError &) {
         throw;
     } catch (...) {
-        qelRaiseLastErrorFrame("getTile(" + std::to_string(tile.tileId().tileX) + "," +
-                                   std::to_string(tile.tileId().tileY) +
-                                   ") calling _container->computeTile(t)",
-                               describe());
+        raiseTileFrame(*this, tile.tileId(), false);
     }
 }
 
@@ -428,10 +435,7 @@ void Qel2DImage::runOp(QelImageOp & op, QelTile & tile) {
     } catch (ZanError &) {
         throw;
     } catch (...) {
-        qelRaiseLastErrorFrame("getTile(" + std::to_string(tile.tileId().tileX) + "," +
-                                   std::to_string(tile.tileId().tileY) +
-                                   ") calling _op->getTile(t," + std::to_string(opContext_) + ")",
-                               describe());
+        raiseTileFrame(*this, tile.tileId(), true);
     }
 }
 

@@ -31,6 +31,12 @@ MoxSmartPtr<Qel2DImage> keepIfOwned(Qel2DImage * image) {
     return image->refCount() > 0 ? image : nullptr;
 }
 
+// Apart from framed(), which lies on the stack once for each image of a chain.
+template <class Action>
+[[noreturn, gnu::noinline]] void raiseFrame(Qel2DImage const & image, Action const & action) {
+    qelRaiseLastErrorFrame(action(), image.describe());
+}
+
 // Runs `body`; an exception from outside the library is raised again with the action, which is
 // put into words only then.
 template <class Body, class Action>
@@ -41,7 +47,7 @@ auto framed(Qel2DImage const & image, Body body, Action action) {
     } catch (ZanError &) {
         throw;
     } catch (...) {
-        qelRaiseLastErrorFrame(action(), image.describe());
+        raiseFrame(image, action);
     }
 }
 
