@@ -140,6 +140,7 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     // Puts `tile` in the slot of its id, cut to the image, and returns it; a tile that is there
     // already is detached. Takes no reference, unless the image caches its tiles; while other
     // threads use the image the caller holds one, for whoever finds the tile may release it.
+    // Raises nullPointer (4) for null.
     QelTile * insertTile(QelTile * tile);
 
     // The pixels of `rect`: a view of the tile that holds them all; else, with `allowCopy`, a new
@@ -151,7 +152,10 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     // Fills the part of `dest` that lies in the image, by the cheapest way there is: a tile's
     // memory is taken over when `dest` has none and nobody else wants the tile; the producer
     // writes straight into `dest` when it can; tiles are copied, with `allowCopy`, when it cannot.
-    // False when there is no way.
+    // False when there is no way, as always without `allowCopy` when that part lies in several
+    // tiles: even a producer that could write into `dest` is not asked to. No pixel is computed or
+    // written then, but a `dest` that leaves the image may have got its memory. True when `dest`
+    // misses the image. Raises nullPointer (4) for null.
     bool fillRWBuffer(QelRectBuffer * dest, bool allowCopy);
 
     // Lets `buffer`, whatever its position, take the pixels of `rect`: by sharing a tile's memory

@@ -39,7 +39,9 @@ class QEL_API QelDataType {
     // The type with this text name; null or no match gives Error.
     static QelDataType fromName(char const * name);
 
-    // The type of an element: QelDataType::of<float>() is Float.
+    // The type of an element: QelDataType::of<float>() is Float. T is an element of the table, as
+    // the fixed-width types are; others give a type of the caller's own with the code Error. Such
+    // is of<long>(), whose 64 bits no row has: Long is of<std::int32_t>().
     template <class T>
     static QelDataType of() {
         return QelDataType(typeid(T), static_cast<std::int32_t>(sizeof(T)));

@@ -75,6 +75,9 @@ TEST(QelDataTypeTest, OfAnElement) {
     EXPECT_EQ(QelDataType::UChar, QelDataType::of<std::uint8_t>().code());
     EXPECT_EQ(QelDataType::Float, QelDataType::of<float>().code());
     EXPECT_EQ(QelDataType::ULong, QelDataType::of<std::uint32_t>().code());
+    // The name of Long, and not its 32 bits.
+    EXPECT_EQ(QelDataType::Error, QelDataType::of<long>().code());
+    EXPECT_EQ(8, QelDataType::of<long>().size());
 }
 
 // QelDataType(42).code() is 9; QelDataType(8).size is 0.

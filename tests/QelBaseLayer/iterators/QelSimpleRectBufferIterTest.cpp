@@ -114,7 +114,25 @@ TEST(QelSimpleRectBufferIterTest, AutomaticOrderOfOneBandIs2) {
     }
 }
 
-TEST(QelSimpleRectBufferIterTest, TiesInAutomaticOrderRaise153AndExplicitOrdersWork) {
+TEST(QelSimpleRectBufferIter, AutomaticOrderOfNarrowBuffersWithoutTies) {
+    struct Row {
+        QelLayout layout;
+        QelRect rect;
+        std::int32_t order;
+    };
+    for (Row const & row : {Row{PIXEL_INTERLEAVED, QelRect(0, 0, 1, 1), 2},
+                            Row{PIXEL_INTERLEAVED, QelRect(0, 0, 9, 1), 2},
+                            Row{PIXEL_INTERLEAVED, QelRect(0, 0, 1, 9), 2},
+                            Row{BAND_INTERLEAVED, QelRect(0, 0, 1, 9), 0},
+                            Row{LINE_INTERLEAVED, QelRect(0, 0, 9, 1), 4}}) {
+        MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(row.layout, 3, row.rect);
+        Iter iter(buffer, buffer->rect());
+        iter.initialize();
+        EXPECT_EQ(row.order, iter.loopOrder());
+    }
+}
+
+TEST(QelSimpleRectBufferIter, TiesInAutomaticOrderRaise153AndExplicitOrdersWork) {
     struct Row {
         char const * what;
         MoxSmartPtr<QelRectBuffer> buffer;
@@ -122,6 +140,8 @@ TEST(QelSimpleRectBufferIterTest, TiesInAutomaticOrderRaise153AndExplicitOrdersW
     for (Row const & row :
          {Row{"bands as far apart as pixels", bufferOf(LINE_INTERLEAVED, 3, QelRect(0, 0, 1, 9))},
           Row{"bands as far apart as lines", bufferOf(BAND_INTERLEAVED, 3, QelRect(0, 0, 9, 1))},
+          Row{"one pixel, planar", bufferOf(BAND_INTERLEAVED, 3, QelRect(0, 0, 1, 1))},
+          Row{"one pixel by lines", bufferOf(LINE_INTERLEAVED, 3, QelRect(0, 0, 1, 1))},
           Row{"lines as far apart as bands, less than pixels",
               spelledOut({0, 0, 3, 2}, {0, 2}, 4, 2)},
           Row{"lines closest", spelledOut({0, 0, 3, 2}, {0, 2}, 4, 1)},
