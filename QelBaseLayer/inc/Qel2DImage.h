@@ -113,11 +113,11 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
     // of more than 2^31 tiles.
     void initialize();
 
-    // Fills `info`, with a status of code 0; false, with the status misuse (3), when the size cannot
-    // be determined. What `info` takes over is the size, the number of bands, their element type,
-    // and the size and origin of the tiles. Its organisation keeps its own class and layout: for the
-    // strides and offsets of the image ask dataOrg(). computed() keeps its value too. Raises
-    // unsupported (9) when that organisation cannot be changed so.
+    // Fills `info`, with a status of code 0; false, with the status misuse (3), when the size
+    // cannot be determined. What `info` takes over is the size, the number of bands, their element
+    // type, and the size and origin of the tiles. Its organisation keeps its own class and layout:
+    // for the strides and offsets of the image ask dataOrg(). computed() keeps its value too.
+    // Raises unsupported (9) when that organisation cannot be changed so.
     bool outputInfo(QelImageInfo & info);
 
     // Replaces the op and initializes. An unchanged grid keeps its tiles.

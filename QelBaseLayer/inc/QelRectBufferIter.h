@@ -4,9 +4,9 @@
 #include "QelSimpleRectBufferIter.h"
 
 // A QelSimpleRectBufferIter over elements of type T that reads. T is the element type of all bands
-// of the buffer (std::uint8_t for UChar, float for Float, ...); initialize() raises outputRejected
-// (119) for another one. An iterator starts done, with no element to read or write: initialize()
-// comes first.
+// of the buffer (std::uint8_t for UChar, float for Float, ...); initialize() raises
+// wrongPixelFormat (119) for another one. An iterator starts done, with no element to read or
+// write: initialize() comes first.
 template <class T>
 class QelRectBufferConstIter : public QelSimpleRectBufferIter {
   public:

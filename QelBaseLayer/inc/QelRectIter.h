@@ -5,8 +5,8 @@
 
 // A QelRectIterBase over elements of type T that reads: tiles are computed as it enters them. T is
 // the element type of all bands of the image (std::uint8_t for UChar, float for Float, ...);
-// another one raises wrongPixelFormat (119). An iterator starts done, with no pixel to read or write:
-// toStart() or moveTo() comes first.
+// another one raises wrongPixelFormat (119). An iterator starts done, with no pixel to read or
+// write: toStart() or moveTo() comes first.
 template <class T>
 class QelRectConstIter : public QelRectIterBase {
   public:

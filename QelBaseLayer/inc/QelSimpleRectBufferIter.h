@@ -50,13 +50,13 @@ class QEL_API QelSimpleRectBufferIter {
     // iterator is done at once. With `noAddress` it works out steps and order as for a walk
     // without reversal, touches no memory, and stays done.
     //
-    // Raises unevenBandOffsets (152) for bands at unequal distances; invalidDataOrg (153) for an order above 5 that
-    // is not automatic, or below 0, and for the automatic order when bands lie as far apart as
-    // pixels or as lines do, or closer together than pixels but not than lines. That is so for
-    // several bands in strips one line high that are BAND_INTERLEAVED, in strips one pixel wide
-    // that are LINE_INTERLEAVED, and in tiles of one pixel of either layout: an operation that may
-    // meet them asks for an explicit order, since every one walks those. The iterator is done
-    // then.
+    // Raises unevenBandOffsets (152) for bands at unequal distances; invalidDataOrg (153) for an
+    // order above 5 that is not automatic, or below 0, and for the automatic order when bands lie
+    // as far apart as pixels or as lines do, or closer together than pixels but not than lines.
+    // That is so for several bands in strips one line high that are BAND_INTERLEAVED, in strips one
+    // pixel wide that are LINE_INTERLEAVED, and in tiles of one pixel of either layout: an
+    // operation that may meet them asks for an explicit order, since every one walks those. The
+    // iterator is done then.
     void initialize(bool noAddress = false);
 
     // To the next element in loop order. Nothing when done.

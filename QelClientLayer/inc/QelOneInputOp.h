@@ -28,7 +28,7 @@ class QEL_API QelOneInputOp : public QelImageOp {
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
 
     // Raises nullPointer (4) for a null buffer and for one without organisation, the status of a
-    // bad report, outputRejected (119) for a buffer of another element type or number of bands,
+    // bad report, wrongPixelFormat (119) for a buffer of another element type or number of bands,
     // simpleDataOrgNeeded (150) for one whose organisation is no QelSimpleDataOrg, and what
     // computeRect() raises. Pixels of the buffer outside the image stay as they are.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;

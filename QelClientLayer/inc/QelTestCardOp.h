@@ -24,7 +24,7 @@ class QEL_API QelTestCardOp : public QelImageOp {
     using QelImageOp::operator=;
 
     bool genOutputInfo(QelImageInfo & info, QelOpContext opContext) override;
-    // Raises nullPointer (4) for a null buffer and for one without organisation, outputRejected
+    // Raises nullPointer (4) for a null buffer and for one without organisation, wrongPixelFormat
     // (119) for one of another element type or number of bands, simpleDataOrgNeeded (150) for one
     // whose organisation is not a QelSimpleDataOrg.
     void compute(QelRectBuffer * buffer, QelOpContext opContext) override;

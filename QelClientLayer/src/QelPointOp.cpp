@@ -12,9 +12,9 @@ namespace {
 // This and change() stand apart, because a request runs through computeRect() once for each
 // operation of a chain: what is needed before or after it would lie on the stack as often.
 [[noreturn, gnu::noinline]] void raiseNothingToComputeWith(QelPointOp const & op) {
-    qelRaise(QelErrorCode::nothingToComputeWith, std::string("The input image of ") +
-                                                     QelCoreMisc::classNameOf(op) +
-                                                     " has nothing to compute its pixels with");
+    qelRaise(QelErrorCode::noPixelSource, std::string("The input image of ") +
+                                              QelCoreMisc::classNameOf(op) +
+                                              " has nothing to compute its pixels with");
 }
 
 }  // namespace

@@ -145,9 +145,9 @@ TEST(QelOneInputOpTest, RefusesBuffersAheadOfAnyPixel) {
     expectRefused(QelErrorCode::nullPointer, "QelRectBuffer has no data organization", &bare);
     expectRefused(QelErrorCode::simpleDataOrgNeeded,
                   "Operations on pixels work with QelSimpleDataOrg only", &foreign);
-    expectRefused(QelErrorCode::outputRejected, "Output buffer has invalid precision for Op",
+    expectRefused(QelErrorCode::wrongPixelFormat, "Output buffer has invalid precision for Op",
                   &floats);
-    expectRefused(QelErrorCode::outputRejected, "Output buffer has wrong number of bands for Op",
+    expectRefused(QelErrorCode::wrongPixelFormat, "Output buffer has wrong number of bands for Op",
                   &grey);
     EXPECT_TRUE(op.calls().empty());
 }

@@ -152,7 +152,8 @@ void convert(Arguments const & arguments) {
 
 void addConvertCommand(CommandLine & tool) {
     Command command =
-        tool.add("convert", "Apply operations to a picture, or a part of it, and write the result to a file");
+        tool.add("convert",
+                 "Apply operations to a picture, or a part of it, and write the result to a file");
     auto const arguments = std::make_shared<Arguments>();
     command.required("IN", arguments->in,
                      "JPEG or PNG file, or the built-in picture: @testcard, @testcard:WxH");

@@ -108,8 +108,7 @@ void info(Arguments const & arguments) {
 }  // namespace
 
 void addInfoCommand(CommandLine & tool) {
-    Command command =
-        tool.add("info", "Describe a picture; without --stats nothing is decoded");
+    Command command = tool.add("info", "Describe a picture; without --stats nothing is decoded");
     auto const arguments = std::make_shared<Arguments>();
     command.required("IN", arguments->in, "JPEG or PNG file, @testcard or @testcard:WxH");
     command.option("--region", arguments->region, "X,Y,W,H",

@@ -26,7 +26,7 @@ std::set<std::string> reportedFeatures() {
 
 }  // namespace
 
-TEST(QelCpu, TheFirstSetIsBestWhereThereIsNoOther) {
+TEST(QelCpuTest, TheFirstSetIsBestWhereThereIsNoOther) {
 #if defined(QEL_KERNELS_V3)
 #error these tests are compiled for one set
 #endif
@@ -34,7 +34,7 @@ TEST(QelCpu, TheFirstSetIsBestWhereThereIsNoOther) {
     EXPECT_EQ(&baseline, (qelBestKernels<&baseline, &v3>()));
 }
 
-TEST(QelCpu, HasV3ExactlyIfTheKernelReportsAllItsFeatures) {
+TEST(QelCpuTest, HasV3ExactlyIfTheKernelReportsAllItsFeatures) {
     std::set<std::string> const features = reportedFeatures();
     if (features.empty()) GTEST_SKIP() << "this system does not report features";
     bool all = true;

@@ -284,7 +284,7 @@ TEST(Qel2DImageSetupTest, AnImageWithoutOpAndWithoutTileSizeIsOneTile) {
 }
 
 // Ahead of any attempt to get the memory, which would tell by a bad_alloc.
-TEST(Qel2DImageSetup, AGridOfMoreThan2To31TilesRaises13) {
+TEST(Qel2DImageSetupTest, AGridOfMoreThan2To31TilesRaises13) {
     struct Row {
         std::int32_t width, height;
     };
@@ -327,7 +327,7 @@ TEST(Qel2DImageSetupTest, OutputInfoTellsWhatTheImageIs) {
     EXPECT_EQ(BAND_INTERLEAVED, used.layout());
 }
 
-TEST(Qel2DImageSetup, OutputInfoClearsABadStatusOfBefore) {
+TEST(Qel2DImageSetupTest, OutputInfoClearsABadStatusOfBefore) {
     MoxSmartPtr<Qel2DImage> const image = imageOf(new GradientOp({.width = 300, .height = 200}));
     QelImageInfo info;
     info.setStatus(QelError(7, "of another image", __FILE__, __LINE__));
@@ -336,7 +336,7 @@ TEST(Qel2DImageSetup, OutputInfoClearsABadStatusOfBefore) {
     EXPECT_STREQ(QelImageInfo().status().getMsg(), info.status().getMsg());
 }
 
-TEST(Qel2DImageSetup, OutputInfoOfNoImageIsABadStatus) {
+TEST(Qel2DImageSetupTest, OutputInfoOfNoImageIsABadStatus) {
     QelImageInfo info;
     EXPECT_FALSE(imageOutputInfo(nullptr, info));
     expectQelError(info.status(), QelErrorCode::misuse, "The op does not refer to any Qel2DImage");
@@ -377,7 +377,7 @@ TEST(Qel2DImageSetupTest, DescribeTellsAllInLines) {
         imageOf(nullptr)->describe());
 }
 
-TEST(Qel2DImageSetup, DescribeTellsTheImagesSizeForAnUndecidedTileSize) {
+TEST(Qel2DImageSetupTest, DescribeTellsTheImagesSizeForAnUndecidedTileSize) {
     MoxSmartPtr<QelDataOrg> const org =
         new QelSimpleDataOrg(0, 0, QelDataType::UChar, 1, std::vector<std::int32_t>{0}, 1, 30);
     MoxSmartPtr<QelRectBuffer> const buffer = new QelRectBuffer(org, 0, 0, 30, 20);

@@ -183,7 +183,7 @@ TEST(QelComputeTest, TakesTheReportWithoutAContextAndPassesItOnElsewhere) {
     EXPECT_EQ((Calls{{"canFill", 42}, {"compute", 42}}), filling.calls);
 }
 
-TEST(QelCompute, ANullOpIsRefusedAheadOfAllChanges) {
+TEST(QelComputeTest, ANullOpIsRefusedAheadOfAllChanges) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferAt(QelRect(0, 0, 2, 2));
     MoxSmartPtr<QelRectBuffer> result = buffer;
     ZanError status = QelError(7, "of before", __FILE__, __LINE__);

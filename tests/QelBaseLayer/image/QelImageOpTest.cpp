@@ -282,7 +282,7 @@ TEST(QelImageOpTest, GetTileComputesAndCompletesATile) {
     EXPECT_EQ(1, op->computes());
 }
 
-TEST(QelImageOp, GetTileAndCanFillRefuseNull) {
+TEST(QelImageOpTest, GetTileAndCanFillRefuseNull) {
     CountingOp op(new GradientOp({.width = 4, .height = 4}));
     expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
                  [&] { op.getTile(nullptr); });
@@ -293,7 +293,7 @@ TEST(QelImageOp, GetTileAndCanFillRefuseNull) {
     EXPECT_FALSE(plain.acceptsDataOrg(nullptr));
 }
 
-TEST(QelImageOp, GetTileLeavesATileIncompleteWhenComputeRaises) {
+TEST(QelImageOpTest, GetTileLeavesATileIncompleteWhenComputeRaises) {
     ThrowingOp op({.width = 4, .height = 4}, [] { throw badIndex(); });
     MoxSmartPtr<QelTile> const tile(new QelTile(TestImage().dataOrg(), QelTileId(0, 0)));
 

@@ -88,7 +88,7 @@ TEST(QelTileTest, ANullOrganisationIsRefused) {
 static_assert(std::is_constructible_v<QelTile, QelDataOrg *, QelTileId, void *, bool>);
 static_assert(!std::is_constructible_v<QelTile, QelDataOrg *, QelTileId, void *>);
 
-TEST(QelTile, UsesTheCallersMemory) {
+TEST(QelTileTest, UsesTheCallersMemory) {
     std::vector<std::uint8_t> memory(16 * 8 * 3, 7);
     {
         MoxSmartPtr<QelDataOrg> const org = TestImage{.tileWidth = 16, .tileHeight = 8}.dataOrg();

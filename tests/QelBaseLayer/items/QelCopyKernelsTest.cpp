@@ -93,12 +93,12 @@ constexpr std::int64_t middle = 4096;
 
 }  // namespace
 
-TEST(QelCopyKernels, TheBestSetIsTheLastThatTheProcessorCanRun) {
+TEST(QelCopyKernelsTest, TheBestSetIsTheLastThatTheProcessorCanRun) {
     EXPECT_EQ(&setsOfThisProcessor().back().kernels,
               (qelBestKernels<&qelCopy::baseline::kernels, &qelCopy::v3::kernels>()));
 }
 
-TEST(QelCopyKernels, EveryShapeOfEveryRoutineVisitsItsElements) {
+TEST(QelCopyKernelsTest, EveryShapeOfEveryRoutineVisitsItsElements) {
     CopyRandom random(1);
     for (Set const & set : setsOfThisProcessor()) {
         for (int sourceCode = 0; sourceCode < QelCopyKernels::types; ++sourceCode) {

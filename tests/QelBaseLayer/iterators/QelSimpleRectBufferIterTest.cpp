@@ -68,7 +68,7 @@ TEST(QelSimpleRectBufferIterTest, IsDoneUntilItIsInitialized) {
     EXPECT_EQ(6, iter.loopOrder());
 }
 
-TEST(QelSimpleRectBufferIter, WithoutARectangleItWalksTheWholeBuffer) {
+TEST(QelSimpleRectBufferIterTest, WithoutARectangleItWalksTheWholeBuffer) {
     MoxSmartPtr<QelRectBuffer> const buffer = bufferOf(LINE_INTERLEAVED, 3, QelRect(7, -8, 6, 5));
     Iter iter(buffer);
     EXPECT_TRUE(iter.done());
@@ -77,7 +77,7 @@ TEST(QelSimpleRectBufferIter, WithoutARectangleItWalksTheWholeBuffer) {
     EXPECT_EQ(90U, addressesOf(iter).size());
 }
 
-TEST(QelSimpleRectBufferIter, ANullBufferRaises4) {
+TEST(QelSimpleRectBufferIterTest, ANullBufferRaises4) {
     QelRectBuffer * const none = nullptr;
     expectRaises(QelErrorCode::nullPointer, "Argument is a NULL pointer",
                  [&] { Iter iter(none, QelRect(0, 0, 9, 9)); });
@@ -86,7 +86,7 @@ TEST(QelSimpleRectBufferIter, ANullBufferRaises4) {
                  [&] { QelRectBufferIter<std::uint8_t> iter(none); });
 }
 
-TEST(QelSimpleRectBufferIter, AutomaticOrderOfTheLayouts) {
+TEST(QelSimpleRectBufferIterTest, AutomaticOrderOfTheLayouts) {
     struct Row {
         QelLayout layout;
         std::int32_t order;
@@ -114,7 +114,7 @@ TEST(QelSimpleRectBufferIterTest, AutomaticOrderOfOneBandIs2) {
     }
 }
 
-TEST(QelSimpleRectBufferIter, AutomaticOrderOfNarrowBuffersWithoutTies) {
+TEST(QelSimpleRectBufferIterTest, AutomaticOrderOfNarrowBuffersWithoutTies) {
     struct Row {
         QelLayout layout;
         QelRect rect;
@@ -132,7 +132,7 @@ TEST(QelSimpleRectBufferIter, AutomaticOrderOfNarrowBuffersWithoutTies) {
     }
 }
 
-TEST(QelSimpleRectBufferIter, TiesInAutomaticOrderRaise153AndExplicitOrdersWork) {
+TEST(QelSimpleRectBufferIterTest, TiesInAutomaticOrderRaise153AndExplicitOrdersWork) {
     struct Row {
         char const * what;
         MoxSmartPtr<QelRectBuffer> buffer;
