@@ -122,14 +122,17 @@ TEST(QelXyDimensionListTest, ScalesIn64Bits) {
     QelXyDimension dimension = tenInches({4294967295U});
     dimension.scalePixels(2147483647, 2147483647);
     EXPECT_EQ((Counts{4294967295U}), countsOf(dimension));
-    EXPECT_REFUSED(13, "pixel count 9.22337203041232e+18 is not from 0 to 4294967295", dimension,
+    EXPECT_REFUSED(QelErrorCode::invalidValue,
+                   "pixel count 9.22337203041232e+18 is not from 0 to 4294967295", dimension,
                    dimension.scalePixels(1, 2147483647));
-    EXPECT_REFUSED(13, "pixel count 9.22337203041232e+18 is not from 0 to 4294967295", dimension,
+    EXPECT_REFUSED(QelErrorCode::invalidValue,
+                   "pixel count 9.22337203041232e+18 is not from 0 to 4294967295", dimension,
                    dimension.scalePixels(0U, 1, 2147483647));
-    EXPECT_REFUSED(13, "pixel count 4.294967295e+299 is not from 0 to 4294967295", dimension,
+    EXPECT_REFUSED(QelErrorCode::invalidValue,
+                   "pixel count 4.294967295e+299 is not from 0 to 4294967295", dimension,
                    dimension.scalePixels(1e290));
-    EXPECT_REFUSED(13, "pixel count inf is not from 0 to 4294967295", dimension,
-                   dimension.scalePixels(0U, infinity));
+    EXPECT_REFUSED(QelErrorCode::invalidValue, "pixel count inf is not from 0 to 4294967295",
+                   dimension, dimension.scalePixels(0U, infinity));
     EXPECT_EQ((Counts{4294967295U}), countsOf(dimension));
     dimension.scalePixels(0U, 2147483647, 1);
     EXPECT_EQ((Counts{2}), countsOf(dimension));
