@@ -281,6 +281,47 @@ TEST_F(MoxSmartPtrTest, SwapExchangesWithoutCounting) {
     EXPECT_EQ(Diary(), takeDiary());
 }
 
+TEST_F(MoxSmartPtrTest, AdoptTakesAReferenceOverAndDetachHandsItBack) {
+    Shape * const raw = make();
+    raw->addRef();
+    takeDiary();
+    MoxSmartPtr<Shape> held = MoxSmartPtr<Shape>::adopt(raw);
+    EXPECT_EQ(raw, held);
+    EXPECT_EQ(raw, held.detach());
+    EXPECT_EQ(nullptr, held);
+    EXPECT_EQ(Diary(), takeDiary());
+    EXPECT_EQ(1, raw->refCount());
+    { MoxConstSmartPtr<Shape> const last = MoxConstSmartPtr<Shape>::adopt(raw); }
+    EXPECT_EQ(Diary({"-a", "~a"}), takeDiary());
+}
+
+TEST_F(MoxSmartPtrTest, NullIsAdoptedAndDetached) {
+    MoxSmartPtr<Shape> none = MoxSmartPtr<Shape>::adopt(nullptr);
+    EXPECT_EQ(nullptr, none);
+    EXPECT_EQ(nullptr, none.detach());
+}
+
+TEST_F(MoxSmartPtrTest, AnAdoptedReferenceReplacesTheOldOne) {
+    MoxSmartPtr<Shape> held = make("old");
+    MoxSmartPtr<Shape> other = make("new");
+    takeDiary();
+    held = MoxSmartPtr<Shape>::adopt(other.detach());
+    EXPECT_EQ(Diary({"-old", "~old"}), takeDiary());
+}
+
+// What client code may rely on: one template, whose argument is deduced through the alias.
+template <class T>
+int cornersOf(MoxConstSmartPtr<T> const & shape) {
+    return shape->corners();
+}
+
+TEST_F(MoxSmartPtrTest, AConstPointerIsAPointerToConst) {
+    static_assert(std::is_same_v<MoxConstSmartPtr<Shape>, MoxSmartPtr<Shape const>>);
+    static_assert(std::is_same_v<MoxConstSmartPtr<Shape const>, MoxConstSmartPtr<Shape>>);
+    MoxConstSmartPtr<Square> const square = makeSquare();
+    EXPECT_EQ(4, cornersOf(square));
+}
+
 TEST_F(MoxSmartPtrTest, AConstPointerDeletesItsObject) {
     { MoxConstSmartPtr<Shape> const held = make(); }
     EXPECT_EQ(Diary({"+a", "-a", "~a"}), takeDiary());

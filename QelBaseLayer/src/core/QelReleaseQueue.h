@@ -1,7 +1,5 @@
 #pragma once
 
-#include <utility>
-
 #include "MoxSmartPtr.h"
 
 // Releases of counted objects from within destructors. A chain of objects, each of which holds
@@ -20,14 +18,7 @@ void qelDestroyLater(void * object, void (*destroy)(void *) noexcept) noexcept;
 // object as above. The object's destructor must let no exception out.
 template <class T>
 void qelReleaseLater(MoxSmartPtr<T> && pointer) noexcept {
-    // Takes the reference over and never gives it up by itself.
-    union Taken {
-        MoxSmartPtr<T> pointer;
-        explicit Taken(MoxSmartPtr<T> && from) noexcept : pointer(std::move(from)) {}
-        ~Taken() {}
-    } const taken(std::move(pointer));
-
-    T * const object = taken.pointer.get();
+    T * const object = pointer.detach();
     if (object == nullptr || !object->deleteRef()) return;
     qelDestroyLater(object, [](void * ended) noexcept { delete static_cast<T *>(ended); });
 }

@@ -57,16 +57,13 @@ class Qel2DImage::Slot {
     class Displaced {
       public:
         Displaced() = default;
-        Displaced(QelTile * tile, bool owned) : tile_(tile), owned_(owned) {}
+        // Takes the reference over.
+        Displaced(QelTile * tile, bool owned)
+            : tile_(MoxSmartPtr<QelTile>::adopt(tile)), owned_(owned) {}
         Displaced(Displaced const &) = delete;
         Displaced & operator=(Displaced const &) = delete;
         ~Displaced() {
-            if (tile_ == nullptr) return;
-            if (!owned_) {
-                tile_->giveBackRef();
-            } else if (tile_->deleteRef()) {
-                delete tile_;
-            }
+            if (tile_ != nullptr && !owned_) tile_.detach()->giveBackRef();
         }
 
         // Drops the reference that a cache held.
@@ -75,7 +72,7 @@ class Qel2DImage::Slot {
         }
 
       private:
-        QelTile * tile_ = nullptr;
+        MoxSmartPtr<QelTile> tile_;
         bool owned_ = false;
     };
 
@@ -85,9 +82,7 @@ class Qel2DImage::Slot {
         Lock const lock(*this);
         QelTile * const tile = current();
         if (tile == nullptr || !tile->tryAddRef()) return nullptr;
-        MoxSmartPtr<QelTile> found(tile);
-        tile->deleteRef();
-        return found;
+        return MoxSmartPtr<QelTile>::adopt(tile);
     }
 
     // Puts `tile` here and returns what was there, out of the image and with one reference more.
