@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "MoxSmartPtr.h"
@@ -9,7 +10,7 @@
 // A block of bytes for pixels: allocated late, counted in QelSystemConfig, from a memory manager
 // or the general heap; or a wrapper around a caller's memory.
 //
-// Shared by rect buffers through MoxSmartPtr. Counts are safe from any thread; allocate(),
+// Shared by rect buffers through MoxSmartPtr. Counts and allocate() are safe from any thread;
 // deallocate() and the bytes themselves belong to one thread at a time.
 class QEL_API QelDataBuffer : public ZanRefCount {
   public:
@@ -33,7 +34,8 @@ class QEL_API QelDataBuffer : public ZanRefCount {
     virtual ~QelDataBuffer();
 
     // Gives the buffer its memory, uninitialised; nothing if it has some. Raises
-    // unexpectedException (10), and leaves the buffer unallocated, when there is none to be had.
+    // unexpectedException (10), and leaves the buffer unallocated, when there is none to be had. A
+    // thread that comes while another one allocates waits for it.
     virtual void allocate();
 
     // Frees the memory if it is this buffer's to free, forgets it otherwise. Memory that
@@ -45,16 +47,21 @@ class QEL_API QelDataBuffer : public ZanRefCount {
     virtual void copyFrom(QelDataBuffer const & source);
 
     // Null while unallocated.
-    std::uint8_t * data() const { return data_; }
+    std::uint8_t * data() const { return data_.load(std::memory_order_acquire); }
     bool ownsData() const { return ownsData_; }
     std::int64_t size() const { return size_; }
     MoxSmartPtr<QelMemoryManager> manager() const { return manager_; }
 
   private:
+    class Turn;
+
     void countWrapped();
+    void obtainMemory();
     void free();
 
-    std::uint8_t * data_ = nullptr;
+    // Goes from null to the memory once, when all else that allocate() does is done.
+    std::atomic<std::uint8_t *> data_{nullptr};
+    std::atomic_flag allocating_;
     bool ownsData_;
     bool allocatedHere_ = false;
     bool counted_ = false;

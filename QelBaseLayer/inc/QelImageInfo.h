@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "MoxSmartPtr.h"
@@ -7,7 +8,8 @@
 #include "ZanError.h"
 
 // What an op reports of the image it will produce: size, bands, element type, layout and tile
-// geometry, and a status whose code 0 means good. A value; one object is used by one thread.
+// geometry, and a status whose code 0 means good. A value; what is const may be called by several
+// threads.
 class QEL_API QelImageInfo {
   public:
     // 0 by 0.
@@ -66,7 +68,24 @@ class QEL_API QelImageInfo {
     bool acceptsDataOrg(QelDataOrg const * org) const;
 
   private:
-    mutable MoxSmartPtr<QelDataOrg> dataOrg_;
+    // A counted organisation that comes once while others read, and changes only when nobody does.
+    class LateOrg {
+      public:
+        LateOrg() = default;
+        LateOrg(LateOrg const &) = delete;
+        LateOrg & operator=(LateOrg const &) = delete;
+        ~LateOrg() { set(nullptr); }
+
+        MoxSmartPtr<QelDataOrg> get() const { return org_.load(std::memory_order_acquire); }
+        // What is there stays; what was there or is there now.
+        MoxSmartPtr<QelDataOrg> setIfNull(MoxSmartPtr<QelDataOrg> org);
+        void set(MoxSmartPtr<QelDataOrg> org);
+
+      private:
+        std::atomic<QelDataOrg *> org_{nullptr};
+    };
+
+    mutable LateOrg dataOrg_;
     ZanError status_{"", 0, __FILE__, __LINE__};
     bool computed_ = false;
     std::int32_t width_ = 0;

@@ -16,7 +16,9 @@ class QelImageOp;
 //
 // Held by MoxSmartPtr where it is shared; may also live on a stack, as long as only operations
 // that take a plain pointer see it. Its fields have no lock: one thread changes a buffer, and
-// sharers of one memory write disjoint pixels by agreement.
+// sharers of one memory write disjoint pixels by agreement. What is const may be called by several
+// threads, which also give it its memory together; but a buffer whose memory was dropped
+// (releaseData()) belongs to one thread until it has some again.
 class QEL_API QelRectBuffer : public QelRenderedItem {
   public:
     // An empty rectangle, with one byte of one-band UChar to come.

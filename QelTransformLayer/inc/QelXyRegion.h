@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
@@ -21,7 +22,7 @@
 // otherwise.
 //
 // Copies share box and space until one of them is changed. Ranges in other units are converted once
-// and kept, so that even reading belongs to one thread; copies are independent.
+// and kept until the region changes. Several threads may read one region; copies are independent.
 //
 // All operations that set the box raise noSelectedResolution (410) for one in pixels without a
 // selected resolution, and cannotConvertUnit (306) for a relative unit that the space does not have
@@ -143,14 +144,36 @@ class QEL_API QelXyRegion : public QelRegion {
     class Body;
     class Clipper;
 
+    // The range of one axis in other units than the box's. Readers add to the list, each unit once,
+    // and nothing goes from it while somebody may read.
+    class Conversions {
+      public:
+        Conversions() = default;
+        Conversions(Conversions const &) = delete;
+        Conversions & operator=(Conversions const &) = delete;
+        ~Conversions() { clear(); }
+
+        // The range in `unit`: what convert() returned the first time.
+        template <class Convert>
+        QelValueRange const & get(int unit, Convert const & convert);
+        void clear() noexcept;
+
+      private:
+        struct Entry;
+
+        static Entry const * find(Entry const * first, int unit) noexcept;
+
+        std::atomic<Entry *> first_{nullptr};
+    };
+
     QelXyCoordSpace const & space() const;
     void adopt(MoxSmartPtr<Body> body);
     template <class Change>
     void changeSpace(Change const & change);
 
     MoxSmartPtr<Body> body_;
-    mutable std::unique_ptr<QelValueRange> xCache_;
-    mutable std::unique_ptr<QelValueRange> yCache_;
+    mutable Conversions xConversions_;
+    mutable Conversions yConversions_;
 };
 
 // The text form: the class name and what read() and write() take; "NULL" for null. Reading raises

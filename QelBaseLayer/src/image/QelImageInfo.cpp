@@ -10,7 +10,7 @@
 namespace {
 
 MoxSmartPtr<QelDataOrg> cloneOf(MoxSmartPtr<QelDataOrg> const & org) {
-    return org ? org->clone() : MoxSmartPtr<QelDataOrg>();
+    return org ? org->clone() : nullptr;
 }
 
 MoxSmartPtr<QelDataOrg> defaultOrg(QelDataType type, int bands) {
@@ -21,24 +21,35 @@ MoxSmartPtr<QelDataOrg> defaultOrg(QelDataType type, int bands) {
 
 }  // namespace
 
+MoxSmartPtr<QelDataOrg> QelImageInfo::LateOrg::setIfNull(MoxSmartPtr<QelDataOrg> org) {
+    QelDataOrg * there = nullptr;
+    if (!org_.compare_exchange_strong(there, org.get(), std::memory_order_acq_rel)) return there;
+    return org.detach();
+}
+
+void QelImageInfo::LateOrg::set(MoxSmartPtr<QelDataOrg> org) {
+    MoxSmartPtr<QelDataOrg>::adopt(org_.exchange(org.detach(), std::memory_order_acq_rel));
+}
+
 QelImageInfo::QelImageInfo() = default;
 
 QelImageInfo::QelImageInfo(std::int32_t width, std::int32_t height)
     : width_(width), height_(height) {}
 
 QelImageInfo::QelImageInfo(QelImageInfo const & other)
-    : dataOrg_(cloneOf(other.dataOrg_)),
-      status_(other.status_),
+    : status_(other.status_),
       computed_(other.computed_),
       width_(other.width_),
-      height_(other.height_) {}
+      height_(other.height_) {
+    dataOrg_.set(cloneOf(other.dataOrg_.get()));
+}
 
 QelImageInfo & QelImageInfo::operator=(QelImageInfo const & other) {
     if (this == &other) return *this;
     // Both can fail, so they come first.
-    MoxSmartPtr<QelDataOrg> org = cloneOf(other.dataOrg_);
+    MoxSmartPtr<QelDataOrg> org = cloneOf(other.dataOrg_.get());
     status_ = other.status_;
-    dataOrg_ = std::move(org);
+    dataOrg_.set(std::move(org));
     computed_ = other.computed_;
     width_ = other.width_;
     height_ = other.height_;
@@ -53,12 +64,12 @@ void QelImageInfo::setSize(std::int32_t width, std::int32_t height) {
 }
 
 MoxSmartPtr<QelDataOrg> QelImageInfo::dataOrg() const {
-    if (!dataOrg_) dataOrg_ = defaultOrg(QelDataType::UChar, 1);
-    return dataOrg_;
+    MoxSmartPtr<QelDataOrg> org = dataOrg_.get();
+    return org ? org : dataOrg_.setIfNull(defaultOrg(QelDataType::UChar, 1));
 }
 
 void QelImageInfo::setDataOrg(MoxSmartPtr<QelDataOrg> org) {
-    dataOrg_ = std::move(org);
+    dataOrg_.set(std::move(org));
 }
 
 QelRect QelImageInfo::tileRect() const {
@@ -72,30 +83,32 @@ QelLayout QelImageInfo::layout() const {
 }
 
 void QelImageInfo::setNumBands(int n) {
-    dataOrg_ = dataOrg_ ? qelRequireChanged(dataOrg_->withBands(n), *dataOrg_, "number of bands")
-                        : defaultOrg(QelDataType::UChar, n);
+    MoxSmartPtr<QelDataOrg> const org = dataOrg_.get();
+    dataOrg_.set(org ? qelRequireChanged(org->withBands(n), *org, "number of bands")
+                     : defaultOrg(QelDataType::UChar, n));
 }
 
 void QelImageInfo::setPrecision(QelDataType type) {
-    dataOrg_ = dataOrg_ ? qelRequireChanged(dataOrg_->withDataType(type), *dataOrg_, "element type")
-                        : defaultOrg(type, 3);
+    MoxSmartPtr<QelDataOrg> const org = dataOrg_.get();
+    dataOrg_.set(org ? qelRequireChanged(org->withDataType(type), *org, "element type")
+                     : defaultOrg(type, 3));
 }
 
 void QelImageInfo::setTileSize(std::int32_t width, std::int32_t height) {
     MoxSmartPtr<QelDataOrg> const org = dataOrg();
-    dataOrg_ = qelRequireChanged(org->withSize(width, height), *org, "tile size");
+    dataOrg_.set(qelRequireChanged(org->withSize(width, height), *org, "tile size"));
 }
 
 void QelImageInfo::setOrigin(std::int32_t x, std::int32_t y) {
     MoxSmartPtr<QelDataOrg> const org = dataOrg();
-    dataOrg_ = qelRequireChanged(org->withOrigin(x, y), *org, "origin");
+    dataOrg_.set(qelRequireChanged(org->withOrigin(x, y), *org, "origin"));
 }
 
 void QelImageInfo::setTileRect(QelRect const & rect) {
     MoxSmartPtr<QelDataOrg> const org = dataOrg();
     MoxSmartPtr<QelDataOrg> const moved =
         qelRequireChanged(org->withOrigin(rect.x, rect.y), *org, "origin");
-    dataOrg_ = qelRequireChanged(moved->withSize(rect.width, rect.height), *moved, "tile size");
+    dataOrg_.set(qelRequireChanged(moved->withSize(rect.width, rect.height), *moved, "tile size"));
 }
 
 void QelImageInfo::setLayout(QelLayout layout) {
@@ -104,7 +117,7 @@ void QelImageInfo::setLayout(QelLayout layout) {
         qelRaise(QelErrorCode::invalidDataOrg,
                  "Invalid data organization: a layout can only be set on a QelSimpleDataOrg");
     }
-    dataOrg_ = qelRequireChanged(org->withLayout(layout), *org, "layout");
+    dataOrg_.set(qelRequireChanged(org->withLayout(layout), *org, "layout"));
 }
 
 bool QelImageInfo::sameSize(QelDataOrg const * org) const {

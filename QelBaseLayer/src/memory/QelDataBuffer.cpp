@@ -116,34 +116,59 @@ QelDataBuffer::~QelDataBuffer() {
 }
 
 void QelDataBuffer::countWrapped() {
-    if (data_ == nullptr || !ownsData_ || size_ == 0) return;
+    if (data() == nullptr || !ownsData_ || size_ == 0) return;
     count(size_, 0);
     counted_ = true;
 }
 
+// The right to allocate, for one thread at a time. Those that wait leave the processor to the one
+// that works.
+class QelDataBuffer::Turn {
+  public:
+    explicit Turn(std::atomic_flag & taken) : taken_(taken) {
+        while (taken_.test_and_set(std::memory_order_acquire))
+            taken_.wait(true, std::memory_order_relaxed);
+    }
+    Turn(Turn const &) = delete;
+    Turn & operator=(Turn const &) = delete;
+    ~Turn() {
+        taken_.clear(std::memory_order_release);
+        taken_.notify_all();
+    }
+
+  private:
+    std::atomic_flag & taken_;
+};
+
 void QelDataBuffer::allocate() {
-    if (data_ != nullptr) return;
+    if (data() != nullptr) return;
+    Turn const turn(allocating_);
+    if (data() != nullptr) return;
+    obtainMemory();
+    trace("ALLOCATING", *this);
+}
+
+void QelDataBuffer::obtainMemory() {
     errno = 0;
     try {
-        data_ = static_cast<std::uint8_t *>(obtain(manager_, size_));
+        auto * const memory = static_cast<std::uint8_t *>(obtain(manager_, size_));
         count(size_, 1);
+        allocatedHere_ = counted_ = true;
+        data_.store(memory, std::memory_order_release);
     } catch (...) {
-        data_ = nullptr;
         qelRaiseSystemFrame("\nUnknown exception allocating data buffer");
     }
-    allocatedHere_ = counted_ = true;
-    trace("ALLOCATING", *this);
 }
 
 void QelDataBuffer::deallocate() {
     if (!ownsData_ && !allocatedHere_) {
-        data_ = nullptr;
+        data_.store(nullptr, std::memory_order_relaxed);
         return;
     }
     errno = 0;
     try {
         trace("FREEING", *this);
-        if (data_ != nullptr) free();
+        if (data() != nullptr) free();
     } catch (ZanError const &) {
         throw;
     } catch (...) {
@@ -154,7 +179,7 @@ void QelDataBuffer::deallocate() {
 void QelDataBuffer::free() {
     // The buffer forgets the memory first: should the manager raise, nothing is freed or counted
     // a second time.
-    void * const memory = std::exchange(data_, nullptr);
+    void * const memory = data_.exchange(nullptr, std::memory_order_relaxed);
     allocatedHere_ = false;
     if (std::exchange(counted_, false)) uncount(size_);
     giveBack(manager_, memory);
@@ -163,7 +188,8 @@ void QelDataBuffer::free() {
 void QelDataBuffer::copyFrom(QelDataBuffer const & source) {
     if (size_ > source.size_) qelRaise(QelErrorCode::misuse, "Source buffer is too small");
     allocate();
-    if (source.data_ == nullptr) return;
+    std::uint8_t const * const from = source.data();
+    if (from == nullptr) return;
     // Two buffers may wrap the same memory.
-    std::memmove(data_, source.data_, static_cast<std::size_t>(size_));
+    std::memmove(data(), from, static_cast<std::size_t>(size_));
 }

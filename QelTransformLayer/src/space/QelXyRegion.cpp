@@ -255,8 +255,8 @@ QelXyRegion::~QelXyRegion() = default;
 
 void QelXyRegion::adopt(MoxSmartPtr<Body> body) {
     body_ = std::move(body);
-    xCache_.reset();
-    yCache_.reset();
+    xConversions_.clear();
+    yConversions_.clear();
 }
 
 void QelXyRegion::reset(MoxSmartPtr<QelXyCoordSpace> space, QelXyBox const & box) {
@@ -393,22 +393,51 @@ void QelXyRegion::scalePixels(int denominator, int numerator, bool keepSelection
 
 // ---- Ranges
 
+struct QelXyRegion::Conversions::Entry {
+    int unit;
+    QelValueRange range;
+    Entry * next;
+};
+
+QelXyRegion::Conversions::Entry const * QelXyRegion::Conversions::find(Entry const * first,
+                                                                       int unit) noexcept {
+    while (first != nullptr && first->unit != unit)
+        first = first->next;
+    return first;
+}
+
+template <class Convert>
+QelValueRange const & QelXyRegion::Conversions::get(int unit, Convert const & convert) {
+    Entry * first = first_.load(std::memory_order_acquire);
+    Entry const * known = find(first, unit);
+    if (known != nullptr) return known->range;
+    std::unique_ptr<Entry> made(new Entry{unit, convert(), first});
+    // Another thread may be faster, and even have converted to this unit.
+    while (!first_.compare_exchange_weak(first, made.get(), std::memory_order_acq_rel,
+                                         std::memory_order_acquire)) {
+        known = find(first, unit);
+        if (known != nullptr) return known->range;
+        made->next = first;
+    }
+    return made.release()->range;
+}
+
+void QelXyRegion::Conversions::clear() noexcept {
+    std::unique_ptr<Entry> entry(first_.exchange(nullptr, std::memory_order_acquire));
+    while (entry != nullptr)
+        entry.reset(entry->next);
+}
+
 QelValueRange QelXyRegion::xRange(int unit) const {
     QelValueRange const & range = body_->box->range(0);
     if (range.unit() == unit) return range;
-    if (!xCache_ || xCache_->unit() != unit) {
-        xCache_ = std::make_unique<QelValueRange>(rangeIn(space(), 0, range, unit));
-    }
-    return *xCache_;
+    return xConversions_.get(unit, [&] { return rangeIn(space(), 0, range, unit); });
 }
 
 QelValueRange QelXyRegion::yRange(int unit) const {
     QelValueRange const & range = body_->box->range(1);
     if (range.unit() == unit) return range;
-    if (!yCache_ || yCache_->unit() != unit) {
-        yCache_ = std::make_unique<QelValueRange>(rangeIn(space(), 1, range, unit));
-    }
-    return *yCache_;
+    return yConversions_.get(unit, [&] { return rangeIn(space(), 1, range, unit); });
 }
 
 MoxConstSmartPtr<QelXyBox> QelXyRegion::boundingBox(int unit) const {
