@@ -27,8 +27,9 @@
 // setCacheTiles(true) the image keeps them.
 //
 // Threads. Any number of threads may ask one image for pixels. Requests for different tiles take no
-// common lock. A request for a tile that another thread is computing waits for it, so that the tile
-// is computed once; threads whose tiles wait for each other in a circle get QelError misuse (3).
+// common lock. A request for a tile that another thread is computing, or its container is creating,
+// waits for it, so that this happens once. Threads whose tiles wait for each other in a circle get
+// QelError misuse (3), as does a container that asks for the very tile that it is creating.
 // Setting up (constructors, initialize, setOp, setCacheTiles) belongs to one thread, with no
 // request under way, except that the container's determineOp() may call setOp() from a request;
 // what a request uses then stays valid until the next setup.

@@ -16,7 +16,8 @@ class QEL_API QelContainerBase {
   public:
     virtual ~QelContainerBase();
 
-    // Builds the tile (x, y) and inserts it in the image.
+    // Builds the tile (x, y) and inserts it in the image. May ask the image for other tiles; asking
+    // for this one raises misuse (3) until it is inserted.
     virtual MoxSmartPtr<QelTile> createTile(Qel2DImage * image, std::int32_t x, std::int32_t y) = 0;
     // May choose an op and install it with Qel2DImage::setOp().
     virtual void determineOp(Qel2DImage * image) = 0;

@@ -316,7 +316,7 @@ MoxSmartPtr<QelTile> Qel2DImage::createTile(Grid & now, std::int32_t x, std::int
     Slot & slot = now.slot(x, y);
     MoxSmartPtr<QelTile> tile = slot.find();
     if (tile) return tile;
-    Slot::Making const making(slot);
+    QelThreadWork::Making const making(slot.making(), x, y);
     tile = slot.find();
     if (tile) return tile;
     if (container_ != nullptr) {

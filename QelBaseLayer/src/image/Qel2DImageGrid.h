@@ -9,6 +9,7 @@
 
 #include "Qel2DImage.h"
 #include "QelThreadScope.h"
+#include "QelThreadWork.h"
 
 // One position of an image's grid: the tile that is there, which the slot does not count, and the
 // position's history.
@@ -21,12 +22,14 @@
 //    stands in its slot, or not at all.
 // 3. Locks are taken in the order slot, item. Notifications, which come with the item's lock held,
 //    only compare pointers and change `flags`.
+// 4. A container creates a tile without the lock of the slot: those that want the tile sleep until
+//    it is there.
 class Qel2DImage::Slot {
   public:
     // Holds the slot's lock for a scope. Held for a handful of instructions.
     class Lock {
       public:
-        explicit Lock(Slot & slot) : slot_(slot) { slot_.acquire(locked); }
+        explicit Lock(Slot & slot) : slot_(slot) { slot_.acquire(); }
         ~Lock() { slot_.word_.fetch_and(~locked, std::memory_order_release); }
         Lock(Lock const &) = delete;
         Lock & operator=(Lock const &) = delete;
@@ -35,20 +38,11 @@ class Qel2DImage::Slot {
         Slot & slot_;
     };
 
-    // Holds the right to have a tile made for this position, so that one thread asks for it.
-    class Making {
-      public:
-        explicit Making(Slot & slot) : slot_(slot) { slot_.acquire(making); }
-        ~Making() { slot_.word_.fetch_and(~making, std::memory_order_release); }
-        Making(Making const &) = delete;
-        Making & operator=(Making const &) = delete;
-
-      private:
-        Slot & slot_;
-    };
+    // Having a tile made for this position, which one thread at a time does.
+    QelThreadWork::Job & making() { return making_; }
 
     bool holds(QelTile const * tile) const {
-        return (word_.load(std::memory_order_acquire) & ~bits) ==
+        return (word_.load(std::memory_order_acquire) & ~locked) ==
                reinterpret_cast<std::uintptr_t>(tile);
     }
 
@@ -133,8 +127,6 @@ class Qel2DImage::Slot {
 
   private:
     static constexpr std::uintptr_t locked = 1;
-    static constexpr std::uintptr_t making = 2;
-    static constexpr std::uintptr_t bits = locked | making;
 
     // Requires: the slot is locked.
     static std::int32_t countHolders(QelTile const & tile, std::int32_t cached) {
@@ -146,25 +138,22 @@ class Qel2DImage::Slot {
     static bool leave(QelTile & tile) { return tile.leaveContainer() != nullptr; }
 
     QelTile * current() const {
-        return reinterpret_cast<QelTile *>(word_.load(std::memory_order_relaxed) & ~bits);
+        return reinterpret_cast<QelTile *>(word_.load(std::memory_order_relaxed) & ~locked);
     }
 
     // Requires: the slot is locked.
     void store(QelTile * tile) {
-        auto const address = reinterpret_cast<std::uintptr_t>(tile);
-        std::uintptr_t old = word_.load(std::memory_order_relaxed);
-        while (
-            !word_.compare_exchange_weak(old, address | (old & bits), std::memory_order_acq_rel)) {
-        }
+        word_.store(reinterpret_cast<std::uintptr_t>(tile) | locked, std::memory_order_release);
     }
 
-    void acquire(std::uintptr_t bit) {
-        while ((word_.fetch_or(bit, std::memory_order_acquire) & bit) != 0) {
+    void acquire() {
+        while ((word_.fetch_or(locked, std::memory_order_acquire) & locked) != 0) {
             std::this_thread::yield();
         }
     }
 
     std::atomic<std::uintptr_t> word_{0};
+    QelThreadWork::Job making_{nullptr};
     std::atomic<std::uint32_t> flags_{0};
 };
 

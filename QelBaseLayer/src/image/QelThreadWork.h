@@ -1,22 +1,27 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 
 #include "QelThreadScope.h"
 
 class Qel2DImage;
 class QelTile;
 
-// What one thread is doing for images: the tiles it computes, the tile it waits for, and the
+// What one thread is doing for images: the tiles it makes and computes, what it waits for, and the
 // images whose computes it is inside of.
 //
 // Invariants:
-// 1. A tile's worker is the thread that computes it; only that thread ends its own claim.
-// 2. A thread waits for at most one tile, holds a reference on it, and says so under one lock
-//    that nobody takes unless he has to wait.
+// 1. A job's worker is the thread that does it; only that thread ends its own claim.
+// 2. A thread waits for at most one job, which stays while it waits, and says so under one lock
+//    that no thread takes unless it has to wait.
 // 3. No thread waits in a circle: the thread that would close it gets an error instead.
 class QelThreadWork {
   public:
+    // Something that one thread at a time does, and others wait for: its worker, null while there
+    // is none.
+    using Job = std::atomic<QelThreadWork *>;
+
     QelThreadWork() = default;
     QelThreadWork(QelThreadWork const &) = delete;
     QelThreadWork & operator=(QelThreadWork const &) = delete;
@@ -40,6 +45,20 @@ class QelThreadWork {
         bool won_;
     };
 
+    // The right to have the tile (x, y) of a grid made, held for a scope.
+    class Making {
+      public:
+        // Waits while another thread has it. Raises QelError misuse (3) when that could never end,
+        // because making the tile needs it.
+        Making(Job & job, std::int32_t x, std::int32_t y);
+        ~Making();
+        Making(Making const &) = delete;
+        Making & operator=(Making const &) = delete;
+
+      private:
+        Job & job_;
+    };
+
     // Marks, for a scope, that the calling thread is inside a compute that `image` started.
     class Inside : public QelThreadScope<Inside> {
       public:
@@ -50,9 +69,12 @@ class QelThreadWork {
 
   private:
     static QelThreadWork & mine();
-    static bool waitsForever(QelThreadWork const * self, QelTile const & tile);
-    static void wait(QelThreadWork & self, QelTile & tile);
+    static bool waitsForever(QelThreadWork const * self, Job const & job);
+    template <class Circle>
+    static void wait(QelThreadWork & self, Job & job, Circle const & textOfCircle);
+    static bool take(Job & job, QelThreadWork & self);
+    static void leave(Job & job);
     static bool isComplete(QelTile const & tile);
 
-    QelTile const * waitingFor_ = nullptr;  // guarded by the lock of the waiting threads
+    Job const * waitingFor_ = nullptr;  // guarded by the lock of the waiting threads
 };
