@@ -15,6 +15,7 @@
 #include "QelImageOp.h"
 #include "QelRectBuffer.h"
 #include "QelTile.h"
+#include "ZanMadeByNew.h"
 #include "ZanMutex.h"
 
 // An image that may not exist yet: it knows its size and the grid of tiles that covers it, and
@@ -34,8 +35,9 @@
 // request under way, except that the container's determineOp() may call setOp() from a request;
 // what a request uses then stays valid until the next setup.
 //
-// Held by MoxSmartPtr, or on a stack that outlives every iterator over it.
-class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
+// Held by MoxSmartPtr, or on a stack, where it outlives the iterators over it and the ops that read
+// from it, and is never deleted by their references.
+class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer, public ZanMadeByNew {
   public:
     // What an image has done since it was made.
     struct Statistics {
@@ -71,7 +73,7 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
 
       private:
         Qel2DImage * image_;
-        MoxSmartPtr<Qel2DImage> keep_;  // null for an image without owners, on a stack say
+        MoxSmartPtr<Qel2DImage> keep_;  // null for an image without owners
         QelRect rect_;
         std::int32_t x_;
         std::int32_t y_;
@@ -105,6 +107,8 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer {
 
     // Tiles that outlive the image stay valid as buffers.
     ~Qel2DImage() override;
+
+    bool deleteRef() const noexcept override;
 
     // Establishes size and grid from the op; nothing without one. The tile size is the report's
     // (the image's, where that is 0), limited and lifted as QelSystemConfig says, provided that the

@@ -50,6 +50,7 @@
 #include "ZanBorrow.h"
 #include "ZanError.h"
 #include "ZanErrp.h"
+#include "ZanMadeByNew.h"
 #include "ZanMutex.h"
 #include "ZanPlatform.h"
 #include "ZanPlatformMMX.h"

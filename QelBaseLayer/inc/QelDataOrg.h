@@ -29,8 +29,9 @@ QEL_API std::istream & operator>>(std::istream & in, QelLayout & layout);
 // any memory, and the tile grid of an image: the tile size and the origin of tile (0,0).
 //
 // Organisations are immutable once they are built, so they are shared between images, tiles,
-// buffers and threads; each change makes a new one. They live on the heap, held by MoxSmartPtr:
-// the `with` operations may return the organisation itself.
+// buffers and threads; each change makes a new one. Held by MoxSmartPtr: the `with` operations may
+// return the organisation itself, or a clone of one without owners, and what is made with an
+// organisation may keep it. Never one on a stack, but for operations that only look at it.
 //
 // Positions and sizes are in pixels, offsets and strides in bytes.
 class QEL_API QelDataOrg : public ZanRefCount {
@@ -122,8 +123,11 @@ class QEL_API QelDataOrg : public ZanRefCount {
     // For classes that build a changed copy, ahead of handing it out.
     void setOrigin(std::int32_t x, std::int32_t y);
 
-    // The organisation itself as the result of an operation that changes nothing.
-    MoxSmartPtr<QelDataOrg> self() const { return const_cast<QelDataOrg *>(this); }
+    // The organisation itself as the result of an operation that changes nothing; a clone of one
+    // without owners, which the result would end.
+    MoxSmartPtr<QelDataOrg> self() const {
+        return refCount() > 0 ? MoxSmartPtr<QelDataOrg>(const_cast<QelDataOrg *>(this)) : clone();
+    }
 
   private:
     friend class QelSimpleDataOrg;

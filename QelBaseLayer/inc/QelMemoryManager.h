@@ -5,13 +5,17 @@
 
 #include "MoxSmartPtr.h"
 #include "QelExport.h"
+#include "ZanMadeByNew.h"
 #include "ZanRefCount.h"
 
 // Where data buffers get their memory from, instead of the general heap. A client derives from
 // it and installs an object for the process or hands one to a buffer.
 //
+// Held by MoxSmartPtr. One that lives on a stack, or is static, is never deleted; it outlives the
+// buffers that have it.
+//
 // allocate() and free() are called from any thread and serialise themselves.
-class QEL_API QelMemoryManager : public ZanRefCount {
+class QEL_API QelMemoryManager : public ZanRefCount, public ZanMadeByNew {
   public:
     QelMemoryManager() = default;
     QelMemoryManager(QelMemoryManager const &) = delete;
@@ -19,8 +23,10 @@ class QEL_API QelMemoryManager : public ZanRefCount {
 
     // Raises memoryLeak (11) when buffers are still outstanding and no exception is in flight: one
     // character whose code is the low byte of their number, and " buffers still remaining that were
-    // allocated with this manager".
+    // allocated with this manager". If it was the default manager there is none now.
     virtual ~QelMemoryManager() noexcept(false);
+
+    bool deleteRef() const noexcept { return ZanRefCount::deleteRef() && endsWithCount(*this); }
 
     // `size` bytes, or null.
     virtual void * allocate(std::size_t size) = 0;
@@ -29,7 +35,8 @@ class QEL_API QelMemoryManager : public ZanRefCount {
     virtual bool free(void * pointer) = 0;
 
     // The manager of all buffers that name none: null at the start. Setting it takes no
-    // reference: the caller keeps the manager alive until it is cleared or replaced.
+    // reference: the caller keeps the manager alive until it is cleared or replaced. One that
+    // nobody counts when it is set is not ended by its count any more: the caller deletes it.
     static void setDefaultManager(QelMemoryManager * manager);
     static MoxSmartPtr<QelMemoryManager> getDefaultManager();
     static void clearDefaultManager();

@@ -4,12 +4,16 @@
 
 #include "VZanRefCount.h"
 #include "ZanError.h"
+#include "ZanMadeByNew.h"
 
 // An opaque word that a caller chooses and every op call passes on unchanged.
 using QelOpContext = std::uintptr_t;
 
 // The base of everything that computes. An op is bad until it has reported.
-class QEL_API QelOp : public VZanRefCount {
+//
+// Held by MoxSmartPtr, or on a stack, where it outlives the images that have it and is never
+// deleted by their references.
+class QEL_API QelOp : public VZanRefCount, public ZanMadeByNew {
   public:
     QelOp();
     ~QelOp() override;

@@ -15,8 +15,9 @@ class QelSmartRenderedItemVector;
 // The unit of work and of result of a render: something that can be computed, waits for others
 // of its kind, and is complete when its pixels are valid.
 //
-// Held by MoxSmartPtr. State bits and dependencies are read and changed under the item's lock.
-// Locks are taken in the order item, then its container.
+// Held by MoxSmartPtr; never one on a stack that another item depends on. State bits and
+// dependencies are read and changed under the item's lock. Locks are taken in the order item, then
+// its container.
 class QEL_API QelRenderedItem : public virtual ZanRefCount {
   public:
     // State bits.

@@ -59,8 +59,9 @@ class QEL_API QelSimpleDataOrg : public QelDataOrg {
     QelSimpleDataOrg(QelSimpleDataOrg const & source, int count, int const * indices);
 
     // Resize: `source` with another tile size. The origin is copied. With `recompute` the line
-    // stride and the band offsets follow the new size; otherwise all strides stay. Raises
-    // unsupported (9) when it is to recompute a SPELLED_OUT source.
+    // stride and the band offsets follow the new size; otherwise all strides stay. The reference on
+    // the source ends: never give one on a stack. Raises unsupported (9) when it is to recompute a
+    // SPELLED_OUT source.
     QelSimpleDataOrg(MoxSmartPtr<QelSimpleDataOrg> source, std::int32_t tileWidth,
                      std::int32_t tileHeight, bool recompute);
 

@@ -11,7 +11,7 @@ class QelThreadWork;
 // A piece of an image that knows its place in the grid. Created empty, computed when somebody
 // needs it, and gone with its last holder.
 //
-// Held by MoxSmartPtr.
+// Held by MoxSmartPtr. In an image never one on a stack: the image hands out references on it.
 class QEL_API QelTile : public QelRectBuffer {
   public:
     // The tile `id` of the grid of `org`, which is shared. A tile that starts left of or above the

@@ -15,9 +15,10 @@
 // A named, typed, observable value; QelSimpleAttribute<T> has the value, QelAttributeBased is an
 // object with such values.
 //
-// Held by MoxSmartPtr, always: changed() takes a reference for as long as it calls. It lives as
-// long as an owner or a client holds it. One attribute is changed by one thread, while no other
-// one looks; different attributes are independent of each other.
+// Held by MoxSmartPtr; it lives as long as an owner or a client holds it. On a stack only by
+// itself: never given to an object that has attributes or to QelSimpleAttribute::of(), nor kept by
+// a callback. One attribute is changed by one thread, while no other one looks; different
+// attributes are independent of each other.
 class QEL_API QelAttribute : public ZanRefCount {
   public:
     // So often callbacks may change, from within, the attribute that is calling them.

@@ -93,9 +93,12 @@ class QEL_API QelGenericColorSpace
     using QelFamilyColorSpace::QelFamilyColorSpace;
     ~QelGenericColorSpace() override;
 
-    // This very object where nothing changes.
+    // This very object where nothing changes; a clone of one without owners, on a stack say.
     MoxSmartPtr<QelColorSpace> newWithBands(int bands) const override;
     MoxSmartPtr<QelColorSpace> newWithRange(double min, double max) const override;
+
+  private:
+    MoxSmartPtr<QelColorSpace> self() const;
 };
 
 class QEL_API QelGenericAColorSpace

@@ -11,10 +11,10 @@ class QEL_API QelXySimpleRegion : public QelXyRegion {
   public:
     class QEL_API Iterator : public QelXyRegion::Iterator {
       public:
-        // The tiles of the grid of `tiling` that the region's pixels lie in. Raises nullPointer (4)
-        // "NULL region pointer passed to QelXySimplRegion::Iterator ctr", and what pixelBounds()
-        // raises.
-        Iterator(MoxConstSmartPtr<QelXySimpleRegion> region, QelDataOrg const & tiling);
+        // The tiles of the grid of `tiling` that the region's pixels lie in. Keeps a region that
+        // has owners. Raises nullPointer (4) "NULL region pointer passed to
+        // QelXySimplRegion::Iterator ctr", and what pixelBounds() raises.
+        Iterator(QelXySimpleRegion const * region, QelDataOrg const & tiling);
         ~Iterator() override;
 
         QelTileId tile() const override {
@@ -29,7 +29,7 @@ class QEL_API QelXySimpleRegion : public QelXyRegion {
         }
 
       private:
-        MoxConstSmartPtr<QelXySimpleRegion> region_;
+        MoxConstSmartPtr<QelXySimpleRegion> keep_;  // null for a region without owners
         std::int64_t column_ = 0;
         std::int64_t row_ = 0;
         std::int64_t firstColumn_ = 0;

@@ -16,6 +16,7 @@ class QEL_API VZanRefCount {
 
     bool tryAddRef() const noexcept { return counter_.tryAdd(); }
     void giveBackRef() const noexcept { counter_.giveBack(); }
+    void pinRef() const noexcept { counter_.pin(); }
     std::int32_t refCount() const noexcept { return counter_.count(); }
 
   private:

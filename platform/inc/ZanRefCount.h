@@ -44,12 +44,16 @@ class QEL_API ZanCounter {
     // an object that has no owner.
     void giveBack() noexcept { word_.fetch_sub(1, std::memory_order_acq_rel); }
 
+    // From now on remove() never returns true, also if it did a moment ago.
+    void pin() noexcept { word_.fetch_or(pinned, std::memory_order_acq_rel); }
+
     std::int32_t count() const noexcept {
-        return static_cast<std::int32_t>(word_.load(std::memory_order_acquire) & ~ended);
+        return static_cast<std::int32_t>(word_.load(std::memory_order_acquire) & ~(ended | pinned));
     }
 
   private:
     static constexpr std::uint32_t ended = 0x80000000U;
+    static constexpr std::uint32_t pinned = 0x40000000U;
 
     static constexpr std::uint32_t withoutOne(std::uint32_t word) noexcept {
         std::uint32_t const left = word - 1;
@@ -80,6 +84,9 @@ class QEL_API ZanRefCount {
 
     // Ends a reference borrowed from an object without owners; see ZanBorrow.
     void giveBackRef() const noexcept { counter_.giveBack(); }
+
+    // From now on the count never ends the object, whoever made it does.
+    void pinRef() const noexcept { counter_.pin(); }
 
     std::int32_t refCount() const noexcept { return counter_.count(); }
 

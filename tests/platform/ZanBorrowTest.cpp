@@ -34,6 +34,7 @@ TYPED_TEST(ZanBorrowTest, AnObjectWithoutOwnersOutlivesTheBorrowing) {
         ZanBorrow<Watched<TypeParam>> const borrow(&object);
         EXPECT_EQ(1, object.refCount());
         EXPECT_EQ(&object, borrow.get());
+        EXPECT_EQ(&object, borrow.pointer().get());
         EXPECT_EQ(&object, &*borrow);
         EXPECT_EQ(1, borrow->refCount());
     }
@@ -58,6 +59,20 @@ TYPED_TEST(ZanBorrowTest, AnOwnedObjectIsKeptByItsOwner) {
     { ZanBorrow<Watched<TypeParam>> const borrow(owner.get()); }
     EXPECT_EQ(0, this->destroyed_);
     EXPECT_EQ(1, owner->refCount());
+}
+
+TYPED_TEST(ZanBorrowTest, OnlyAnOwnedObjectIsKeptIfOwned) {
+    Watched<TypeParam> object(this->destroyed_);
+    EXPECT_EQ(nullptr, zanKeepIfOwned(&object));
+    EXPECT_EQ(0, object.refCount());
+    MoxSmartPtr<Watched<TypeParam>> owner(new Watched<TypeParam>(this->destroyed_));
+    {
+        auto const kept = zanKeepIfOwned(owner.get());
+        owner = nullptr;
+        EXPECT_EQ(1, kept->refCount());
+        EXPECT_EQ(0, this->destroyed_);
+    }
+    EXPECT_EQ(1, this->destroyed_);
 }
 
 TYPED_TEST(ZanBorrowTest, AnOwnedObjectGoesWithTheBorrowingWhenItsOwnerLeftMeanwhile) {

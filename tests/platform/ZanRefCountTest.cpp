@@ -112,6 +112,32 @@ TYPED_TEST(ZanRefCountTest, GivingBackABorrowedReferenceDoesNotEndTheObject) {
     EXPECT_TRUE(this->counted_.tryAddRef());
 }
 
+TYPED_TEST(ZanRefCountTest, APinnedObjectIsCountedButNotEnded) {
+    this->counted_.pinRef();
+    EXPECT_EQ(0, this->counted_.refCount());
+    for (int round = 0; round < 2; ++round) {
+        this->counted_.addRef();
+        EXPECT_TRUE(this->counted_.tryAddRef());
+        EXPECT_EQ(2, this->counted_.refCount());
+        EXPECT_FALSE(this->counted_.deleteRef());
+        EXPECT_FALSE(this->counted_.deleteRef());
+        EXPECT_EQ(0, this->counted_.refCount());
+    }
+    this->counted_.addRef();
+    this->counted_.giveBackRef();
+    EXPECT_EQ(0, this->counted_.refCount());
+}
+
+TYPED_TEST(ZanRefCountTest, AnObjectThatIsPinnedAtItsEndIsAsGoodAsNew) {
+    this->counted_.addRef();
+    EXPECT_TRUE(this->counted_.deleteRef());
+    this->counted_.pinRef();
+    EXPECT_EQ(0, this->counted_.refCount());
+    EXPECT_TRUE(this->counted_.tryAddRef());
+    EXPECT_EQ(1, this->counted_.refCount());
+    EXPECT_FALSE(this->counted_.deleteRef());
+}
+
 TYPED_TEST(ZanRefCountTest, RandomCallsAgreeWithAModel) {
     unsigned const seed = 20240601;
     std::cout << "seed " << seed << '\n';

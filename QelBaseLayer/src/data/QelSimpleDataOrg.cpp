@@ -336,7 +336,7 @@ void QelSimpleDataOrg::printAs(char const * name, std::ostream & out) const {
 }
 
 MoxSmartPtr<QelSimpleDataOrg> QelSimpleDataOrg::selfAsSimple() const {
-    return const_cast<QelSimpleDataOrg *>(this);
+    return const_cast<QelSimpleDataOrg *>(self()->asSimple());
 }
 
 MoxSmartPtr<QelSimpleDataOrg> QelSimpleDataOrg::standardLike(std::int32_t width,

@@ -164,6 +164,10 @@ void Qel2DImage::wrap(QelRectBuffer & buffer) {
     place(grid(), tile);
 }
 
+bool Qel2DImage::deleteRef() const noexcept {
+    return QelEmbeddedRenderedItemContainer::deleteRef() && endsWithCount(*this);
+}
+
 Qel2DImage::~Qel2DImage() {
     grid().detachTiles(cacheTiles_);
     for (MoxSmartPtr<QelImageOp> & op : ops_)

@@ -25,12 +25,6 @@ std::string text(QelRect const & rect) {
     return out.str();
 }
 
-// A reference for the time of a request. An image without owners, on a stack say, gets none:
-// another thread would take the one of this thread for an owner's, and end the image with its own.
-MoxSmartPtr<Qel2DImage> keepIfOwned(Qel2DImage * image) {
-    return image->refCount() > 0 ? image : nullptr;
-}
-
 // Apart from framed(), which lies on the stack once for each image of a chain.
 template <class Action>
 [[noreturn, gnu::noinline]] void raiseFrame(Qel2DImage const & image, Action const & action) {
@@ -70,7 +64,7 @@ MoxSmartPtr<QelDataOrg> orgOfSize(QelDataOrg const & org, QelRect const & rect) 
 
 Qel2DImage::TileIterator::TileIterator(Qel2DImage * image, QelRect const & rect)
     : image_(&qelRequired(image)),
-      keep_(keepIfOwned(image)),
+      keep_(zanKeepIfOwned(image)),
       rect_(rect.intersect(image->imageRect())),
       x_(0),
       y_(0),
@@ -310,7 +304,7 @@ std::string Qel2DImage::Filler::whereInLoop() const {
 
 bool Qel2DImage::fillRWBuffer(QelRectBuffer * dest, bool allowCopy) {
     qelRequired(dest);
-    MoxSmartPtr<Qel2DImage> const self = keepIfOwned(this);
+    MoxSmartPtr<Qel2DImage> const self = zanKeepIfOwned(this);
     ZanBorrow<QelRectBuffer> const me(dest);
     return Grid::answer(*this, [&](Grid & now) -> std::optional<bool> {
         Filler filler(*this, now, *dest, allowCopy);
@@ -321,7 +315,7 @@ bool Qel2DImage::fillRWBuffer(QelRectBuffer * dest, bool allowCopy) {
 }
 
 MoxSmartPtr<QelRectBuffer> Qel2DImage::getData(QelRect const & rect, bool allowCopy) {
-    MoxSmartPtr<Qel2DImage> const self = keepIfOwned(this);
+    MoxSmartPtr<Qel2DImage> const self = zanKeepIfOwned(this);
     return Grid::answer(*this, [&](Grid & now) -> std::optional<MoxSmartPtr<QelRectBuffer>> {
         TileIterator const at(this, rect);
         if (now.isOutdated(*this)) return std::nullopt;
@@ -365,7 +359,7 @@ MoxSmartPtr<QelRectBuffer> Qel2DImage::copyOut(QelRect const & rect) {
 
 void Qel2DImage::shareBuffer(QelRectBuffer * buffer, QelRect const & rect, bool allowCopy) {
     qelRequired(buffer);
-    MoxSmartPtr<Qel2DImage> const self = keepIfOwned(this);
+    MoxSmartPtr<Qel2DImage> const self = zanKeepIfOwned(this);
     ZanBorrow<QelRectBuffer> const hold(buffer);
     if (rect.intersect(imageRect()).isEmpty()) return;
     framed(

@@ -9,7 +9,7 @@ void QelOp::addRef() const noexcept {
 }
 
 bool QelOp::deleteRef() const noexcept {
-    return VZanRefCount::deleteRef();
+    return VZanRefCount::deleteRef() && endsWithCount(*this);
 }
 
 bool QelOp::isGood(QelOpContext) {

@@ -10,6 +10,7 @@
 #include "QelOutput.h"
 #include "QelSystemConfig.h"
 #include "QelTextStream.h"
+#include "ZanBorrow.h"
 
 namespace {
 
@@ -50,6 +51,7 @@ void QelTile::compute() {
         qelRaise(QelErrorCode::nullPointer,
                  "An QelTile is not owned by an Qel2DImage in QelTile::computeTile");
     }
+    ZanBorrow<QelTile> const keep(this);  // what getTile() returns may be the only owner
     image->getTile(id_.tileX, id_.tileY);
 }
 

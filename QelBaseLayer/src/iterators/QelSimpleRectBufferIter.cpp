@@ -4,6 +4,7 @@
 
 #include "QelError.h"
 #include "QelRequired.h"
+#include "ZanBorrow.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ QelSimpleRectBufferIter::QelSimpleRectBufferIter(QelRectBuffer * buffer, QelRect
                                                  std::int32_t loopOrder, bool reverseX,
                                                  bool reverseY, QelSimpleRectBufferIter * next)
     : buffer_(&qelRequired(buffer)),
-      keep_(buffer->refCount() > 0 ? buffer : nullptr),
+      keep_(zanKeepIfOwned(buffer)),
       wanted_(rect),
       wantedOrder_(loopOrder),
       rect_(rect),

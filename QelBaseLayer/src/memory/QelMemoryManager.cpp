@@ -13,6 +13,8 @@ constinit std::atomic<QelMemoryManager *> defaultManager{nullptr};
 }  // namespace
 
 QelMemoryManager::~QelMemoryManager() noexcept(false) {
+    QelMemoryManager * self = this;
+    defaultManager.compare_exchange_strong(self, nullptr, std::memory_order_acq_rel);
     if (outstanding_ == 0 || std::uncaught_exceptions() > 0) return;
     // Clients know the number as a character, not in digits.
     std::string const number(1, static_cast<char>(outstanding_ & 0xff));
@@ -21,6 +23,8 @@ QelMemoryManager::~QelMemoryManager() noexcept(false) {
 }
 
 void QelMemoryManager::setDefaultManager(QelMemoryManager * manager) {
+    // Buffers and callers count it for a while, and would be its only owners.
+    if (manager != nullptr && manager->refCount() == 0) manager->pinRef();
     defaultManager.store(manager, std::memory_order_release);
 }
 

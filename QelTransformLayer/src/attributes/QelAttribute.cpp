@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "QelError.h"
+#include "ZanBorrow.h"
 
 namespace {
 
@@ -32,11 +33,11 @@ class QelAttribute::Call {
         // No further than now: callbacks may add others. None goes before this is done.
         auto entry = attribute_->callbacks_.begin();
         for (std::size_t left = attribute_->callbacks_.size(); left > 0; --left, ++entry)
-            if (!entry->removed) entry->callback->attributeChanged(attribute_);
+            if (!entry->removed) entry->callback->attributeChanged(attribute_.pointer());
     }
 
   private:
-    MoxSmartPtr<QelAttribute> attribute_;
+    ZanBorrow<QelAttribute> attribute_;
 };
 
 QelAttribute::QelAttribute(std::string name) : name_(std::move(name)), timestamp_(nextStamp()) {}

@@ -151,7 +151,7 @@ void QelAttributeBased::copyAttributes(QelAttributeBased const & source) {
     checkCollections();
     // Callbacks may drop either object, and add and remove attributes.
     ZanBorrow const kept(this);
-    ZanBorrow const keptSource(&source);
+    auto const keptSource = zanKeepIfOwned(&source);  // others may copy from it at the same time
     for (std::size_t i = 0; i < source.attributeList_.size(); ++i) {
         auto const & [key, held] = *source.attributeList_[i];
         MoxSmartPtr<QelAttribute> const from = held.attribute;

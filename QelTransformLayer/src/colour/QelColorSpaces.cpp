@@ -202,12 +202,17 @@ bool QelYCCLikeColorSpace::isYCCLike() const {
 
 QelGenericColorSpace::~QelGenericColorSpace() = default;
 
+MoxSmartPtr<QelColorSpace> QelGenericColorSpace::self() const {
+    if (refCount() == 0) return clone();
+    return const_cast<QelGenericColorSpace *>(this);
+}
+
 MoxSmartPtr<QelColorSpace> QelGenericColorSpace::newWithBands(int bands) const {
-    if (bands == numBands()) return const_cast<QelGenericColorSpace *>(this);
+    if (bands == numBands()) return self();
     return new QelGenericColorSpace(bands, minValue(), maxValue());
 }
 
 MoxSmartPtr<QelColorSpace> QelGenericColorSpace::newWithRange(double min, double max) const {
-    if (min == minValue() && max == maxValue()) return const_cast<QelGenericColorSpace *>(this);
+    if (min == minValue() && max == maxValue()) return self();
     return new QelGenericColorSpace(numBands(), min, max);
 }

@@ -8,6 +8,7 @@
 
 #include "QelError.h"
 #include "QelTextForm.h"
+#include "ZanBorrow.h"
 
 namespace {
 
@@ -28,11 +29,10 @@ std::int32_t lastOf(std::int64_t position) {
 
 }  // namespace
 
-QelXySimpleRegion::Iterator::Iterator(MoxConstSmartPtr<QelXySimpleRegion> region,
-                                      QelDataOrg const & tiling)
-    : region_(std::move(region)) {
-    QelRect const bounds = checked(region_.get()).pixelBounds();
-    resolution_ = QelTileId(0, 0, region_->xyCoordSpace().get());
+QelXySimpleRegion::Iterator::Iterator(QelXySimpleRegion const * region, QelDataOrg const & tiling)
+    : keep_(zanKeepIfOwned(&checked(region))) {
+    QelRect const bounds = region->pixelBounds();
+    resolution_ = QelTileId(0, 0, region->xyCoordSpace().get());
     column_ = firstColumn_ = tiling.tileIndexX(bounds.x);
     row_ = tiling.tileIndexY(bounds.y);
     lastRow_ = row_ - 1;

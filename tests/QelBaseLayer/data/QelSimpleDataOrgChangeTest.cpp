@@ -150,6 +150,17 @@ TEST(QelSimpleDataOrgChangeTest, ResizeReleasesItsArgument) {
     EXPECT_EQ(printed(*org), printed(*only));
 }
 
+TEST(QelSimpleDataOrgChangeTest, NothingChangedReturnsACloneOfOneWithoutOwners) {
+    QelSimpleDataOrg const org(10, 4, QelDataType::Short, 3, LINE_INTERLEAVED);
+    for (Org const & same :
+         {org.makeWithSize(10, 4), org.makeWithBands(3), org.makeWithDataType(QelDataType::Short),
+          org.makeWithLayout(LINE_INTERLEAVED)}) {
+        EXPECT_NE(&org, same.get());
+        EXPECT_EQ(printed(org), printed(*same));
+    }
+    EXPECT_EQ(0, org.refCount());
+}
+
 // withSize to the current size returns the same object.
 TEST(QelSimpleDataOrgChangeTest, NothingChangedReturnsTheSameObject) {
     Org const org = standard(10, 4, QelDataType::Short, 3, LINE_INTERLEAVED);

@@ -9,6 +9,7 @@
 
 #include "ExpectError.h"
 #include "HeapManager.h"
+#include "QelDataBuffer.h"
 
 namespace {
 
@@ -53,6 +54,45 @@ TEST_F(QelMemoryManagerTest, TheDefaultCanBeReplaced) {
     QelMemoryManager::setDefaultManager(second);
     EXPECT_EQ(second.get(), QelMemoryManager::getDefaultManager().get());
     QelMemoryManager::setDefaultManager(nullptr);
+    EXPECT_FALSE(QelMemoryManager::getDefaultManager());
+}
+
+// A default manager without owners: buffers and callers count it, and leave it alone.
+TEST_F(QelMemoryManagerTest, ADefaultManagerThatNobodyCountsIsEndedByItsMaker) {
+    auto const manager = std::make_unique<HeapManager>();
+    QelMemoryManager::setDefaultManager(manager.get());
+    EXPECT_EQ(manager.get(), QelMemoryManager::getDefaultManager().get());
+    {
+        QelDataBuffer buffer(10);
+        buffer.allocate();
+        EXPECT_EQ(1, manager->refCount());
+        QelMemoryManager::clearDefaultManager();
+    }
+    EXPECT_EQ(0, manager->refCount());
+    EXPECT_EQ(1, manager->allocations());
+}
+
+TEST_F(QelMemoryManagerTest, AManagerOnAStackIsLeftAlone) {
+    HeapManager manager;
+    {
+        QelDataBuffer buffer(10, &manager);
+        buffer.allocate();
+        EXPECT_EQ(&manager, buffer.manager().get());
+    }
+    QelMemoryManager::setDefaultManager(&manager);
+    { QelDataBuffer(10).allocate(); }
+    EXPECT_EQ(&manager, QelMemoryManager::getDefaultManager().get());
+    EXPECT_EQ(2, manager.allocations());
+    EXPECT_EQ(0, manager.refCount());
+}
+
+TEST_F(QelMemoryManagerTest, AManagerThatEndsIsNotTheDefaultAnyMore) {
+    MoxSmartPtr<HeapManager> manager(new HeapManager);
+    MoxSmartPtr<HeapManager> other(new HeapManager);
+    QelMemoryManager::setDefaultManager(manager);
+    other = nullptr;
+    EXPECT_EQ(manager.get(), QelMemoryManager::getDefaultManager().get());
+    manager = nullptr;
     EXPECT_FALSE(QelMemoryManager::getDefaultManager());
 }
 

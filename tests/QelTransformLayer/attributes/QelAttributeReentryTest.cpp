@@ -372,6 +372,22 @@ TEST_F(QelAttributeReentryTest, ACallbackRemovesTheAttributeFromItsOwner) {
     EXPECT_EQ(3, attribute_->numCallbacks());
 }
 
+TEST_F(QelAttributeReentry, AnAttributeOnAStackOutlivesItsCallbacks) {
+    IntAttribute attribute("size");
+    observe(attribute, [this](AttributePtr const & changed) {
+        AttributePtr const held = changed;
+        EXPECT_GE(held->refCount(), 2);
+        calls_ += held->name();
+    });
+    observe(attribute, [&](AttributePtr const &) {
+        if (attribute.getValue() < 3) attribute.setValue(attribute.getValue() + 1);
+    });
+    attribute.setValue(2);
+    EXPECT_EQ("sizesize", calls_);
+    EXPECT_EQ(3, attribute.getValue());
+    EXPECT_EQ(0, attribute.refCount());
+}
+
 // ---- Raising
 
 TEST_F(QelAttributeReentryTest, WhatACallbackRaisesGoesToWhoChangedTheValue) {

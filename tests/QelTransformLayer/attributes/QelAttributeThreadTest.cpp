@@ -87,4 +87,25 @@ TEST(QelAttributeThreadTest, ManyThreadsLookAtOneObject) {
         thread.join();
 }
 
+// The source has no owner: were it counted for a while, the last thread to let go would end it.
+TEST(QelAttributeThread, ManyThreadsCopyFromOneObjectOnAStack) {
+    Listener source;
+    for (int i = 0; i < 5; ++i)
+        source.add("size " + std::to_string(i), i);
+    std::barrier start(threadCount);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < threadCount; ++t) {
+        threads.emplace_back([&] {
+            Listener target(source);
+            start.arrive_and_wait();
+            for (int round = 0; round < rounds; ++round)
+                target.copyAttributes(source);
+            EXPECT_EQ(5, target.getNumAttributes());
+        });
+    }
+    for (std::thread & thread : threads)
+        thread.join();
+    EXPECT_EQ(0, source.refCount());
+}
+
 }  // namespace

@@ -187,7 +187,17 @@ TEST(QelColorSpacesTest, CopiesAndChangedCopiesAreOfTheSameClass) {
     }
 }
 
-TEST(QelColorSpacesTest, ConstructorsTakeBandsAndRange) {
+TEST(QelColorSpaces, AGenericOneOnAStackGivesAClone) {
+    QelGenericColorSpace const space(2, 0.0, 4.0);
+    for (MoxSmartPtr<QelColorSpace> const & same :
+         {space.newWithBands(2), space.newWithRange(0.0, 4.0)}) {
+        EXPECT_NE(&space, same.get());
+        EXPECT_TRUE(same->isEqual(space));
+    }
+    EXPECT_EQ(0, space.refCount());
+}
+
+TEST(QelColorSpaces, ConstructorsTakeBandsAndRange) {
     QelSRGBColorSpace const space(4, -1.0, 1.0);
     EXPECT_EQ(4, space.numBands());
     EXPECT_EQ(-1.0, space.minValue());
