@@ -4,10 +4,10 @@
 #include <type_traits>
 #include <utility>
 
-// Intrusive smart pointer over ZanRefCount and VZanRefCount: owns one reference to a T, which may be
-// const. Converts implicitly from a raw pointer (also to a derived class) and back to one, so code
-// reads the same with either. The counts are thread-safe; a smart pointer object itself belongs to
-// one thread.
+// Intrusive smart pointer over ZanRefCount and VZanRefCount: owns one reference to a T, which may
+// be const. Converts implicitly from a raw pointer (also to a derived class) and back to one, so
+// code reads the same with either. The counts are thread-safe; a smart pointer object itself
+// belongs to one thread.
 //
 // An exception from the pointee's destructor passes through release() and the assignments, with the
 // smart pointer in its new state. When the smart pointer's own destructor deletes the object, such

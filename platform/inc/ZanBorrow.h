@@ -6,8 +6,8 @@
 
 // A reference that an operation holds on an object while it runs. An object that had no owner to
 // begin with (such as one on a stack) is not deleted when the reference ends; an owned object whose
-// last owner has gone meanwhile is. For an object that one thread uses at a time: two borrowers of an
-// object without owners would take each other for one.
+// last owner has gone meanwhile is. For an object that one thread uses at a time: two borrowers of
+// an object without owners would take each other for one.
 template <class T>
 class ZanBorrow {
   public:

@@ -53,7 +53,7 @@ TEST(QelXyRegionAllocationTest, AskingTwiceForTheSameUnitConvertsOnce) {
     }
 }
 
-TEST(QelXyRegionAllocation, EachUnitIsConvertedOnce) {
+TEST(QelXyRegionAllocationTest, EachUnitIsConvertedOnce) {
     MoxSmartPtr<QelXySimpleRegion> const region = regionOfInches();
     for (int round = 0; round < 3; ++round) {
         for (int const unit : {QEL_UNIT_CENTIMETER, QEL_UNIT_PIXEL, QEL_UNIT_METER}) {

@@ -88,7 +88,7 @@ TEST(QelAttributeThreadTest, ManyThreadsLookAtOneObject) {
 }
 
 // The source has no owner: were it counted for a while, the last thread to let go would end it.
-TEST(QelAttributeThread, ManyThreadsCopyFromOneObjectOnAStack) {
+TEST(QelAttributeThreadTest, ManyThreadsCopyFromOneObjectOnAStack) {
     Listener source;
     for (int i = 0; i < 5; ++i)
         source.add("size " + std::to_string(i), i);

@@ -187,7 +187,7 @@ TEST(QelColorSpacesTest, CopiesAndChangedCopiesAreOfTheSameClass) {
     }
 }
 
-TEST(QelColorSpaces, AGenericOneOnAStackGivesAClone) {
+TEST(QelColorSpacesTest, AGenericOneOnAStackGivesAClone) {
     QelGenericColorSpace const space(2, 0.0, 4.0);
     for (MoxSmartPtr<QelColorSpace> const & same :
          {space.newWithBands(2), space.newWithRange(0.0, 4.0)}) {
@@ -197,7 +197,7 @@ TEST(QelColorSpaces, AGenericOneOnAStackGivesAClone) {
     EXPECT_EQ(0, space.refCount());
 }
 
-TEST(QelColorSpaces, ConstructorsTakeBandsAndRange) {
+TEST(QelColorSpacesTest, ConstructorsTakeBandsAndRange) {
     QelSRGBColorSpace const space(4, -1.0, 1.0);
     EXPECT_EQ(4, space.numBands());
     EXPECT_EQ(-1.0, space.minValue());

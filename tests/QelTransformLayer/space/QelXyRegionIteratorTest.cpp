@@ -172,14 +172,14 @@ TEST(QelXyRegionIteratorTest, KeepsTheRegion) {
     EXPECT_EQ(4U, walkedTiles(at).size());
 }
 
-TEST(QelXyRegionIterator, LeavesARegionOnAStackAlone) {
+TEST(QelXyRegionIteratorTest, LeavesARegionOnAStackAlone) {
     QelXySimpleRegion const region(pixelSpace(10, 10), 0, 0, 10, 5);
     { EXPECT_EQ(2U, tilesOf(&region, {5, 5}).size()); }
     EXPECT_EQ(0, region.refCount());
     EXPECT_EQ(QelRect(0, 0, 10, 5), region.pixelBounds());
 }
 
-TEST(QelXyRegionIterator, Refusals) {
+TEST(QelXyRegionIteratorTest, Refusals) {
     MoxSmartPtr<QelDataOrg> const org = Tiling{5, 5}.org();
     expectRaises(QelErrorCode::nullPointer,
                  "NULL region pointer passed to QelXySimplRegion::Iterator ctr",
