@@ -4,6 +4,7 @@
 #include <string>
 
 #include "QelError.h"
+#include "QelTextStream.h"
 #include "QelTile.h"
 
 namespace {
@@ -14,7 +15,9 @@ std::mutex & waitersLock() {
 }
 
 std::string place(std::int32_t x, std::int32_t y) {
-    return "(" + std::to_string(x) + "," + std::to_string(y) + ")";
+    QelTextStream text;
+    text << '(' << x << ',' << y << ')';
+    return text.str();
 }
 
 }  // namespace
