@@ -26,6 +26,9 @@ function(qel_precompile target)
         <algorithm> <array> <atomic> <cerrno> <cmath> <cstddef> <cstdint> <cstdlib> <cstring>
         <functional> <limits> <map> <memory> <mutex> <new> <optional> <ostream> <sstream> <stdexcept>
         <string> <string_view> <thread> <type_traits> <utility> <vector> ${ARGN})
+    # The same headers give the same file, so that ccache finds what was compiled with it.
+    target_compile_options(${target} PRIVATE
+        $<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>)
 endfunction()
 
 # qel_library(TARGET NAME): the shared library libTARGET.so, known to its users as Qel::NAME. Its
