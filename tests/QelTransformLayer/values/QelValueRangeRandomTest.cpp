@@ -4,6 +4,7 @@
 #include <iostream>
 #include <random>
 
+#include "QelErrorCode.h"
 #include "QelValueRange.h"
 #include "UnitTesting.h"
 #include "ZanError.h"
