@@ -121,9 +121,10 @@ TEST_F(QelMemoryManagerTest, TeardownWithBuffersLeftRaises11WithOneCharacter) {
                        {256 + 66, 'B'}, {255, '\xff'}, {-1, '\xff'}};
     for (auto const & c : cases) {
         SCOPED_TRACE(c.buffers);
-        EXPECT_EQ(std::string("QEL error 11\n") + c.character +
-                      " buffers still remaining that were allocated with this manager",
-                  tearDownWith(c.buffers));
+        std::string text = "QEL error 11\n";
+        text += c.character;
+        text += " buffers still remaining that were allocated with this manager";
+        EXPECT_EQ(text, tearDownWith(c.buffers));
     }
 }
 

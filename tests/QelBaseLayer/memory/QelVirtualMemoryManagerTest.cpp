@@ -292,9 +292,10 @@ TEST_F(QelVirtualMemoryManagerEndTest, BlocksLeftRaise11WithOneCharacter) {
     } const cases[] = {{1, '\x01'}, {3, '\x03'}, {65, 'A'}, {258, '\x02'}};
     for (auto const & c : cases) {
         SCOPED_TRACE(c.blocks);
-        EXPECT_EQ(std::string("QEL error 11\n") + c.character +
-                      " buffers still remaining that were allocated with this manager",
-                  endWith(c.blocks));
+        std::string text = "QEL error 11\n";
+        text += c.character;
+        text += " buffers still remaining that were allocated with this manager";
+        EXPECT_EQ(text, endWith(c.blocks));
     }
 }
 
