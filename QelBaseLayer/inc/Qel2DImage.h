@@ -21,22 +21,22 @@
 // An image that may not exist yet: it knows its size and the grid of tiles that covers it, and
 // makes pixels on demand through its op or its container.
 //
-// A caller asks for a tile (getTile), for a view of pixels (getData), or to have a buffer of its
-// own filled (fillRWBuffer, shareBuffer). The image finds the tiles involved, copies only where it
+// A caller asks for a tile (getTile), for a view of pixels (getData), or to have its own buffer
+// filled (fillRWBuffer, shareBuffer). The image finds the tiles involved, copies only where it
 // must, computes what is missing, and hands memory out. By default it does not own its tiles: a
-// tile lives as long as somebody holds it, and is computed again if it is asked for later. With
+// tile lives as long as something holds it, and is computed again if requested later. With
 // setCacheTiles(true) the image keeps them.
 //
 // Threads. Any number of threads may ask one image for pixels. Requests for different tiles take no
-// common lock. A request for a tile that another thread is computing, or its container is creating,
-// waits for it, so that this happens once. Threads whose tiles wait for each other in a circle get
-// QelError misuse (3), as does a container that asks for the very tile that it is creating.
-// Setting up (constructors, initialize, setOp, setCacheTiles) belongs to one thread, with no
-// request under way, except that the container's determineOp() may call setOp() from a request;
-// what a request uses then stays valid until the next setup.
+// common lock. A request for a tile that another thread is computing, or that the container is
+// creating, waits for it, so each tile is made once. Threads whose tiles wait for each other in a
+// cycle get QelError misuse (3). So does a container that requests the tile it is creating. Setting
+// up (constructors, initialize, setOp, setCacheTiles) belongs to one thread, with no request in
+// progress. One exception: the container's determineOp() may call setOp() from a request; what a
+// request uses then stays valid until the next setup.
 //
-// Held by MoxSmartPtr, or on a stack, where it outlives the iterators over it and the ops that read
-// from it, and is never deleted by their references.
+// Held by MoxSmartPtr, or on a stack. There it must outlive the iterators over it and the ops that
+// read from it, and their references never delete it.
 class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer, public ZanMadeByNew {
   public:
     // What an image has done since it was made.
@@ -50,7 +50,7 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer, public ZanMa
     // image alive.
     class QEL_API TileIterator {
       public:
-        // Stands at the first tile. `rect` is clipped to the image; one that misses it visits no
+        // Starts at the first tile. `rect` is clipped to the image; one that misses it visits no
         // tile. Raises nullPointer (4) for a null image.
         TileIterator(Qel2DImage * image, QelRect const & rect);
 
@@ -83,12 +83,12 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer, public ZanMa
     };
     using tileIter = TileIterator;
 
-    // With an op, whose report gives size and organisation; see initialize(). The container is
-    // not counted and outlives the image; both may be null. An `id` demands its resolution.
+    // With an op, whose report gives size and organisation; see initialize(). The container is not
+    // counted and must outlive the image; both may be null. An `id` requires its resolution.
     Qel2DImage(QelTileId const & id, QelImageOp * op, QelContainerBase * container);
     explicit Qel2DImage(QelImageOp * op, QelContainerBase * container = nullptr);
 
-    // With a given size and no op, in a clone of `org`. An organisation of tile size 0 gets one
+    // With a given size and no op, using a clone of `org`. An organisation of tile size 0 gets one
     // tile of the image's size at (0,0). Raises nullPointer (4) for a null `org`, unsupported (9)
     // for one of tile size 0 that cannot be resized, and invalidValue (13) for a grid of more than
     // 2^31 tiles.
@@ -110,61 +110,60 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer, public ZanMa
 
     bool deleteRef() const noexcept override;
 
-    // Establishes size and grid from the op; nothing without one. The tile size is the report's
-    // (the image's, where that is 0), limited and lifted as QelSystemConfig says, provided that the
-    // op accepts it; the grid is anchored so that tile (0,0) holds pixel (0,0). Raises misuse (3)
-    // for a bad report and for a size that is not the one of the image's id, unsupported (9) for
-    // an organisation without a tile size that cannot be resized, and invalidValue (13) for a grid
-    // of more than 2^31 tiles.
+    // Sets size and grid from the op; does nothing without one. The tile size is the report's (the
+    // image's, where that is 0), clamped to the bounds in QelSystemConfig if the op accepts that.
+    // The grid is anchored so that tile (0,0) holds pixel (0,0). Raises misuse (3) for a bad report
+    // and for a size that differs from the image's id, unsupported (9) for an organisation without
+    // a tile size that cannot be resized, and invalidValue (13) for a grid of more than 2^31 tiles.
     void initialize();
 
     // Fills `info`, with a status of code 0; false, with the status misuse (3), when the size
-    // cannot be determined. What `info` takes over is the size, the number of bands, their element
-    // type, and the size and origin of the tiles. Its organisation keeps its own class and layout:
-    // for the strides and offsets of the image ask dataOrg(). computed() keeps its value too.
-    // Raises unsupported (9) when that organisation cannot be changed so.
+    // cannot be determined. `info` takes over the size, the number of bands, their element type,
+    // and the size and origin of the tiles. Its organisation keeps its class and layout: call
+    // dataOrg() for the image's strides and offsets. computed() keeps its value too. Raises
+    // unsupported (9) when that organisation cannot be changed this way.
     bool outputInfo(QelImageInfo & info);
 
     // Replaces the op and initializes. An unchanged grid keeps its tiles.
     void setOp(QelImageOp * op);
     MoxSmartPtr<QelImageOp> op() const;
 
-    // Whether the image holds a reference on each of its tiles. Turning it off may delete tiles.
+    // Whether the image holds a reference to each of its tiles. Turning it off may delete tiles.
     void setCacheTiles(bool cache);
     bool cacheTiles() const { return cacheTiles_; }
 
-    // The tile at column x, row y of the grid: complete, computed if need be; empty if it has to be
-    // made, nothing computed; the one that is there or null. A position outside the grid writes one
-    // line to the library's output and yields null. getTile raises noPixelSource (602) when there
-    // is nothing to compute with, unexpectedException (10) for a foreign exception, and passes a
+    // The tile at column x, row y of the grid: complete, computed if needed; empty if it has to be
+    // made, nothing computed; the existing one or null. A position outside the grid writes one line
+    // to the library's output and returns null. getTile raises noPixelSource (602) when there is
+    // nothing to compute with, unexpectedException (10) for a foreign exception, and passes a
     // ZanError on.
     MoxSmartPtr<QelTile> getTile(std::int32_t x, std::int32_t y);
     MoxSmartPtr<QelTile> createTile(std::int32_t x, std::int32_t y);
     MoxSmartPtr<QelTile> findTile(std::int32_t x, std::int32_t y);
 
-    // Puts `tile` in the slot of its id, cut to the image, and returns it; a tile that is there
-    // already is detached. Takes no reference, unless the image caches its tiles; while other
-    // threads use the image the caller holds one, for whoever finds the tile may release it.
-    // Raises nullPointer (4) for null.
+    // Puts `tile` in the slot of its id, cut to the image, and returns it; a tile already there is
+    // detached. Takes no reference, unless the image caches its tiles. While other threads use the
+    // image the caller must hold one, since any thread that finds the tile may release it. Raises
+    // nullPointer (4) for null.
     QelTile * insertTile(QelTile * tile);
 
-    // The pixels of `rect`: a view of the tile that holds them all; else, with `allowCopy`, a new
-    // buffer of the requested size, zero outside the image; without it the view of what lies in
-    // one tile, or null. Null too when `rect` misses the image. Raises unsupported (9) for a new
+    // The pixels of `rect`: a view of the tile that holds them all; otherwise, with `allowCopy`, a
+    // new buffer of the requested size, zero outside the image; without it, a view of the part in
+    // one tile, or null. Also null when `rect` misses the image. Raises unsupported (9) for a new
     // buffer larger than a tile when the organisation cannot be resized.
     MoxSmartPtr<QelRectBuffer> getData(QelRect const & rect, bool allowCopy);
 
-    // Fills the part of `dest` that lies in the image, by the cheapest way there is: a tile's
-    // memory is taken over when `dest` has none and nobody else wants the tile; the producer
-    // writes straight into `dest` when it can; tiles are copied, with `allowCopy`, when it cannot.
-    // False when there is no way, as always without `allowCopy` when that part lies in several
-    // tiles: even a producer that could write into `dest` is not asked to. No pixel is computed or
-    // written then, but a `dest` that leaves the image may have got its memory. True when `dest`
-    // misses the image. Raises nullPointer (4) for null.
+    // Fills the part of `dest` that lies in the image, in the cheapest way: `dest` takes over a
+    // tile's memory when it has none and the tile has no other user; the producer writes directly
+    // into `dest` when it can; otherwise, with `allowCopy`, tiles are copied. False when there is
+    // no way. That is always so without `allowCopy` when that part lies in several tiles, even if
+    // the producer could write into `dest`. No pixel is computed or written then, but a `dest` that
+    // extends beyond the image may have been allocated. True when `dest` misses the image. Raises
+    // nullPointer (4) for null.
     bool fillRWBuffer(QelRectBuffer * dest, bool allowCopy);
 
-    // Lets `buffer`, whatever its position, take the pixels of `rect`: by sharing a tile's memory
-    // if it has none and the layouts agree, else by filling, which needs `allowCopy`. Raises
+    // Gives `buffer`, whatever its position, the pixels of `rect`: by sharing a tile's memory if it
+    // has none and the layouts agree, otherwise by filling, which needs `allowCopy`. Raises
     // nullPointer (4) for null.
     void shareBuffer(QelRectBuffer * buffer, QelRect const & rect, bool allowCopy);
 
@@ -180,7 +179,7 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer, public ZanMa
     // The resolution that the image was made for; null when none was given.
     QelTileId const * id() const { return id_ ? &*id_ : nullptr; }
 
-    // The word passed to every call of the op.
+    // The context passed to every call of the op.
     QelOpContext opContext() const { return opContext_; }
     void setOpContext(QelOpContext opContext) { opContext_ = opContext; }
 
@@ -212,7 +211,7 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer, public ZanMa
     Grid & grid() const { return *grid_.load(std::memory_order_acquire); }
     QelImageOp * currentOp() const { return currentOp_.load(std::memory_order_acquire); }
 
-    // `now`, or the grid in force; null, and a line on the output, if the position is outside.
+    // `now`, or the current grid; null, and a line on the output, if the position is outside.
     Grid * gridWith(Grid & now, std::int32_t x, std::int32_t y, char const * operation) const;
     Grid * gridWith(std::int32_t x, std::int32_t y, char const * operation) const {
         return gridWith(grid(), x, y, operation);
@@ -234,8 +233,8 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer, public ZanMa
     void computeTile(QelTile & tile, QelImageOp * op);
     void runContainer(QelTile & tile);
     void runOp(QelImageOp & op, QelTile & tile);
-    // Computes straight into `buffer`, unless the grid is not the `planned` one any more: the
-    // request is then to be made anew. Requires a producer.
+    // Computes straight into `buffer`, unless the grid is no longer the `planned` one: the request
+    // must then start again. Requires a producer.
     void computeInto(QelRectBuffer & buffer, QelTile * tile, Grid const & planned);
     void copyInto(QelRectBuffer & buffer, QelTile const & tile, QelRect const & rect);
     bool isReady(QelTile & tile) const;
@@ -248,11 +247,11 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer, public ZanMa
 
     std::atomic<Grid *> grid_{nullptr};
     std::atomic<QelImageOp *> currentOp_{nullptr};
-    // What a request under way may still use after setOp(): the last entry is in force.
+    // What a request in progress may still use after setOp(): the last entry is current.
     std::vector<std::unique_ptr<Grid>> grids_;
     std::vector<MoxSmartPtr<QelImageOp>> ops_;
     mutable ZanMutex setupLock_;
-    std::atomic<int> choosing_{0};  // calls of determineOp() under way
+    std::atomic<int> choosing_{0};  // calls of determineOp() in progress
 
     QelOpContext opContext_ = 0;
     QelContainerBase * container_ = nullptr;

@@ -5,14 +5,14 @@
 #include "QelRectBuffer.h"
 #include "ZanError.h"
 
-// Runs `op` once over a whole buffer, without an image or a graph. With a null buffer one of the
-// op's own size is made, at (0,0). `result` is the buffer, or null with the reason in `status`: the
-// op's own status, or misuse (3) for a buffer that the op refuses. On success `status` keeps code
+// Runs `op` once over a whole buffer, without an image or a graph. A null buffer means a new one of
+// the op's size, at (0,0). `result` is the buffer, or null with the reason in `status`: the op's
+// own status, or misuse (3) for a buffer that the op refuses. On success `status` keeps code
 // notComputed (1): test the result. What compute() raises passes through, with `result` null.
 //
-// Raises nullPointer (4) for a null op, ahead of all changes.
+// Raises nullPointer (4) for a null op, before any change.
 //
-// Requires: a buffer of the caller's is held by a MoxSmartPtr, since the result becomes one of its
+// Requires: the caller's buffer is held by a MoxSmartPtr, since the result becomes one of its
 // owners. For a buffer on a stack call canFill() and compute() of the op.
 QEL_API void qelCompute(MoxSmartPtr<QelRectBuffer> & result, ZanError & status, QelImageOp * op,
                         QelRectBuffer * buffer = nullptr, QelOpContext opContext = 0);

@@ -15,7 +15,7 @@
 //     for (int i = 0; i < n; ++i) sum += integer[i] * sample[i];
 //     int const result = sum >> halvings;       // halvings is log2(scale)
 //
-// scale  How many integer steps stand for the factor 1.0. A scale that the library chooses is a
+// scale How many integer steps represent the factor 1.0. A scale that the library chooses is a
 //        power of two, at least 1 and at most 2^28, so that the division by it is a shift.
 // limit  The largest sum of the integers' magnitudes, and so a bound on every sum in the loop:
 //        it is at most limit times the largest magnitude of a sample, plus half the scale.
@@ -26,8 +26,8 @@
 // The operations on kernels return true on failure and false on success. A failure, like a raised
 // std::bad_alloc, leaves every output parameter, array and table as it was. A kernel whose sum of
 // magnitudes is not finite (an element is infinite or not a number, or the sum overflows) is a
-// failure. n <= 0 is an empty kernel, whose sums are 0 and whose address is not looked at.
-// Otherwise, Requires: a kernel's address leads to n elements.
+// failure. n <= 0 is an empty kernel: its sums are 0 and its address is not used. Otherwise,
+// Requires: a kernel's address points to n elements.
 class QEL_API QelCoreMisc {
   public:
     QelCoreMisc() = delete;
@@ -55,7 +55,7 @@ class QEL_API QelCoreMisc {
     // The limit of a level: 256 below 2, otherwise 16384.
     static int fixedPointLimit(int level);
 
-    // Finds the largest scale, from the limit downwards by halves, with which the kernel keeps
+    // Finds the largest scale, halving from the limit downwards, at which the kernel stays within
     // the limit. `sumOut` is the sum of the magnitudes in integer steps,
     //     trunc(scale * sum of |kernel[i]| + 0.2),
     // and at most the limit. Fails if even the scale 1 exceeds the limit.
@@ -69,21 +69,21 @@ class QEL_API QelCoreMisc {
     // magnitudes never exceeds its goal, and the goal never the limit.
     //
     // `scale` comes in as the requested scale and goes out as the one that was used:
-    // - 0 chooses. From the limit downwards by halves the first scale that keeps the limit; for a
-    //   kernel that leaves more than half of the limit unused, a larger scale, doubled until the
-    //   goal of the magnitudes is at least half the limit. A kernel whose goal is 0 (all zeros,
+    // - 0 chooses. Halving from the limit downwards, the first scale that stays within the limit;
+    //   for a kernel that leaves more than half of the limit unused, a larger scale, doubled until
+    //   the goal of the magnitudes is at least half the limit. A kernel whose goal is 0 (all zeros,
     //   say) keeps scale = limit.
     // - Any other value is used with its sign dropped, and need not be a power of two.
     //
-    // Every integer is kernel[i] * scale cut towards zero. Then, until the goal of the sum or
-    // that of the magnitudes is reached, the elements that lost most move away from zero by one:
-    // each element once at most, among equals the first one first. A kernel with kernel[i] ==
-    // kernel[n - 1 - i] throughout gives integers with the same symmetry: elements move in pairs,
-    // and an odd difference makes the centre one larger; without a centre it remains.
+    // Every integer is kernel[i] * scale truncated towards zero. Then, until the goal of the sum or
+    // of the magnitudes is reached, the elements that lost most move away from zero by one: each at
+    // most once, the first of equals first. A kernel with kernel[i] == kernel[n - 1 - i] throughout
+    // gives integers with the same symmetry: elements move in pairs, and an odd difference makes
+    // the centre one larger; without a centre it remains.
     //
     // `negativeSum` is the magnitude of the sum of the negative integers: the loop's sum never
     // falls below -negativeSum times the largest sample, for samples that are not negative.
-    // `out` holds n integers. If it is null, the call tells only whether the kernel can be
+    // `out` holds n integers. If it is null, the call only reports whether the kernel can be
     // quantised, and changes nothing.
     //
     // Fails if the kernel exceeds the limit with the requested scale, or with the scale 1 if
@@ -92,29 +92,29 @@ class QEL_API QelCoreMisc {
                                              int & negativeSum, int * out);
 
     // Quantises two kernels that are used one after the other, in 16-bit arithmetic (level 2,
-    // limit 16384): B on the samples, A on B's results. What one kernel is multiplied by, the
-    // other one is divided by, so that both together keep their gain.
+    // limit 16384): B on the samples, A on B's results. One is multiplied by a factor and the other
+    // divided by it, so their combined gain is unchanged.
     //
     // `offsetA` and `offsetB` are the constants that the loops add to the kernels' sums, in steps
     // of 1/16384. If both are at least 0, B is multiplied by
     //     f = (1 - offsetB / 16384.0) / sum of |kernelB[i]|
     // and A divided by it: B's magnitudes and its offset then reach the limit together. (An
-    // `offsetB` above 16384 so turns the signs of both kernels.) If B is all zeros or f is 0, both
-    // kernels stay as they are. If either offset is negative, they stay as they are, too, and both
-    // offsets count as 0. A's scale is halved once if the magnitude of B's negative integers and
-    // `offsetA` together exceed the limit.
+    // `offsetB` above 16384 thus flips the signs of both kernels.) If B is all zeros or f is 0,
+    // both kernels stay as they are. If either offset is negative, they also stay as they are, and
+    // both offsets count as 0. A's scale is halved once if the magnitude of B's negative integers
+    // and `offsetA` together exceed the limit.
     //
     // `reverse` reverses the order of both kernels. The integers of a kernel of n elements go to
     // two kinds of tables, and a null table is skipped:
     // - Plain (`tableA`, `tableB`): 3 + n values. [0] half the scale, [1] 0, [2] log2(scale), and
     //   from [3] on the integers.
-    // - Packed (`packedA`, `packedB`): 3 + 2 * ceil(n / 2) values. The same first three, and then
-    //   for each two integers one 64-bit element of ZanPlatformMMX::makeMMXIntKernelElement2x,
-    //   the low word first. The last one of an odd number of integers is paired with 0, which
-    //   stands in the high half, or in the low half if `reverse` is set.
+    // - Packed (`packedA`, `packedB`): 3 + 2 * ceil(n / 2) values. The same first three, then for
+    //   each pair of integers one 64-bit element of ZanPlatformMMX::makeMMXIntKernelElement2x, the
+    //   low word first. The last one of an odd number of integers is paired with 0, which goes in
+    //   the high half, or in the low half if `reverse` is set.
     //
     // Fails if the sum of B's magnitudes is above 2.0, if either kernel cannot be quantised, or if
-    // A's scale would be halved below 1. Requires: the tables do not overlap.
+    // halving takes A's scale below 1. Requires: the tables do not overlap.
     [[nodiscard]] static bool makeFixedPointKernels(double const * kernelA, int countA,
                                                     double const * kernelB, int countB, int offsetA,
                                                     int offsetB, bool reverse,

@@ -4,7 +4,7 @@
 
 // The organisation of a device-independent bitmap: 1 or 3 bands of UChar, lines padded to 4
 // bytes, three bands in the file order blue, green, red but read as red, green, blue, optionally
-// bottom line first and behind the bitmap's header.
+// bottom line first and after the bitmap's header.
 class QEL_API QelDIBDataOrg : public QelSimpleDataOrg {
   public:
     // The published 40-byte header, in its field order and in the byte order of the host.
@@ -34,8 +34,8 @@ class QEL_API QelDIBDataOrg : public QelSimpleDataOrg {
         PaletteEntry palette[256];
     };
 
-    // width and height in pixels. Raises invalidValue (13) for other than 1 or 3 bands, and when
-    // only one of width and height is 0. With `hasHeader` the pixels start behind the header (and,
+    // width and height in pixels. Raises invalidValue (13) unless there are 1 or 3 bands, and when
+    // only one of width and height is 0. With `hasHeader` the pixels start after the header (and,
     // with one band, the palette of 256 entries).
     QelDIBDataOrg(std::int32_t width, std::int32_t height, int bands, bool bottomUp,
                   bool hasHeader);

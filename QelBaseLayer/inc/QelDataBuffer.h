@@ -21,10 +21,10 @@ class QEL_API QelDataBuffer : public ZanRefCount {
     // or from `manager`. With null memory the buffer is unallocated, with
     // the default manager; otherwise it has no manager.
     QelDataBuffer(std::int64_t size, bool ownsData, void * memory);
-    // The same with a manager of the caller's, kept in any case.
+    // The same with the caller's manager, kept in any case.
     QelDataBuffer(std::int64_t size, bool ownsData, void * memory, QelMemoryManager * manager);
 
-    // Unallocated, owning, with a manager of the caller's.
+    // Unallocated, owning, with the caller's manager.
     QelDataBuffer(std::int64_t size, QelMemoryManager * manager);
 
     QelDataBuffer(QelDataBuffer const &) = delete;
@@ -33,17 +33,17 @@ class QEL_API QelDataBuffer : public ZanRefCount {
     // Deallocates; an error on the way is written to the library's output.
     virtual ~QelDataBuffer();
 
-    // Gives the buffer its memory, uninitialised; nothing if it has some. Raises
-    // unexpectedException (10), and leaves the buffer unallocated, when there is none to be had. A
-    // thread that comes while another one allocates waits for it.
+    // Gives the buffer its memory, uninitialised; does nothing if it has some. Raises
+    // unexpectedException (10), and leaves the buffer unallocated, when memory runs out. A thread
+    // that calls this while another one allocates waits for it.
     virtual void allocate();
 
-    // Frees the memory if it is this buffer's to free, forgets it otherwise. Memory that
-    // allocate() got is always freed.
+    // Frees the memory if the buffer owns it, forgets it otherwise. Memory from allocate() is
+    // always freed.
     virtual void deallocate();
 
-    // Copies this buffer's size in bytes from `source`, allocating this buffer first. Raises
-    // misuse (3) when the source is smaller; a source without memory copies nothing.
+    // Copies as many bytes as this buffer's size from `source`, allocating this buffer first.
+    // Raises misuse (3) when the source is smaller; a source without memory copies nothing.
     virtual void copyFrom(QelDataBuffer const & source);
 
     // Null while unallocated.
@@ -59,7 +59,7 @@ class QEL_API QelDataBuffer : public ZanRefCount {
     void obtainMemory();
     void free();
 
-    // Goes from null to the memory once, when all else that allocate() does is done.
+    // Set from null once, as the last step of allocate().
     std::atomic<std::uint8_t *> data_{nullptr};
     std::atomic_flag allocating_;
     bool ownsData_;

@@ -11,8 +11,8 @@
 
 class QelSimpleDataOrg;
 
-// How bands, pixels and lines follow each other in memory. Of a fixed type, so that a value that
-// is none of these can be refused.
+// How bands, pixels and lines follow each other in memory. The underlying type is fixed so that
+// other values can be rejected.
 enum QelLayout : int {
     PIXEL_INTERLEAVED = 0,  // all bands of a pixel side by side
     LINE_INTERLEAVED = 1,   // a line of one band, then the same line of the next
@@ -28,10 +28,10 @@ QEL_API std::istream & operator>>(std::istream & in, QelLayout & layout);
 // A data organisation: how the pixels of one rectangle ("tile") lie in memory, without holding
 // any memory, and the tile grid of an image: the tile size and the origin of tile (0,0).
 //
-// Organisations are immutable once they are built, so they are shared between images, tiles,
-// buffers and threads; each change makes a new one. Held by MoxSmartPtr: the `with` operations may
-// return the organisation itself, or a clone of one without owners, and what is made with an
-// organisation may keep it. Never one on a stack, but for operations that only look at it.
+// Organisations are immutable once built, so images, tiles, buffers and threads share them; each
+// change makes a new one. Held by MoxSmartPtr: the `with` operations may return the organisation
+// itself, or a clone if it has no owner, and objects made with it may keep it. Never on a stack,
+// except for operations that only read it.
 //
 // Positions and sizes are in pixels, offsets and strides in bytes.
 class QEL_API QelDataOrg : public ZanRefCount {
@@ -47,14 +47,14 @@ class QEL_API QelDataOrg : public ZanRefCount {
     // The bands' common type, or Mixed. Error for an organisation without bands.
     virtual QelDataType precision() const;
 
-    // Do both address memory alike? The origin takes no part. With `sizeOnly` element types need
-    // only be of equal size.
+    // Do both address memory alike? The origin is ignored. With `sizeOnly` element types need only
+    // have equal sizes.
     virtual bool isCompatible(QelDataOrg const & other, bool sizeOnly) const = 0;
 
     // A capability test, see QelSimpleDataOrg::satisfies(). False here.
     virtual bool satisfies(std::uint32_t flags) const;
 
-    // isCompatible(other, false), unless a class has a weaker notion.
+    // isCompatible(other, false), unless a class overrides it with a weaker test.
     virtual bool sameDataType(QelDataOrg const & other) const;
 
     // Are all gaps between consecutive bands equal? True here with two bands or fewer.
@@ -86,7 +86,7 @@ class QEL_API QelDataOrg : public ZanRefCount {
     // Image coordinates of the top-left pixel of tile (0,0).
     std::int32_t originX() const { return originX_; }
     std::int32_t originY() const { return originY_; }
-    // 0 means not decided.
+    // 0 means undecided.
     std::int32_t tileWidth() const { return tileWidth_; }
     std::int32_t tileHeight() const { return tileHeight_; }
     std::int32_t numBands() const { return numBands_; }
@@ -120,11 +120,11 @@ class QEL_API QelDataOrg : public ZanRefCount {
     QelDataOrg(QelDataOrg const & other);
     QelDataOrg & operator=(QelDataOrg const &) = delete;
 
-    // For classes that build a changed copy, ahead of handing it out.
+    // For classes that build a changed copy, before it is shared.
     void setOrigin(std::int32_t x, std::int32_t y);
 
-    // The organisation itself as the result of an operation that changes nothing; a clone of one
-    // without owners, which the result would end.
+    // The organisation itself as the result of an operation that changes nothing; a clone if it has
+    // no owner, since the result's reference could delete it.
     MoxSmartPtr<QelDataOrg> self() const {
         return refCount() > 0 ? MoxSmartPtr<QelDataOrg>(const_cast<QelDataOrg *>(this)) : clone();
     }

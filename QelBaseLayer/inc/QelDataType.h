@@ -23,7 +23,7 @@ class QEL_API QelDataType {
   public:
     enum Code : int { UChar, Short, Long, Float, Double, UShort, Char, ULong, Mixed, Error };
 
-    // Their type records stand for the codes Mixed and Error.
+    // Their type records represent the codes Mixed and Error.
     class MixedClass {};
     class ErrorClass {};
 
@@ -41,7 +41,7 @@ class QEL_API QelDataType {
 
     // The type of an element: QelDataType::of<float>() is Float. T is an element of the table, as
     // the fixed-width types are; others give a type of the caller's own with the code Error. Such
-    // is of<long>(), whose 64 bits no row has: Long is of<std::int32_t>().
+    // is of<long>(), since no row has 64 bits: Long is of<std::int32_t>().
     template <class T>
     static QelDataType of() {
         return QelDataType(typeid(T), static_cast<std::int32_t>(sizeof(T)));

@@ -7,7 +7,7 @@
 
 class QelRenderedItem;
 
-// What a rendered item knows of its owner: whom to tell when it goes and when its state changes.
+// What a rendered item knows of its owner: what to notify when it is destroyed or changes state.
 class QEL_API QelEmbeddedRenderedItemContainer : public VZanRefCount {
   public:
     ~QelEmbeddedRenderedItemContainer() override;
@@ -18,6 +18,6 @@ class QEL_API QelEmbeddedRenderedItemContainer : public VZanRefCount {
     virtual void discardReference(QelRenderedItem * item) = 0;
 
     // The state bits `mask` of `item` have been set or cleared. Called with the item's lock held:
-    // must not wait for another thread that uses the item. Nothing here.
+    // must not wait for another thread that uses the item. Does nothing here.
     virtual void notifyStateChange(QelRenderedItem * item, std::uint32_t mask, bool set);
 };

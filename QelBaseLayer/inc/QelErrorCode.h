@@ -2,8 +2,8 @@
 
 // The codes of the errors that the library raises and of the bad statuses that it sets. The numbers
 // are the contract: they never change, and ZanError::getErrcode() returns them. Several names share
-// a number where one number has several meanings. docs/errors.md tells, for each, who raises it and
-// what a client can do about it.
+// a number where one number has several meanings. docs/errors.md says what raises each and what a
+// client can do about it.
 namespace QelErrorCode {
 
 // General, and attributes: 1 to 24.

@@ -4,8 +4,8 @@
 
 #include "QelError.h"
 
-// The fixed ways in which code that catches an exception words it for its own caller. All of them
-// read errno, which a guarded block sets to 0 when it starts.
+// Fixed wordings in which code that catches an exception reports it to its caller. All of them read
+// errno, which a guarded block sets to 0 when it starts.
 
 // System frame. The whole text is `sentence`, "System error code = ", the code, a newline,
 // "System error string = " and the system's text; code unexpectedException (10).
@@ -28,8 +28,8 @@ QEL_API void qelAddRethrowFrame(ZanError & error,
                                 ZanSourceLocation const & here = ZanSourceLocation::current());
 
 // Foreign-exception frame. Called in a catch (...) block around a render: raises renderFailed (203)
-// with the text for the exception in flight, which is not a ZanError (one that is passes
-// unchanged). `sink` is the sink's name, `label` its label.
+// with the text for the exception in flight, unless that is a ZanError, which passes unchanged.
+// `sink` is the sink's name, `label` its label.
 [[noreturn]] QEL_API void qelRaiseForeignFrame(
     std::string const & sink, std::string const & label,
     ZanSourceLocation const & here = ZanSourceLocation::current());

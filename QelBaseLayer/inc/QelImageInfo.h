@@ -8,8 +8,8 @@
 #include "ZanError.h"
 
 // What an op reports of the image it will produce: size, bands, element type, layout and tile
-// geometry, and a status whose code 0 means good. A value; what is const may be called by several
-// threads.
+// geometry, and a status whose code 0 means good. A value; several threads may call const
+// operations.
 class QEL_API QelImageInfo {
   public:
     // 0 by 0.
@@ -38,7 +38,7 @@ class QEL_API QelImageInfo {
     // The organisation; made on first use, with the default tile size of QelSystemConfig and one
     // band of UChar, PIXEL_INTERLEAVED, at (0,0).
     MoxSmartPtr<QelDataOrg> dataOrg() const;
-    // Not part of the report's own making: shares `org`, which may be null.
+    // Shares `org`, which may be null.
     void setDataOrg(MoxSmartPtr<QelDataOrg> org);
 
     std::int32_t numBands() const { return dataOrg()->numBands(); }
@@ -48,7 +48,7 @@ class QEL_API QelImageInfo {
     // SPELLED_OUT unless dataOrg() is a QelSimpleDataOrg.
     QelLayout layout() const;
 
-    // On a report without organisation the first two make one: default tile size,
+    // In a report without an organisation the first two make one: default tile size,
     // PIXEL_INTERLEAVED, `n` bands of UChar, or three bands of `type`.
     void setNumBands(int n);
     void setPrecision(QelDataType type);
@@ -64,11 +64,12 @@ class QEL_API QelImageInfo {
     // between bands?
     bool isDense(QelDataOrg const * org) const;
     // Could the image be written through `org`: does it address memory like dataOrg(), or is it a
-    // QelSimpleDataOrg of as many bands of the same type?
+    // QelSimpleDataOrg with the same number and type of bands?
     bool acceptsDataOrg(QelDataOrg const * org) const;
 
   private:
-    // A counted organisation that comes once while others read, and changes only when nobody does.
+    // A counted organisation that is set once while threads read, and later changes only without
+    // readers.
     class LateOrg {
       public:
         LateOrg() = default;
@@ -77,7 +78,7 @@ class QEL_API QelImageInfo {
         ~LateOrg() { set(nullptr); }
 
         MoxSmartPtr<QelDataOrg> get() const { return org_.load(std::memory_order_acquire); }
-        // What is there stays; what was there or is there now.
+        // Keeps an existing one. Returns the one now in place.
         MoxSmartPtr<QelDataOrg> setIfNull(MoxSmartPtr<QelDataOrg> org);
         void set(MoxSmartPtr<QelDataOrg> org);
 

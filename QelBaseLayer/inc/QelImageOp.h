@@ -10,17 +10,17 @@
 // rectangle of it. A client derives, implements genOutputInfo() and compute(), and hands the op to
 // a Qel2DImage or to qelCompute().
 //
-// The order of calls: outputInfo() any number of times, of which the first does the work and comes
-// from the thread that sets things up; then canFill() or isOutputOK(); then compute() any number
-// of times, in any order, from any thread, with different buffers. compute() therefore treats the
-// op as read-only or locks what it changes.
+// The order of calls: outputInfo() any number of times, where the first call does the work and
+// comes from the setup thread; then canFill() or isOutputOK(); then compute() any number of times,
+// in any order, from any thread, with different buffers. compute() therefore treats the op as
+// read-only or locks what it changes.
 class QEL_API QelImageOp : public QelOp {
   public:
     QelImageOp();
     ~QelImageOp() override;
     using QelOp::operator=;
 
-    // Takes the report on first use; true when it was good.
+    // Takes the report on first use; true if it is good.
     bool isGood(QelOpContext opContext) override;
 
     // Fills `info`. Returns false, with a status in `info`, when there is no image to produce.
@@ -29,7 +29,7 @@ class QEL_API QelImageOp : public QelOp {
     // The report, taken once and kept; it cannot depend on the context of later calls.
     virtual bool outputInfo(QelImageInfo & info, QelOpContext opContext = 0);
 
-    // A hook with no meaning here. Nothing.
+    // A hook; does nothing here.
     virtual void aboutToRender(QelOpContext a, QelOpContext b);
 
     // Can `buffer` take the result? False leaves the reason in the op's status:
@@ -37,12 +37,12 @@ class QEL_API QelImageOp : public QelOp {
     // bad report without a code. True for null and a good op.
     virtual bool isOutputOK(QelRectBuffer * buffer, QelOpContext opContext = 0);
 
-    // Fills the whole of the buffer's rectangle, allocating it if need be. May raise anything.
+    // Fills the whole of the buffer's rectangle, allocating it if needed. May raise anything.
     virtual void compute(QelRectBuffer * buffer, QelOpContext opContext) = 0;
 
-    // May the op write through `org`? Not through null. A good op says what
-    // QelImageInfo::acceptsDataOrg says; one that needs dense memory overrides this, with
-    // QelImageInfo::isDense.
+    // May the op write through `org`? False for null. A good op returns
+    // QelImageInfo::acceptsDataOrg(); one that needs dense memory overrides this with
+    // QelImageInfo::isDense().
     virtual bool acceptsDataOrg(QelDataOrg * org, QelOpContext opContext = 0);
     // acceptsDataOrg() of the buffer's organisation: false for a buffer without one. Raises
     // nullPointer (4) for null.
@@ -52,9 +52,9 @@ class QEL_API QelImageOp : public QelOp {
     // report is bad; renderFailed (203) when that has no code.
     virtual MoxSmartPtr<QelRectBuffer> genResult(QelOpContext opContext = 0);
 
-    // Computes `tile` unless it is complete, and completes it. For the image, which calls it when
-    // no other thread is at this tile; a client asks Qel2DImage::getTile(), unless nobody else
-    // knows the tile. Raises nullPointer (4) for null, and what compute() raises.
+    // Computes `tile` unless it is complete, and completes it. The image calls it when no other
+    // thread is working on this tile. A client calls Qel2DImage::getTile(), unless the tile is not
+    // shared. Raises nullPointer (4) for null, and what compute() raises.
     void getTile(QelTile * tile, QelOpContext opContext = 0);
 
   protected:

@@ -4,8 +4,8 @@
 
 #include "QelExport.h"
 
-// Who stands behind a container of rendered items: a connection point of a transform. Only for
-// messages; the pixel store knows nothing else of graphs.
+// The owner of a container of rendered items: a connection point of a transform. Only for messages;
+// the pixel store knows nothing else of graphs.
 class QEL_API QelItemOwner {
   public:
     virtual ~QelItemOwner();

@@ -11,8 +11,8 @@
 // Where data buffers get their memory from, instead of the general heap. A client derives from
 // it and installs an object for the process or hands one to a buffer.
 //
-// Held by MoxSmartPtr. One that lives on a stack, or is static, is never deleted; it outlives the
-// buffers that have it.
+// Held by MoxSmartPtr. One on a stack or with static storage is never deleted; it must outlive the
+// buffers that use it.
 //
 // allocate() and free() are called from any thread and serialise themselves.
 class QEL_API QelMemoryManager : public ZanRefCount, public ZanMadeByNew {
@@ -23,7 +23,7 @@ class QEL_API QelMemoryManager : public ZanRefCount, public ZanMadeByNew {
 
     // Raises memoryLeak (11) when buffers are still outstanding and no exception is in flight: one
     // character whose code is the low byte of their number, and " buffers still remaining that were
-    // allocated with this manager". If it was the default manager there is none now.
+    // allocated with this manager". If it was the default manager, there is none afterwards.
     virtual ~QelMemoryManager() noexcept(false);
 
     bool deleteRef() const noexcept { return ZanRefCount::deleteRef() && endsWithCount(*this); }
@@ -31,12 +31,12 @@ class QEL_API QelMemoryManager : public ZanRefCount, public ZanMadeByNew {
     // `size` bytes, or null.
     virtual void * allocate(std::size_t size) = 0;
 
-    // Takes `pointer` back; false when it is not this manager's, and the caller's to free.
+    // Takes `pointer` back; false when it is not this manager's: the caller then frees it.
     virtual bool free(void * pointer) = 0;
 
     // The manager of all buffers that name none: null at the start. Setting it takes no
-    // reference: the caller keeps the manager alive until it is cleared or replaced. One that
-    // nobody counts when it is set is not ended by its count any more: the caller deletes it.
+    // reference: the caller keeps the manager alive until it is cleared or replaced. One without
+    // references when it is set is no longer deleted by its count: the caller deletes it.
     static void setDefaultManager(QelMemoryManager * manager);
     static MoxSmartPtr<QelMemoryManager> getDefaultManager();
     static void clearDefaultManager();

@@ -11,8 +11,8 @@ using QelOpContext = std::uintptr_t;
 
 // The base of everything that computes. An op is bad until it has reported.
 //
-// Held by MoxSmartPtr, or on a stack, where it outlives the images that have it and is never
-// deleted by their references.
+// Held by MoxSmartPtr, or on a stack. There it must outlive the images that use it, and their
+// references never delete it.
 class QEL_API QelOp : public VZanRefCount, public ZanMadeByNew {
   public:
     QelOp();

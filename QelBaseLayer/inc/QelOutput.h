@@ -16,7 +16,7 @@ class QEL_API QelOutput {
     static void write(std::string_view text);
 
     // Sends all that follows to `receiver`; an empty one restores standard output. Returns the
-    // receiver that was in force. The receiver must not call redirect() itself, and is called
-    // with a lock held that only write() and redirect() take.
+    // previous receiver. The receiver must not call redirect() itself, and is called with a lock
+    // held that only write() and redirect() take.
     static Receiver redirect(Receiver receiver);
 };

@@ -24,11 +24,11 @@ void qelSetElementAt(std::uint8_t * address, T value) {
 }
 
 // Elements at equal distances in memory, as the pixel iterators hand them out: a piece of a row
-// that lies in one tile, say. A loop over a run is a plain loop that a compiler can vectorise.
-// `T` is the element type, const for memory that is only read.
+// that lies in one tile, say. A compiler can vectorise a loop over a run. `T` is the element type,
+// const for memory that is only read.
 //
-// A view: valid as long as the iterator it came from stays in the same tile or buffer, or somebody
-// else holds that. Elements may lie at any address, aligned or not.
+// A view: valid as long as its iterator stays in the same tile or buffer, or something else holds
+// that. Elements may lie at any address, aligned or not.
 template <class T>
 class QelPixelRun {
   public:
@@ -59,7 +59,7 @@ class QelPixelRun {
         return {first_ + first * step_, step_, count};
     }
 
-    // Calls visit(element) for each, in order, in a loop of its own for dense elements.
+    // Calls visit(element) for each, in order, with a separate loop for dense elements.
     template <class Visit>
     void forEach(Visit visit) const {
         if (isDense()) {
@@ -118,7 +118,7 @@ class QelPixelRun {
     std::int64_t size_;
 };
 
-// Requires of the pixel iterators that all bands of `org` are of `type`: raises
-// wrongPixelFormat (119) "An iterator over ", the type's name, " cannot visit pixels of " and the
-// name of the organisation's.
+// Checks for the pixel iterators that all bands of `org` are of `type`: raises wrongPixelFormat
+// (119) "An iterator over ", the type's name, " cannot visit pixels of " and the name of the
+// organisation's.
 QEL_API void qelRequireElementType(QelDataOrg const & org, QelDataType type);

@@ -3,9 +3,9 @@
 #include "QelPixelRun.h"
 #include "QelRandomIterBase.h"
 
-// A QelRandomIterBase over elements of type T that reads: a tile is computed when the first of its
-// pixels is asked for. T is the element type of all bands of the image (std::uint8_t for UChar,
-// float for Float, ...); another one raises wrongPixelFormat (119).
+// A QelRandomIterBase that reads elements of type T: a tile is computed on the first access to its
+// pixels. T is the element type of all bands of the image (std::uint8_t for UChar, float for Float,
+// ...); any other type raises wrongPixelFormat (119).
 template <class T>
 class QelRandomConstIter : public QelRandomIterBase {
   public:
@@ -32,9 +32,9 @@ class QelRandomConstIter : public QelRandomIterBase {
 };
 
 // The same for writing. Tiles are not computed: where the image has none, the iterator makes one
-// whose pixels are undefined until they are written. It does not mark tiles as complete; who has
-// written all pixels of one says tile()->setComplete(true). A tile lives as long as somebody holds
-// it, so that the image should cache its tiles.
+// whose pixels are undefined until they are written. It does not mark tiles as complete: after
+// writing all pixels of one, call tile()->setComplete(true). A tile lives only as long as something
+// holds it, so the image should cache its tiles.
 template <class T>
 class QelRandomIter : public QelRandomConstIter<T> {
   public:

@@ -11,11 +11,11 @@
 // column and row, and the byte offset of each band. This base works in bytes; QelRandomConstIter
 // and QelRandomIter (QelRandomIter.h) give it an element type.
 //
-// It holds the tile that it used last. An image that does not cache its tiles computes one anew
-// each time the iterator comes back to it; with setCacheTiles(true) each is computed once.
+// Holds the last tile used. An image that does not cache its tiles computes a tile again each time
+// the iterator returns to it; with setCacheTiles(true) each is computed once.
 //
-// Belongs to one thread; any number of iterators may visit one image at once. The image outlives
-// it, and keeps its grid. The tables take 4 bytes for each column and each row of the image.
+// Belongs to one thread; any number of iterators may visit one image at once. The image must
+// outlive it and keep its grid. The tables take 4 bytes for each column and each row of the image.
 class QEL_API QelRandomIterBase {
   public:
     // Nothing is loaded. Raises nullPointer (4) for a null image, and simpleDataOrgNeeded (150)
@@ -30,13 +30,13 @@ class QEL_API QelRandomIterBase {
     std::int32_t band() const { return band_; }
 
     // The address of the current band of pixel (x, y), in image coordinates; it stays valid until
-    // the iterator turns to another tile. Raises outOfBounds (151) outside the image, misuse (3)
-    // when the tile cannot be had, and what computing it raises; the iterator then keeps the tile
-    // that it has.
+    // the iterator moves to another tile. Raises outOfBounds (151) outside the image, misuse (3)
+    // when the tile is unavailable, and what computing it raises; the iterator then keeps its
+    // current tile.
     std::uint8_t * address(std::int32_t x, std::int32_t y) {
         return pixelAddress(x, y) + bandOffset_;
     }
-    // The same of band `band`. std::out_of_range for a bad band.
+    // The same for band `band`. std::out_of_range for a bad band.
     std::uint8_t * address(std::int32_t x, std::int32_t y, std::int32_t band) {
         std::int64_t const offset = bandOffsets_.at(static_cast<std::size_t>(band));
         return pixelAddress(x, y) + offset;
@@ -64,14 +64,14 @@ class QEL_API QelRandomIterBase {
     QelTile * tile() const { return currentTile_.get(); }
 
   protected:
-    // The tile at column x, row y of the grid: computed. A form that writes has tileToWrite().
+    // The tile at column x, row y of the grid: computed. Writing iterators use tileToWrite().
     virtual MoxSmartPtr<QelTile> tileAt(std::int32_t x, std::int32_t y);
-    // The tile that is there, or an empty one that has its memory already: several threads may
-    // write to one tile, each its own pixels.
+    // The existing tile, or an empty one with its memory allocated: several threads may write to
+    // one tile, each to different pixels.
     MoxSmartPtr<QelTile> tileToWrite(std::int32_t x, std::int32_t y);
 
   private:
-    // The grid's column of each image column, or its row of each image row; -1 where no tile has
+    // The grid's column of each image column, or its row of each image row; -1 where no tile covers
     // it.
     using Table = std::vector<std::int32_t>;
 
@@ -81,27 +81,27 @@ class QEL_API QelRandomIterBase {
     void makeTables();
     void makeTablesOfOneTile();
 
-    // Of the pixel, without its band's own offset. Unsigned, so that one comparison tells both
-    // sides of the tile.
+    // Of the pixel, without the band offset. Unsigned, so that one comparison checks both sides of
+    // the tile.
     std::uint8_t * pixelAddress(std::int32_t x, std::int32_t y) {
         std::uint32_t const column = static_cast<std::uint32_t>(x) - tileLeft_;
         std::uint32_t const row = static_cast<std::uint32_t>(y) - tileTop_;
         if (column >= tileWidth_ || row >= tileHeight_) return turnTo(x, y);
         return origin_ + (column * pixelStride_ + row * lineStride_);
     }
-    // The same for a pixel that the current tile does not have; its tile becomes the current one.
+    // The same for a pixel outside the current tile; its tile becomes the current one.
     std::uint8_t * turnTo(std::int32_t x, std::int32_t y);
     void use(MoxSmartPtr<QelTile> tile);
     bool isAsPlanned(QelTile const * tile, std::int32_t tileX, std::int32_t tileY) const;
     [[noreturn]] static void raiseOutside(char const * axis);
     [[noreturn]] void raiseNoTile(std::int32_t x, std::int32_t y) const;
 
-    // The inner loop looks at these.
+    // Used by the inner loop.
     std::uint8_t * origin_ = nullptr;  // the first pixel of the current tile
     std::int64_t bandOffset_ = 0;
     std::int64_t pixelStride_ = 0;
     std::int64_t lineStride_ = 0;
-    std::uint32_t tileLeft_ = 0;  // what the current tile has; no pixel before the first
+    std::uint32_t tileLeft_ = 0;  // what the current tile covers; no pixel at first
     std::uint32_t tileTop_ = 0;
     std::uint32_t tileWidth_ = 0;
     std::uint32_t tileHeight_ = 0;
@@ -115,5 +115,5 @@ class QEL_API QelRandomIterBase {
     MoxSmartPtr<QelTile> currentTile_;
     Qel2DImage * image_;
     MoxConstSmartPtr<QelSimpleDataOrg> dataOrg_;
-    QelRect single_;  // what the only tile has; empty in a grid of several
+    QelRect single_;  // what the only tile covers; empty in a grid of several
 };

@@ -25,13 +25,13 @@ struct QEL_API QelRect {
     static QelRect const & empty();
 
     // From inclusive edges; right < left or bottom < top gives an empty rectangle. Raises
-    // invalidValue (13) when the width or height passes 2147483647.
+    // invalidValue (13) when the width or height exceeds 2147483647.
     static QelRect fromCorners(std::int32_t left, std::int32_t top, std::int32_t right,
                                std::int32_t bottom);
 
     constexpr bool isEmpty() const { return width < 1 || height < 1; }
 
-    // Inclusive edges. 64 bits, because x + width may pass the largest 32-bit number.
+    // Inclusive edges. 64 bits, because x + width may exceed the largest 32-bit number.
     constexpr std::int64_t right() const { return std::int64_t{x} + width - 1; }
     constexpr std::int64_t bottom() const { return std::int64_t{y} + height - 1; }
 
@@ -47,19 +47,19 @@ struct QEL_API QelRect {
     QelRect intersect(QelRect const & other) const;
 
     // The smallest rectangle that covers both; the other one if one of them is empty. Raises
-    // invalidValue (13) when its width or height passes 2147483647.
+    // invalidValue (13) when its width or height exceeds 2147483647.
     QelRect boundingUnion(QelRect const & other) const;
 
     bool contains(std::int32_t px, std::int32_t py) const;
     // An empty rectangle is contained in every rectangle.
     bool containsRect(QelRect const & other) const;
 
-    // Takes `other` out of this rectangle, one piece a call. False, with both pieces empty, when
-    // this is empty or wholly inside `other`. Otherwise `first` is the part above `other`, or else
-    // below, or left, or right of it, and `second` the rest of this, from which `other` has still
-    // to be taken; a disjoint `other` gives this and the empty rectangle, and a part on the right
-    // leaves `second` empty. Loop while `second` is not empty. Raises invalidValue (13) when
-    // `first` would start beyond the coordinate 2147483647.
+    // Subtracts `other` from this rectangle, one piece per call. False, with both pieces empty,
+    // when this is empty or wholly inside `other`. Otherwise `first` is the part above `other`, or
+    // else below, or left, or right of it, and `second` is the rest of this, from which `other`
+    // must still be subtracted. A disjoint `other` gives this and the empty rectangle, and a part
+    // on the right leaves `second` empty. Loop while `second` is not empty. Raises invalidValue
+    // (13) when `first` would start beyond the coordinate 2147483647.
     bool subtract(QelRect const & other, QelRect & first, QelRect & second) const;
 
     friend bool operator==(QelRect const & a, QelRect const & b) { return a.equals(b); }

@@ -16,9 +16,9 @@ class QelImageOp;
 //
 // Held by MoxSmartPtr where it is shared; may also live on a stack, as long as only operations
 // that take a plain pointer see it. Its fields have no lock: one thread changes a buffer, and
-// sharers of one memory write disjoint pixels by agreement. What is const may be called by several
-// threads, which also give it its memory together; but a buffer whose memory was dropped
-// (releaseData()) belongs to one thread until it has some again.
+// sharers of one memory write disjoint pixels by agreement. Several threads may call const
+// operations, even when these allocate; but a buffer whose memory was dropped (releaseData())
+// belongs to one thread until it has memory again.
 class QEL_API QelRectBuffer : public QelRenderedItem {
   public:
     // An empty rectangle, with one byte of one-band UChar to come.
@@ -29,11 +29,10 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     explicit QelRectBuffer(QelImageOp * op);
 
     // In all that follow: `memory` is the caller's memory, which the buffer wraps and frees if
-    // `ownsData` (see QelDataBuffer). That has no default: an array on a stack is the caller's to
-    // free, memory from ::operator new may be handed over. Without `memory`, or with null, the
-    // buffer allocates its own when it is needed. For memory to come and a negative stride the
-    // data offset is such that the lowest address reached lies inside the buffer. Raise what the
-    // organisation raises.
+    // `ownsData` (see QelDataBuffer). That has no default: the buffer must not free an array on a
+    // stack, but may own memory from ::operator new. Without `memory`, or with null, the buffer
+    // allocates its own when needed. For such memory and a negative stride, the data offset keeps
+    // the lowest address inside the buffer. They raise what the organisation raises.
 
     // At (0,0), with the standard organisation of `layout`.
     QelRectBuffer(std::int32_t width, std::int32_t height, int bands, QelLayout layout,
@@ -44,11 +43,11 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     QelRectBuffer(QelRect const & rect, int bands, QelLayout layout, QelDataType type);
     QelRectBuffer(QelRect const & rect, int bands, QelLayout layout, QelDataType type,
                   void * memory, bool ownsData);
-    // The same, with the pixels `offset` bytes into at least `minBytes` of memory to come.
+    // The same, with the pixels `offset` bytes into at least `minBytes` of memory, allocated later.
     QelRectBuffer(std::int64_t minBytes, std::int64_t offset, QelRect const & rect, int bands,
                   QelLayout layout, QelDataType type);
-    // With a clone of `org`, which is only looked at and stays the caller's: one that nobody counts
-    // is not deleted. With `cloneOrg` false the buffer shares `org` itself and becomes one of its
+    // With a clone of `org`, which is only read and stays the caller's: one without references is
+    // not deleted. With `cloneOrg` false the buffer shares `org` itself and becomes one of its
     // owners, maybe the only one. A width or height of -1 means its tile size. Raises nullPointer
     // (4) for a null `org`.
     QelRectBuffer(QelDataOrg * org, std::int32_t x, std::int32_t y, std::int32_t width,
@@ -56,9 +55,9 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     QelRectBuffer(QelDataOrg * org, std::int32_t x, std::int32_t y, std::int32_t width,
                   std::int32_t height, void * memory, bool ownsData, bool cloneOrg = true);
     // With a clone of `org`, which stays the caller's, enlarged to `rect` if it is smaller; raises
-    // unsupported (9) for one that cannot be. A null `org` leaves the buffer without organisation
-    // and memory: what needs them raises nullPointer (4), or unexpectedException (10) where it
-    // would allocate.
+    // unsupported (9) if it cannot be enlarged. A null `org` leaves the buffer without organisation
+    // and memory: operations that need them raise nullPointer (4), or unexpectedException (10) if
+    // they allocate.
     QelRectBuffer(QelDataOrg * org, QelRect const & rect);
     QelRectBuffer(QelDataOrg * org, QelRect const & rect, void * memory, bool ownsData);
 
@@ -74,7 +73,7 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     void print(std::ostream & out) const override;
     void printDependencies(std::ostream & out) const override;
 
-    // The address of the top-left pixel of rect(); allocates if need be.
+    // The address of the top-left pixel of rect(); allocates if needed.
     virtual std::uint8_t * getData();
     virtual std::uint8_t const * getData() const;
 
@@ -88,15 +87,13 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     // or a negative stride needs it). Raises nullPointer (4) on null.
     void adopt(void * memory, bool ownsData);
 
-    // Drops the memory; it goes with its last sharer.
+    // Drops the memory; its last sharer frees it.
     void releaseData() { dataBuffer_.release(); }
 
-    // Changes rect() only. Requires: the organisation and the memory, if there is some, have
-    // room for it.
+    // Changes rect() only. Requires: the organisation and the memory, if any, have room for it.
     void setRect(QelRect const & rect) { rect_ = rect; }
 
-    // A view of the pixels of `rect` that this buffer has; its rectangle is empty if there are
-    // none.
+    // A view of the pixels of `rect` in this buffer; its rectangle is empty if there are none.
     MoxSmartPtr<QelRectBuffer> subBuffer(QelRect const & rect) const;
 
     // A view of the same pixels under coordinates moved by (dx, dy). Raises invalidValue (13) when
@@ -107,7 +104,7 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     // be a pixel of rect(). This and the next raise invalidValue (13) when the distance from the
     // corner of rect() does not fit in 32 bits.
     std::int64_t offsetOf(std::int32_t x, std::int32_t y) const;
-    // The address of pixel (x, y), without a band's own offset; allocates if need be.
+    // The address of pixel (x, y), without the band offset; allocates if needed.
     std::uint8_t * addressOf(std::int32_t x, std::int32_t y);
     std::uint8_t const * addressOf(std::int32_t x, std::int32_t y) const;
 
@@ -123,26 +120,25 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     QelDataType precision(int band) const;
 
     // Owners of this buffer, plus owners of its memory, minus one: 1 for a private buffer with
-    // private memory. A buffer without memory, given or to come, has its own owners only.
+    // private memory. A buffer without memory, given or pending, counts only its own owners.
     std::int32_t referenceCount() const;
 
-    // Takes the memory of `other`, which is left unallocated, ready to be computed again.
+    // Takes the memory of `other`, which becomes unallocated, ready to be computed again.
     void stealData(QelRectBuffer & other);
 
     // Shares the memory of `other` if both organisations address it alike and this buffer's own
-    // memory has no other sharer; tells whether it did. With `takeOffset` element types need only
-    // be of equal size, and the data offset is taken over as well.
+    // memory has no other sharer; returns whether it did. With `takeOffset` element types need only
+    // have equal sizes, and the data offset is taken over as well.
     bool shareData(QelRectBuffer & other, bool takeOffset);
 
     // Copies the pixels of `rect` that both buffers have, and as many bands as both have,
-    // converting element types. Conversion neither rounds nor saturates: floats are cut towards
-    // zero to 32 bits and stored by their low bytes (300.7 as UChar is 44); a float outside 32
-    // bits, or NaN, stores the low bytes of 0x80000000, but for ULong, where 2^31 to 2^32 converts.
-    // Allocates what is not allocated; nothing at all when there is no common pixel. Raises
-    // simpleDataOrgNeeded (150) unless both organisations are QelSimpleDataOrg, and
-    // invalidValue (13) for a type it cannot copy. Overlapping views of one memory are copied as if
-    // through a third buffer when both organisations are alike and each row (or each column) is
-    // contiguous.
+    // converting element types. Conversion neither rounds nor saturates: floats are truncated
+    // towards zero to 32 bits and stored by their low bytes (300.7 as UChar is 44); a float outside
+    // 32 bits, or NaN, stores the low bytes of 0x80000000, except for ULong, where 2^31 to 2^32
+    // converts. Allocates what is not allocated; does nothing when there is no common pixel. Raises
+    // simpleDataOrgNeeded (150) unless both organisations are QelSimpleDataOrg, and invalidValue
+    // (13) for a type it cannot copy. Overlapping views of one memory are copied as if through a
+    // third buffer when both organisations are alike and each row (or each column) is contiguous.
     void copyFrom(QelRectBuffer const & source, QelRect const & rect);
 
     MoxSmartPtr<QelDataBuffer> const & dataBuffer() const { return dataBuffer_; }
@@ -171,8 +167,8 @@ class QEL_API QelRectBuffer : public QelRenderedItem {
     // Bytes that a data buffer needs for the organisation's tile and for rect(), given the data
     // offset.
     std::int64_t storageBytes() const;
-    // Bytes by which a width by height rectangle at the data offset would reach below the start
-    // of the data buffer; 0 if it does not.
+    // Bytes by which a width by height rectangle at the data offset extends below the start of the
+    // data buffer; 0 if it does not.
     std::int64_t missingBefore(std::int32_t width, std::int32_t height) const;
     // Bytes from the top-left pixel to pixel (x, y).
     std::int64_t distanceTo(std::int32_t x, std::int32_t y) const;

@@ -3,10 +3,10 @@
 #include "QelPixelRun.h"
 #include "QelSimpleRectBufferIter.h"
 
-// A QelSimpleRectBufferIter over elements of type T that reads. T is the element type of all bands
-// of the buffer (std::uint8_t for UChar, float for Float, ...); initialize() raises
-// wrongPixelFormat (119) for another one. An iterator starts done, with no element to read or
-// write: initialize() comes first.
+// A QelSimpleRectBufferIter that reads elements of type T. T is the element type of all bands of
+// the buffer (std::uint8_t for UChar, float for Float, ...); initialize() raises wrongPixelFormat
+// (119) for any other. An iterator starts done, with no element to read or write: call initialize()
+// first.
 template <class T>
 class QelRectBufferConstIter : public QelSimpleRectBufferIter {
   public:

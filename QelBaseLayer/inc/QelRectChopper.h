@@ -9,8 +9,8 @@ class QEL_API QelRectChopper {
     QelRectChopper(QelRect const & rect, std::int32_t minWidth, std::int32_t maxWidth,
                    std::int32_t minHeight, std::int32_t maxHeight);
 
-    // False when all pieces have been given. The last piece of a row or a column is cut to fit.
-    // Raises invalidValue (13) for a piece that would start beyond the coordinate 2147483647.
+    // False after the last piece. The last piece of a row or a column is clipped to fit. Raises
+    // invalidValue (13) for a piece that starts beyond the coordinate 2147483647.
     bool next(QelRect & piece);
 
   private:

@@ -3,10 +3,10 @@
 #include "QelPixelRun.h"
 #include "QelRectIterBase.h"
 
-// A QelRectIterBase over elements of type T that reads: tiles are computed as it enters them. T is
-// the element type of all bands of the image (std::uint8_t for UChar, float for Float, ...);
-// another one raises wrongPixelFormat (119). An iterator starts done, with no pixel to read or
-// write: toStart() or moveTo() comes first.
+// A QelRectIterBase that reads elements of type T: tiles are computed as it enters them. T is the
+// element type of all bands of the image (std::uint8_t for UChar, float for Float, ...); any other
+// type raises wrongPixelFormat (119). An iterator starts done, with no pixel to read or write: call
+// toStart() or moveTo() first.
 template <class T>
 class QelRectConstIter : public QelRectIterBase {
   public:
@@ -38,9 +38,9 @@ class QelRectConstIter : public QelRectIterBase {
 };
 
 // The same for writing. Tiles are not computed: where the image has none, the iterator makes one
-// whose pixels are undefined until they are written. It does not mark tiles as complete; who has
-// written all pixels of one says tile()->setComplete(true). A tile lives as long as somebody holds
-// it, so that the image should cache its tiles.
+// whose pixels are undefined until they are written. It does not mark tiles as complete: after
+// writing all pixels of one, call tile()->setComplete(true). A tile lives only as long as something
+// holds it, so the image should cache its tiles.
 template <class T>
 class QelRectIter : public QelRectConstIter<T> {
   public:

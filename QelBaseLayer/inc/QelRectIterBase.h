@@ -16,14 +16,13 @@
 //         for (; !iter.rowDone(); iter.next())
 //             use(iter.get());
 //
-// A new iterator stands nowhere and is done; moveTo() or toStart() loads the first tiles. It holds
-// the tiles of the grid row that it is in, as many as the rectangle touches, so that walking the
-// columns of this row up and down computes nothing twice. Entering another row of the grid replaces
-// them, one at a time.
+// A new iterator has no position and is done; moveTo() or toStart() loads the first tiles. It holds
+// the tiles of its grid row that the rectangle touches, so moving up and down within this row
+// computes nothing twice. Entering another row of the grid replaces them, one at a time.
 //
 // A step that leaves the rectangle leaves the iterator just outside, however long it is: rowDone()
-// beside the rectangle, done() as well above or below it. It stays there until a step back, or
-// moveTo(), brings it in again; there is no pixel to read or write meanwhile.
+// beside the rectangle, also done() above or below it. It stays there until a step back, or
+// moveTo(), brings it in again; until then there is no pixel to read or write.
 //
 // A rectangle that is not all inside the image raises misuse (3) as soon as the iterator enters it,
 // before any tile is computed.
@@ -31,8 +30,9 @@
 // Errors of the tiles themselves pass through moveTo() and the steps. The iterator is done then;
 // moveTo() tries again.
 //
-// Belongs to one thread; any number of iterators may visit one image at once. The image outlives
-// it, and keeps its grid. Positions are image coordinates, in pixels, and edges are inclusive.
+// Belongs to one thread; any number of iterators may visit one image at once. The image must
+// outlive it and keep its grid. Positions are image coordinates, in pixels, and edges are
+// inclusive.
 class QEL_API QelRectIterBase {
   public:
     // An empty rectangle (right < left or bottom < top) makes an iterator that stays done. Nothing
@@ -48,9 +48,9 @@ class QEL_API QelRectIterBase {
     QelRectIterBase & operator=(QelRectIterBase const &) = delete;
 
     // Goes to band `band` of pixel (x, y). Raises outOfBounds (151) outside the rectangle,
-    // std::out_of_range for a bad band, and misuse (3) when a tile cannot be had.
+    // std::out_of_range for a bad band, and misuse (3) when a tile is unavailable.
     void moveTo(std::int32_t x, std::int32_t y, std::int32_t band = 0);
-    // moveTo() the top-left pixel; nothing for an empty rectangle.
+    // moveTo() the top-left pixel; does nothing for an empty rectangle.
     void toStart();
 
     // To the next pixel of the row.
@@ -62,7 +62,7 @@ class QEL_API QelRectIterBase {
     void nextRow();
 
     // `n` pixels to the right, or to the left if it is negative; `n` rows down or up, in the same
-    // column. Nowhere yet counts as the top-left pixel.
+    // column. Without a position they start at the top-left pixel.
     void moveX(std::int32_t n) {
         std::int64_t const bytes = n * pixelStride_;
         if (staysInRun(bytes)) {
@@ -73,7 +73,7 @@ class QEL_API QelRectIterBase {
     }
     void moveY(std::int32_t n);
 
-    // To the next band of the same pixel. Behind the last band only the count goes on.
+    // To the next band of the same pixel. Past the last band only the count increases.
     void nextBand() {
         if (band_ < lastBand()) {
             bandOffset_ = bandOffsets_[static_cast<std::size_t>(++band_)];
@@ -87,15 +87,15 @@ class QEL_API QelRectIterBase {
         band_ = band;
     }
 
-    // Is there no row any more, or none yet?
+    // Is there no current row, either no longer or not yet?
     bool done() const { return done_; }
-    // Is there no pixel of this row any more? True also when done() is.
+    // Are there no more pixels in this row? True also when done() is.
     bool rowDone() const { return rowDone_; }
     // Did nextBand() leave the last band?
     bool bandDone() const { return band_ > lastBand(); }
 
     // The pixels from the current one to the last of its row that lies in the same tile; 0 when
-    // the row is done. nextRun() goes to the pixel behind them.
+    // the row is done. nextRun() goes to the pixel after them.
     std::int64_t runLength() const;
     void nextRun();
     // The elements of all bands of these pixels, where they follow each other in memory pixel by
@@ -133,20 +133,20 @@ class QEL_API QelRectIterBase {
     std::int32_t right() const { return right_; }
     std::int32_t bottom() const { return bottom_; }
     std::int32_t lastBand() const { return lastBand_; }
-    // Tiles that the iterator holds at a time: the columns of the grid that the rectangle touches.
+    // Tiles that the iterator holds at once: the columns of the grid that the rectangle touches.
     std::int32_t columnCount() const { return columnCount_; }
     // The row of the grid whose tiles it holds; -10000000 before the first.
     std::int32_t tileRow() const { return tileRow_; }
 
   protected:
-    // The tile at column x, row y of the grid: computed. A form that writes has tileToWrite().
+    // The tile at column x, row y of the grid: computed. Writing iterators use tileToWrite().
     virtual MoxSmartPtr<QelTile> tileAt(std::int32_t x, std::int32_t y);
-    // The tile that is there, or an empty one that has its memory already: several threads may
-    // write to one tile, each its own pixels.
+    // The existing tile, or an empty one with its memory allocated: several threads may write to
+    // one tile, each to different pixels.
     MoxSmartPtr<QelTile> tileToWrite(std::int32_t x, std::int32_t y);
 
   private:
-    // What one tile of the current grid row has of the rectangle. Bounds are inclusive.
+    // The part of the rectangle in one tile of the current grid row. Bounds are inclusive.
     struct Column {
         MoxSmartPtr<QelTile> tile;
         std::uint8_t * origin = nullptr;  // the pixel at (tileLeft, tileTop)
@@ -180,9 +180,9 @@ class QEL_API QelRectIterBase {
     void standNowhere();
     [[noreturn]] void raiseNoTile(std::int32_t x, std::int32_t y) const;
 
-    // The inner loop looks at these. Pixels' addresses are without the offset of a band.
+    // Used by the inner loop. Pixel addresses do not include a band offset.
     std::uint8_t * current_;
-    std::uint8_t * rowEnd_;  // one step behind the run of pixels of the current tile
+    std::uint8_t * rowEnd_;  // one step past the run of pixels of the current tile
     std::int64_t pixelStride_;
     std::int64_t bandOffset_ = 0;  // of the current band; the last one when the bands are done
     bool rowDone_ = true;

@@ -12,8 +12,8 @@
 
 class QelSmartRenderedItemVector;
 
-// The unit of work and of result of a render: something that can be computed, waits for others
-// of its kind, and is complete when its pixels are valid.
+// The unit of work and result of a render: something that can be computed, waits for others of its
+// kind, and is complete when its pixels are valid.
 //
 // Held by MoxSmartPtr; never one on a stack that another item depends on. State bits and
 // dependencies are read and changed under the item's lock. Locks are taken in the order item, then
@@ -28,7 +28,7 @@ class QEL_API QelRenderedItem : public virtual ZanRefCount {
     // Takes no reference on `container`, which may be null.
     explicit QelRenderedItem(QelEmbeddedRenderedItemContainer * container = nullptr);
 
-    // Belongs to nobody, waits for nothing, and is complete if `other` is.
+    // Has no container and no dependencies, and is complete if `other` is.
     QelRenderedItem(QelRenderedItem const & other);
     QelRenderedItem & operator=(QelRenderedItem const &) = delete;
 
@@ -40,7 +40,7 @@ class QEL_API QelRenderedItem : public virtual ZanRefCount {
     // Sets or clears bit `complete`; a complete item drops its dependencies.
     virtual void setComplete(bool value);
 
-    // Nothing here.
+    // Does nothing here.
     virtual void print(std::ostream & out) const;
 
     // The item, " --> " and each dependency.
@@ -48,7 +48,7 @@ class QEL_API QelRenderedItem : public virtual ZanRefCount {
 
     // Is any bit of `mask` set?
     bool isState(std::uint8_t mask) const;
-    // Sets or clears the bits of `mask` and tells the container, with the lock held.
+    // Sets or clears the bits of `mask` and notifies the container, with the lock held.
     void setState(std::uint8_t mask, bool set);
 
     // Dependencies are counted. Null items are ignored. removeDependency takes the first entry
@@ -61,13 +61,13 @@ class QEL_API QelRenderedItem : public virtual ZanRefCount {
     void clearDependencies();
     int dependencyCount() const;
 
-    // The list itself, null while there never was a dependency. For the thread that owns the
-    // item at this stage of a render.
+    // The list itself; null if there never was a dependency. For the thread that owns the item at
+    // this stage of a render.
     QelSmartRenderedItemVector * dependencies() const ZAN_NO_THREAD_SAFETY_ANALYSIS {
         return dependencies_;
     }
 
-    // Not counted; null for an item that belongs to nobody.
+    // Not counted; null for an item without a container.
     QelEmbeddedRenderedItemContainer * container() const {
         return container_.load(std::memory_order_acquire);
     }
@@ -75,7 +75,7 @@ class QEL_API QelRenderedItem : public virtual ZanRefCount {
     void setContainer(QelEmbeddedRenderedItemContainer * container);
 
   protected:
-    // Leaves the container, so that it is told only once, and returns it. Takes no lock: for
+    // Leaves the container, so that it is notified only once, and returns it. Takes no lock: for
     // destructors, and for a container that displaces an item which is being destroyed.
     QelEmbeddedRenderedItemContainer * leaveContainer() noexcept {
         return container_.exchange(nullptr, std::memory_order_acq_rel);

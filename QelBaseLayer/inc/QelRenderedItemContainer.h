@@ -15,7 +15,7 @@ class QelDataDesc;
 class QEL_API QelRenderedItemContainer : public QelEmbeddedRenderedItemContainer {
   public:
     // Walks a container: for (Iterator i = c.makeIterator(); !i.done(); i.next()) use(i.get());
-    // Movable. The container outlives it and is not changed meanwhile.
+    // Movable. The container must outlive it and must not change meanwhile.
     class QEL_API Iterator {
       public:
         // What a container implements.
@@ -49,7 +49,7 @@ class QEL_API QelRenderedItemContainer : public QelEmbeddedRenderedItemContainer
     // The owner's transform label and connection point name, separated by a blank; nothing
     // without an owner.
     virtual void print(std::ostream & out) const;
-    // Nothing here.
+    // Does nothing here.
     virtual void add(QelRenderedItem * item);
     virtual void remove(QelRenderedItem * item);
 

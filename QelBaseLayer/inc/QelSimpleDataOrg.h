@@ -19,8 +19,8 @@
 //   SPELLED_OUT        given           given                       given, as a list of offsets
 //
 // Every constructor computes in 64 bits and raises invalidValue (13), with the numbers in its text,
-// for a stride or an offset that does not fit in 32; it raises invalidValue (13) too for a negative
-// number of bands or tile size.
+// for a stride or an offset that does not fit in 32; also for a negative number of bands or tile
+// size.
 class QEL_API QelSimpleDataOrg : public QelDataOrg {
   public:
     static constexpr QelLayout PIXEL_INTERLEAVED = ::PIXEL_INTERLEAVED;
@@ -59,9 +59,9 @@ class QEL_API QelSimpleDataOrg : public QelDataOrg {
     QelSimpleDataOrg(QelSimpleDataOrg const & source, int count, int const * indices);
 
     // Resize: `source` with another tile size. The origin is copied. With `recompute` the line
-    // stride and the band offsets follow the new size; otherwise all strides stay. The reference on
-    // the source ends: never give one on a stack. Raises unsupported (9) when it is to recompute a
-    // SPELLED_OUT source.
+    // stride and the band offsets follow the new size; otherwise all strides stay. Releases the
+    // reference to the source: never pass one on a stack. Raises unsupported (9) when asked to
+    // recompute a SPELLED_OUT source.
     QelSimpleDataOrg(MoxSmartPtr<QelSimpleDataOrg> source, std::int32_t tileWidth,
                      std::int32_t tileHeight, bool recompute);
 
@@ -73,11 +73,11 @@ class QEL_API QelSimpleDataOrg : public QelDataOrg {
     // Equal first types (or their sizes), tile sizes, band counts, strides and band offsets.
     bool isCompatible(QelDataOrg const & other, bool sizeOnly) const override;
 
-    // Do all these hold, but for those waived by a bit of `flags`? The layout is
-    // PIXEL_INTERLEAVED (waived by 0x20); it is BAND_INTERLEAVED (0x40); lines are dense (0x01);
-    // the band offsets form an arithmetic series (0x08) with a positive step (0x02). With flags 0
-    // a PIXEL_INTERLEAVED organisation must also be dense across bands. The two layout
-    // conditions exclude each other, so a caller passes at least one of those bits.
+    // Do all these hold, except those waived by a bit of `flags`? The layout is PIXEL_INTERLEAVED
+    // (waived by 0x20); it is BAND_INTERLEAVED (0x40); lines are dense (0x01); the band offsets
+    // form an arithmetic series (0x08) with a positive step (0x02). With flags 0 a
+    // PIXEL_INTERLEAVED organisation must also be dense across bands. The two layout conditions
+    // exclude each other, so a caller passes at least one of those bits.
     bool satisfies(std::uint32_t flags) const override;
 
     // The same band count and the same first type.
@@ -116,7 +116,7 @@ class QEL_API QelSimpleDataOrg : public QelDataOrg {
 
     // bandOffsets[to] - bandOffsets[from]; std::out_of_range for a bad band.
     std::int64_t bandDelta(int from, int to) const;
-    // All of them: entry [from * numBands + to]. Made anew by each call.
+    // All of them: entry [from * numBands + to]. Each call makes a new list.
     std::vector<std::int64_t> bandDeltas() const;
     // Always false: no two organisations share their deltas.
     bool deltasShared() const { return false; }

@@ -8,16 +8,17 @@
 #include "QelSimpleDataOrg.h"
 
 // Walks the elements of a rectangle of one buffer in a chosen order of pixels, lines and bands, by
-// adding distances that are worked out ahead. This base works in bytes; QelRectBufferConstIter and
+// adding distances computed in advance. This base works in bytes; QelRectBufferConstIter and
 // QelRectBufferIter (QelRectBufferIter.h) give it an element type.
 //
 //     for (iter.initialize(); !iter.done(); iter.next())
 //         use(iter.address());
 //
-// Two stages: the constructor notes what to walk, initialize() looks at the buffer and goes to the
-// start. Until then the iterator is done.
+// Two stages: the constructor records what to walk, initialize() examines the buffer and goes to
+// the start. Until then the iterator is done.
 //
-// Belongs to one thread. The buffer is counted, if others count it, else it outlives the iterator.
+// Belongs to one thread. Holds a reference to the buffer if that has owners; otherwise the buffer
+// must outlive it.
 class QEL_API QelSimpleRectBufferIter {
   public:
     // Orders, innermost loop first.
@@ -27,15 +28,14 @@ class QEL_API QelSimpleRectBufferIter {
     static constexpr std::int32_t bandLinePixel = 3;
     static constexpr std::int32_t pixelBandLine = 4;
     static constexpr std::int32_t lineBandPixel = 5;
-    // The order in which bands fit in between pixels and lines by their distance: bandPixelLine,
+    // The order that places bands among pixels and lines by their distance: bandPixelLine,
     // pixelBandLine or pixelLineBand. Pixels always come before lines.
     static constexpr std::int32_t automatic = 6;
 
-    // `rect`, in image coordinates, is cut to the buffer's. With `reverseX` columns are walked
+    // `rect`, in image coordinates, is clipped to the buffer's. With `reverseX` columns are walked
     // from right to left, with `reverseY` rows from the bottom up. Iterators over several buffers
-    // that are walked in step are chained through `next`, which is not owned, so that
-    // initialize() sets all of them up; a chain must not form a ring. Raises nullPointer (4) for a
-    // null buffer.
+    // that are walked in step are chained through `next`, which is not owned, so that initialize()
+    // sets all of them up; a chain must not form a ring. Raises nullPointer (4) for a null buffer.
     QelSimpleRectBufferIter(QelRectBuffer * buffer, QelRect const & rect,
                             std::int32_t loopOrder = automatic, bool reverseX = false,
                             bool reverseY = false, QelSimpleRectBufferIter * next = nullptr);
@@ -47,19 +47,18 @@ class QEL_API QelSimpleRectBufferIter {
 
     // Goes to the first element, and allocates a buffer that has no memory; the chained iterators
     // come first, from the last one on. Without pixels to walk, or without a QelSimpleDataOrg, the
-    // iterator is done at once. With `noAddress` it works out steps and order as for a walk
-    // without reversal, touches no memory, and stays done.
+    // iterator is done at once. With `noAddress` it computes steps and order as if there were no
+    // reversal, touches no memory, and stays done.
     //
     // Raises unevenBandOffsets (152) for bands at unequal distances; invalidDataOrg (153) for an
     // order above 5 that is not automatic, or below 0, and for the automatic order when bands lie
     // as far apart as pixels or as lines do, or closer together than pixels but not than lines.
-    // That is so for several bands in strips one line high that are BAND_INTERLEAVED, in strips one
-    // pixel wide that are LINE_INTERLEAVED, and in tiles of one pixel of either layout: an
-    // operation that may meet them asks for an explicit order, since every one walks those. The
-    // iterator is done then.
+    // This applies to several bands in BAND_INTERLEAVED strips one line high, in LINE_INTERLEAVED
+    // strips one pixel wide, and in tiles of one pixel of either layout. An operation that may get
+    // these should request an explicit order: any of them works. The iterator is done then.
     void initialize(bool noAddress = false);
 
-    // To the next element in loop order. Nothing when done.
+    // To the next element in loop order. Does nothing when done.
     void next() {
         current_ += step_;
         if (current_ == runEnd_) leaveRun();
@@ -70,13 +69,13 @@ class QEL_API QelSimpleRectBufferIter {
     std::uint8_t * address() const { return current_; }
 
     // The elements from the current one on that lie runStep() bytes apart: the rest of the
-    // innermost loop, and as many of the loops around it as go on in the same step. nextRun() goes
-    // to the element behind them.
+    // innermost loop, and as many of the loops around it as continue with the same step. nextRun()
+    // goes to the element after them.
     std::int64_t runLength() const;
     std::int64_t runStep() const { return step_; }
     void nextRun();
 
-    // As of initialize(): what is walked, in which order, and the distances in bytes. A reversed
+    // Set by initialize(): what is walked, in which order, and the distances in bytes. A reversed
     // axis has the negated distance.
     QelRect const & rect() const { return rect_; }
     std::int32_t loopOrder() const { return loopOrder_; }
@@ -93,7 +92,7 @@ class QEL_API QelSimpleRectBufferIter {
     QelSimpleRectBufferIter * nextIter() const { return nextIter_; }
 
   protected:
-    // Called by initialize() when there are pixels to walk; may refuse the buffer.
+    // Called by initialize() when there are pixels to walk; may reject the buffer.
     virtual void checkElements(QelSimpleDataOrg const & org) const;
 
   private:
@@ -112,19 +111,19 @@ class QEL_API QelSimpleRectBufferIter {
     void start(QelSimpleDataOrg const & org);
     void leaveRun();
 
-    // The inner loop looks at these.
+    // Used by the inner loop.
     std::uint8_t * current_ = nullptr;
     std::uint8_t * runEnd_ = nullptr;
     std::int64_t step_ = 0;
     bool done_ = true;
 
     Level levels_[3];            // inner, middle, outer
-    Level joined_[3];            // the same walk in as few loops as will do
+    Level joined_[3];            // the same walk in as few loops as possible
     std::int64_t repeated_ = 0;  // steps done of a run that does not move
     std::int64_t middleIndex_ = 0;
     std::int64_t outerIndex_ = 0;
     std::int64_t middleAdvance_ = 0;  // from the end of a run to the start of the next one
-    std::int64_t outerAdvance_ = 0;   // what more it takes to the next middle loop
+    std::int64_t outerAdvance_ = 0;   // the extra distance to the next middle loop
 
     QelRectBuffer * buffer_;
     MoxSmartPtr<QelRectBuffer> keep_;  // null for a buffer without owners, on a stack say

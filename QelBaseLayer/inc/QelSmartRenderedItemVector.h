@@ -11,14 +11,14 @@ class QEL_API QelSmartRenderedItemVector : public QelRenderedItemContainer {
     QelSmartRenderedItemVector() = default;
     ~QelSmartRenderedItemVector() override;
 
-    // Raises misuse (3): no item points here.
+    // Raises misuse (3): no item points to this list.
     void discardReference(QelRenderedItem * item) override;
     // Raises misuse (3).
     void setCacheTiles(bool cache) override;
 
     // Appends; null is ignored.
     void add(QelRenderedItem * item) override;
-    // Takes the first entry that holds `item` out; nothing if there is none.
+    // Removes the first entry that holds `item`, if any.
     void remove(QelRenderedItem * item) override;
     // Calls setComplete(false) on every item; the list stays as it is.
     void clear() override;
@@ -28,11 +28,11 @@ class QEL_API QelSmartRenderedItemVector : public QelRenderedItemContainer {
     // std::out_of_range for a bad index.
     MoxSmartPtr<QelRenderedItem> const & get(std::size_t i) const { return items_.at(i); }
 
-    // Appends all entries of `others`, which may be this list itself, or none when memory is out.
+    // Appends all entries of `others`, which may be this list itself, or none when memory runs out.
     void addEach(QelSmartRenderedItemVector const & others);
 
-    // Takes out, for each entry of `others` from the last to the first, the first entry that
-    // holds the same item. Time in proportion to both sizes together.
+    // For each entry of `others` from the last to the first, removes the first entry that holds the
+    // same item. Takes time proportional to the sum of both sizes.
     void removeEach(QelSmartRenderedItemVector const & others);
 
     // Empties the list.

@@ -13,12 +13,12 @@ class QEL_API QelStopwatch {
     // The total is 0. If `startNow` is set, an interval begins.
     explicit QelStopwatch(bool startNow);
 
-    // Begins an interval. One that is under way is dropped and counts for nothing. If `reset` is
-    // set, the total becomes 0 first.
+    // Begins an interval. One in progress is dropped and not counted. If `reset` is set, the total
+    // becomes 0 first.
     void start(bool reset);
 
     // Ends the interval: adds its milliseconds to the total and returns them. Adds nothing and
-    // returns 0 if none is under way.
+    // returns 0 if none is in progress.
     std::int64_t stop();
 
     // The total of the intervals that have ended, in seconds.

@@ -12,7 +12,7 @@ class QEL_API QelSystemConfig {
   public:
     QelSystemConfig() = delete;
 
-    // Tile size, in pixels, of a data organisation that is made because nothing chose one.
+    // Tile size, in pixels, of a data organisation that is made by default.
     static std::int32_t defaultTileWidth;   // 128
     static std::int32_t defaultTileHeight;  // 128
     // Bounds of the tile size of an image with an op; see Qel2DImage::initialize().
@@ -24,7 +24,7 @@ class QEL_API QelSystemConfig {
     // Initial value of the caching flag of image connection points and tile containers.
     static bool tileCachingDefault;  // false
 
-    // Set by nobody and read by nobody; kept for clients that name them.
+    // The library neither sets nor reads these; kept for clients that name them.
     static bool reservedFlagA;  // true
     static bool reservedFlagB;  // true
 

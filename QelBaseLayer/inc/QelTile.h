@@ -8,10 +8,11 @@
 
 class QelThreadWork;
 
-// A piece of an image that knows its place in the grid. Created empty, computed when somebody
-// needs it, and gone with its last holder.
+// A piece of an image that knows its place in the grid. Created empty, computed when needed, and
+// deleted with its last holder.
 //
-// Held by MoxSmartPtr. In an image never one on a stack: the image hands out references on it.
+// Held by MoxSmartPtr. Never put one on a stack into an image: the image hands out references to
+// it.
 class QEL_API QelTile : public QelRectBuffer {
   public:
     // The tile `id` of the grid of `org`, which is shared. A tile that starts left of or above the
@@ -26,7 +27,7 @@ class QEL_API QelTile : public QelRectBuffer {
     // Leaves its image.
     ~QelTile() override;
 
-    // Makes its image compute it. Raises nullPointer (4) when it belongs to none.
+    // Has its image compute it. Raises nullPointer (4) when it has no image.
     void compute() override;
 
     // A tile that is no longer complete gives up its memory at once.

@@ -4,16 +4,15 @@
 
 #include "QelExport.h"
 
-// One block of memory: whole pages of its own, locked into memory where the system allows that, or
-// a piece of the general heap when it is smaller than a page.
+// One block of memory: whole pages, locked into memory where the system allows it, or a piece of
+// the general heap when it is smaller than a page.
 //
-// Owned by whoever made it; QelVirtualMemoryManager recycles them. A block does not change between
-// its construction and its end, and its bytes belong to one thread at a time. Never raises.
+// Owned by its creator; QelVirtualMemoryManager recycles them. A block does not change between its
+// construction and its end, and its bytes belong to one thread at a time. Never raises.
 class QEL_API QelVMem {
   public:
-    // A block of at least `size` bytes; address() is null when there is none to be had. Pages are
-    // zero at first, memory of the heap is not initialised. A page that cannot be locked serves as
-    // well.
+    // A block of at least `size` bytes; address() is null when memory runs out. Pages start as
+    // zero; heap memory is not initialised. Pages that cannot be locked are used unlocked.
     explicit QelVMem(std::size_t size) noexcept;
     QelVMem(QelVMem const &) = delete;
     QelVMem & operator=(QelVMem const &) = delete;
@@ -24,10 +23,10 @@ class QEL_API QelVMem {
     std::size_t requestedSize() const noexcept { return requestedSize_; }
 
     // The bytes of its pages: requestedSize() rounded up. 0 for a block of the heap, and for pages
-    // whose bytes no number can hold.
+    // whose size overflows.
     std::size_t actualSize() const noexcept { return actualSize_; }
 
-    // Whether it consists of pages, had or not.
+    // Whether it consists of pages, even if getting them failed.
     bool isVirtual() const noexcept { return isVirtual_; }
 
     void * address() const noexcept { return address_; }
@@ -35,8 +34,8 @@ class QEL_API QelVMem {
     // The system's, in bytes, read once. Blocks of this size and above consist of pages.
     static std::size_t pageSize() noexcept;
 
-    // From now on every new block of the process comes from the heap. There is no way back: the
-    // blocks that exist are not touched.
+    // From now on every new block of the process comes from the heap. This cannot be undone;
+    // existing blocks are not touched.
     static void disableVirtualMemory() noexcept;
     static bool virtualMemoryDisabled() noexcept;
 

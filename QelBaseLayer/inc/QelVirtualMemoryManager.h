@@ -11,18 +11,18 @@
 #include "ZanMutex.h"
 #include "ZanThreadAnnotations.h"
 
-// Recycles memory: a block that comes back is kept for the next request that fits into it, so that
-// the tiles of a render, which come and go and are all of one size, cost the system nothing.
+// Recycles memory: a returned block is kept for the next request that fits into it, so the many
+// tiles of a render, all of one size, need no system calls.
 //
-// Held by MoxSmartPtr; each data buffer that has memory of it counts as an owner, so that it ends
+// Held by MoxSmartPtr; each data buffer that has its memory counts as an owner, so it is destroyed
 // after them. All operations may be called from any thread; they serialise themselves, and hold
-// their lock for some bookkeeping and for the system calls that make a new block.
+// their lock only for bookkeeping and for the system calls that make a new block.
 //
 // Byte counters count whole pages. Blocks below the size of a page lie on the heap and count 0.
 //
 //     MoxSmartPtr<QelVirtualMemoryManager> const manager(new QelVirtualMemoryManager(64 << 20));
 //     QelMemoryManager::setDefaultManager(manager);
-//     ...  // buffers made from here on have memory of the manager
+//     ... // buffers made from here on use the manager's memory
 //     QelMemoryManager::clearDefaultManager();
 class QEL_API QelVirtualMemoryManager : public QelMemoryManager {
   public:
@@ -31,22 +31,22 @@ class QEL_API QelVirtualMemoryManager : public QelMemoryManager {
     // As setLimit(bytes).
     explicit QelVirtualMemoryManager(std::size_t bytes);
 
-    // Gives all memory back, also that which is still handed out; then raises memoryLeak (11) as
-    // QelMemoryManager tells if there was any. Its memory is gone then all the same.
+    // Gives all memory back, even what is still handed out; if there was any, then raises
+    // memoryLeak (11) as QelMemoryManager describes. That memory is freed all the same.
     ~QelVirtualMemoryManager() noexcept(false) override;
 
     // Memory for `size` bytes, null when there is none: the smallest kept block that is large
-    // enough, however large that is, the one that came back last of several alike; otherwise a new
-    // block. The limit plays no part. With null nothing has changed.
+    // enough, however large, and of equal ones the last returned; otherwise a new block. The limit
+    // is ignored. Null changes nothing.
     void * allocate(std::size_t size) noexcept override;
 
-    // Takes memory of allocate() back; false for any other address. The block is kept if
+    // Takes back memory from allocate(); false for any other address. The block is kept if
     // totalBytes() is not above the limit, and goes back to the system otherwise.
     bool free(void * pointer) noexcept override;
 
-    // How far totalBytes() may go before blocks that come back are let go. It acts when a block
-    // comes back and at no other time. A limit of 0 also turns pages off for the whole process,
-    // for good: see QelVMem::disableVirtualMemory().
+    // The value of totalBytes() above which returned blocks are freed. It applies only when a block
+    // is returned. A limit of 0 also turns pages off for the whole process, for good: see
+    // QelVMem::disableVirtualMemory().
     void setLimit(std::size_t bytes) noexcept;
     std::size_t getLimit() const noexcept;
 
@@ -55,7 +55,7 @@ class QEL_API QelVirtualMemoryManager : public QelMemoryManager {
     std::size_t freeBytes() const noexcept;
     std::size_t usedBytes() const noexcept;
 
-    // All counters at one moment. Unlike outstanding() it may be called while others work.
+    // All counters at one moment. Unlike outstanding() it may be called while other threads work.
     struct Counters {
         std::size_t totalBytes = 0;
         std::size_t freeBytes = 0;
@@ -63,7 +63,7 @@ class QEL_API QelVirtualMemoryManager : public QelMemoryManager {
         std::size_t limit = 0;
         std::size_t freeBlocks = 0;
         std::size_t usedBlocks = 0;
-        // Since the start: blocks got from the system or the heap, and requests met without.
+        // Since the start: blocks obtained from the system or the heap, and requests met without.
         std::uint64_t blocksMade = 0;
         std::uint64_t blocksReused = 0;
         std::int32_t outstanding = 0;
@@ -79,11 +79,11 @@ class QEL_API QelVirtualMemoryManager : public QelMemoryManager {
     void keep(std::unique_ptr<QelVMem> block) noexcept ZAN_REQUIRES(lock_);
     void letGo(QelVMem const & block) noexcept ZAN_REQUIRES(lock_);
 
-    // By the size that was asked for, and by address. Each has a place for every block there is,
-    // so that a block changes over without an allocation, and coming back cannot fail.
+    // By requested size, and by address. Each has a place for every existing block, so a block
+    // moves over without an allocation, and returning one cannot fail.
     QelVirtualMemoryMap<std::size_t> freeBlocks_ ZAN_GUARDED_BY(lock_);
     QelVirtualMemoryMap<void *> usedBlocks_ ZAN_GUARDED_BY(lock_);
-    // That of freeBlocks_; it covers all else too.
+    // That of freeBlocks_; it also guards everything else.
     ZanMutex & lock_ = freeBlocks_.lock();
     std::size_t totalBytes_ ZAN_GUARDED_BY(lock_) = 0;
     std::size_t freeBytes_ ZAN_GUARDED_BY(lock_) = 0;

@@ -11,14 +11,14 @@
 #include "ZanMutex.h"
 
 // Blocks of memory in the order of a key, which several may share: their size or their address.
-// The map owns its blocks and deletes those that are left at its end. Each step takes time that
-// grows with the logarithm of their number.
+// The map owns its blocks and deletes the remaining ones on destruction. Each operation takes time
+// logarithmic in their number.
 //
-// A block that comes and goes costs no memory of its own: its place in the map stays behind as a
-// spare one for the next block. What needs a new place can fail, all else cannot.
+// Adding and removing blocks need not allocate: the place of a removed block stays as a spare for
+// the next one. Only operations that need a new place can fail.
 //
-// The map does not lock by itself. Whoever shares one holds lock() for each call, or one lock of
-// his own for all calls.
+// The map does not lock by itself. Threads that share one hold lock() for each call, or one other
+// lock for all calls.
 //
 // K is std::size_t or void *.
 template <class K>
@@ -36,15 +36,15 @@ class QelVirtualMemoryMap {
     std::size_t spares() const noexcept;
 
     // Puts a block ahead of those with the same key. Raises std::bad_alloc when there is neither a
-    // spare place nor memory for one; the block ends then.
+    // spare place nor memory for one; the block is then deleted.
     void insert(K key, std::unique_ptr<QelVMem> block) {
         if (front_ || spares_.empty()) makeWay();
         frontKey_ = key;
         front_ = std::move(block);
     }
 
-    // The first block with exactly that key, null when there is none. It leaves the map, and its
-    // place becomes a spare one.
+    // The first block with exactly that key; null when there is none. It leaves the map, and its
+    // place becomes spare.
     std::unique_ptr<QelVMem> take(K key) noexcept {
         return front_ && frontKey_ == key ? std::move(front_) : takeFromBlocks(key);
     }
@@ -68,8 +68,8 @@ class QelVirtualMemoryMap {
     void moveFrontToBlocks() noexcept;
     std::unique_ptr<QelVMem> takeOut(typename Blocks::iterator place) noexcept;
 
-    // All blocks but the one that came last, which waits in front_: it is most often the next to
-    // go, and needs no search then.
+    // All blocks except the last one inserted, which is in front_: it is most often the next one
+    // taken, and then needs no search.
     Blocks blocks_;
     mutable ZanMutex lock_;
     K frontKey_{};

@@ -11,8 +11,8 @@ std::string renderSentence(char const * kind, std::string const & sink, std::str
     return kind + (" during preRender/doRender in sink " + sink) + " with label " + label;
 }
 
-// What the exception in flight tells about itself. Requires: there is one, called in its handler.
-// `tail` is what an exception of an unknown kind tells. A ZanError passes.
+// The text of the exception in flight. Requires: there is one, called in its handler. `tail` is the
+// text for an unknown exception. A ZanError passes.
 std::string tellForeign(std::string const & sink, std::string const & label,
                         std::string const & tail) {
     try {

@@ -6,7 +6,7 @@
 [[noreturn]] void qelRaiseNullArgument(ZanSourceLocation here);
 
 // What `pointer` points to: an argument that may not be null. Raises nullPointer (4), from the
-// caller's source position, ahead of everything else that the caller does with it.
+// caller's source position, before the caller does anything else with it.
 template <class T>
 T & qelRequired(T * pointer, ZanSourceLocation here = ZanSourceLocation::current()) {
     if (pointer == nullptr) qelRaiseNullArgument(here);

@@ -56,7 +56,7 @@ class QelThreadScope : private QelThreadScopeEntry {
     }
 
   protected:
-    // Null stands for itself, where there is nothing to tell scopes of a kind apart by.
+    // Null is allowed where scopes of a kind need no distinction.
     explicit QelThreadScope(void const * object) noexcept : QelThreadScopeEntry(&kind, object) {}
     ~QelThreadScope() = default;
 

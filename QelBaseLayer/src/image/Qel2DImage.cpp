@@ -189,7 +189,7 @@ void Qel2DImage::keepOp(QelImageOp * op) {
     if (!kept) ops_.push_back(op);
 }
 
-// Outside of a request nobody uses what earlier calls of setOp() replaced.
+// Outside of a request nothing uses what earlier calls of setOp() replaced.
 void Qel2DImage::dropRetired() {
     if (choosing_.load(std::memory_order_acquire) != 0) return;
     if (grids_.size() > 1) grids_.erase(grids_.begin(), grids_.end() - 1);
@@ -358,7 +358,7 @@ QelTile * Qel2DImage::place(Grid & now, QelTile * tile) {
     return tile;
 }
 
-// A tile stands in one slot at most.
+// A tile is in one slot at most.
 void Qel2DImage::leaveFormerImage(QelTile & tile) {
     auto * const former = dynamic_cast<Qel2DImage *>(tile.container());
     if (former == nullptr || !former->grid().contains(tile.tileId().tileX, tile.tileId().tileY)) {

@@ -45,7 +45,7 @@ auto framed(Qel2DImage const & image, Body body, Action action) {
     }
 }
 
-// Does the tile have as much memory as the buffer goes by? That may be larger than the rectangle
+// Does the tile have as much memory as the buffer expects? That may be larger than the rectangle
 // which it asks for, and than a tile.
 bool memoryReaches(QelTile const & tile, QelRectBuffer const & buffer) {
     return !buffer.dataBuffer() || buffer.dataBuffer()->size() <= tile.dataBuffer()->size();

@@ -15,11 +15,11 @@
 // position's history.
 //
 // Invariants:
-// 1. A tile whose pointer stands in a slot is alive, or its destructor is waiting for the slot's
-//    lock: it cannot free the tile while somebody holds that lock and has read the pointer.
-// 2. Whoever takes a tile out of its slot also takes it out of the image (its container becomes
-//    null), under the lock of the slot; so a tile either tells the image of its end while it
-//    stands in its slot, or not at all.
+// 1. A tile whose pointer is in a slot is alive, or its destructor is waiting for the slot's lock:
+//    it cannot free the tile while a thread holds that lock and has read the pointer.
+// 2. Removing a tile from its slot also removes it from the image (its container becomes null),
+//    under the slot's lock; so a tile notifies the image of its end while it is in its slot, or not
+//    at all.
 // 3. Locks are taken in the order slot, item. Notifications, which come with the item's lock held,
 //    only compare pointers and change `flags`.
 // 4. A container creates a tile without the lock of the slot: those that want the tile sleep until
@@ -46,8 +46,8 @@ class Qel2DImage::Slot {
                reinterpret_cast<std::uintptr_t>(tile);
     }
 
-    // A tile that was taken out, with a reference of its own that ends with this object. A tile
-    // that never had an owner is left to whoever made it.
+    // A tile that was taken out, with a reference that ends with this object. A tile that never had
+    // an owner is left to its creator.
     class Displaced {
       public:
         Displaced() = default;
@@ -96,7 +96,7 @@ class Qel2DImage::Slot {
         }
     }
 
-    // The end of a tile. False when it does not stand here.
+    // The end of a tile. False when it is not here.
     bool clear(QelTile const * tile) {
         if (!holds(tile)) return false;
         Lock const lock(*this);
@@ -105,16 +105,16 @@ class Qel2DImage::Slot {
         return true;
     }
 
-    // How many have the tile, which stands here, or its memory. The memory is looked at only while
-    // nobody else can be about to give the tile another one: while the caller, who holds one
-    // reference, and the image, which holds `cached`, are the only owners.
+    // Counts the holders of the tile, which is in this slot, or its memory. The memory is examined
+    // only while no other thread can replace it: while the caller, with one reference, and the
+    // image, with `cached`, are the only owners.
     std::int32_t holders(QelTile const & tile, std::int32_t cached) {
         Lock const lock(*this);
         return countHolders(tile, cached);
     }
 
-    // Hands the tile's memory to `dest` if nobody but the caller, who holds one reference, and
-    // the image, which holds `cached`, has the tile or its memory. `tile` stands here.
+    // Hands the tile's memory to `dest` if only the caller, with one reference, and the image, with
+    // `cached`, hold the tile or its memory. `tile` is in this slot.
     bool steal(QelTile & tile, QelRectBuffer & dest, std::int32_t cached) {
         Lock const lock(*this);
         if (current() != &tile || countHolders(tile, cached) > 1 + cached) return false;
@@ -134,7 +134,7 @@ class Qel2DImage::Slot {
         return owners > 1 + cached ? owners : tile.referenceCount();
     }
 
-    // A tile that is being destroyed: true if it will not tell the image of it any more.
+    // A tile that is being destroyed: true if it will no longer notify the image.
     static bool leave(QelTile & tile) { return tile.leaveContainer() != nullptr; }
 
     QelTile * current() const {
@@ -162,7 +162,7 @@ class Qel2DImage::Grid {
   public:
     // Marks, for a scope, that the calling thread makes the container make a tile for a grid. The
     // tile then goes there and nowhere else: in a grid that took its place meanwhile, a tile made
-    // after the old one would be wrong.
+    // for the old one does not fit.
     class Asked : public QelThreadScope<Asked> {
       public:
         Asked(Qel2DImage const & image, Grid & grid) : QelThreadScope(&image), grid_(&grid) {}
@@ -220,9 +220,9 @@ class Qel2DImage::Grid {
     // The same for one slot.
     static void detachTile(Slot & slot, bool cached);
 
-    // Detaches all tiles, for good. A request under way may still put tiles here: whoever does
-    // that asks retired() afterwards, and detaches what it put. No tile can be missed: both lock
-    // the slot, so either retire() finds the tile or the one who put it finds the grid retired.
+    // Detaches all tiles, for good. A request in progress may still put tiles here: it then checks
+    // retired(), and detaches what it put. No tile can be missed: both lock the slot, so either
+    // retire() finds the tile or the request finds the grid retired.
     void retire(bool cached);
     bool retired() const { return retired_.load(std::memory_order_relaxed); }
 

@@ -22,8 +22,8 @@ QelImageOp::~QelImageOp() = default;
 
 void QelImageOp::takeReport(QelOpContext opContext) {
     if (info_.computed()) return;
-    // A report of its own: one that fails half-way leaves nothing behind, and a status of an
-    // earlier one is not taken for the new one's.
+    // A separate report: one that fails half-way leaves nothing behind, and a status of an earlier
+    // one is not taken for the new one's.
     QelImageInfo report;
     bool const good = genOutputInfo(report, opContext);
     // Made now, because render threads will read it and must not make it.

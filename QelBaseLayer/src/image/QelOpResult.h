@@ -11,6 +11,6 @@
 // unsupported (9) for an organisation that cannot be enlarged, and what the organisation raises.
 MoxSmartPtr<QelRectBuffer> qelMakeResultBuffer(QelImageInfo const & report);
 
-// The status renderFailed (203) of an op that reports that it is bad and does not say why: its
-// author's fault.
+// The status renderFailed (203) of an op that reports that it is bad and gives no reason: a bug in
+// the op.
 QelError qelNoReasonStatus(QelOp const & op);

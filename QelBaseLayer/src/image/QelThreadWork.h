@@ -15,7 +15,7 @@ class QelTile;
 // 1. A job's worker is the thread that does it; only that thread ends its own claim.
 // 2. A thread waits for at most one job, which stays while it waits, and says so under one lock
 //    that no thread takes unless it has to wait.
-// 3. No thread waits in a circle: the thread that would close it gets an error instead.
+// 3. Threads never wait in a cycle: the thread about to close it gets an error instead.
 class QelThreadWork {
   public:
     // Something that one thread at a time does, and others wait for: its worker, null while there
@@ -48,7 +48,7 @@ class QelThreadWork {
     // The right to have the tile (x, y) of a grid made, held for a scope.
     class Making {
       public:
-        // Waits while another thread has it. Raises QelError misuse (3) when that could never end,
+        // Waits while another thread has it. Raises QelError misuse (3) when that can never end,
         // because making the tile needs it.
         Making(Job & job, std::int32_t x, std::int32_t y);
         ~Making();

@@ -29,8 +29,8 @@ struct QelCopyLayout {
     bool uniform;  // are the bands of both sides evenly spaced?
 };
 
-// Tells whether there is something to copy in an intersection of rectangles. Raises
-// invalidValue (13) for a negative width or height, which no intersection has.
+// Returns whether there is something to copy in an intersection of rectangles. Raises invalidValue
+// (13) for a negative width or height, which no intersection has.
 bool qelCopyHasPixels(QelRect const & area);
 
 // ---- Block path: whole runs of bytes.
@@ -54,8 +54,8 @@ QelCopyBlocks qelPlanBlocks(QelCopyLayout const & layout);
 // ---- Element path: three nested loops.
 
 // The inner, middle and outer loop. A gap is what a loop level adds after its last element beyond
-// what the inner levels have already moved; only levels whose gap is not 0 need a loop of their
-// own. `shape` has a bit for each gap to be added:
+// what the inner levels have already moved; only levels whose gap is not 0 need a separate loop.
+// `shape` has a bit for each gap to be added:
 //   1  source, after the inner loop     2  source, after the middle loop
 //   4  target, after the inner loop     8  target, after the middle loop
 struct QelCopyLoops {

@@ -62,7 +62,7 @@ MoxSmartPtr<QelDataOrg> standardOrg(QelRect const & rect, int bands, QelLayout l
     return rect.x == 0 && rect.y == 0 ? org : org->withOrigin(rect.x, rect.y);
 }
 
-// A width or height of -1 stands for the tile's.
+// A width or height of -1 means the tile's.
 QelRect rectInTile(QelDataOrg const & org, std::int32_t x, std::int32_t y, std::int32_t width,
                    std::int32_t height) {
     return {x, y, width == -1 ? org.tileWidth() : width, height == -1 ? org.tileHeight() : height};

@@ -28,7 +28,7 @@ QelRenderedItem::QelRenderedItem(QelRenderedItem const & other)
 
 QelRenderedItem::~QelRenderedItem() {
     discardFromContainer();
-    // Without the lock: nobody else has a reference any more.
+    // Without the lock: no other reference is left.
     qelReleaseLater(std::move(dependencies_));
 }
 
@@ -144,7 +144,7 @@ void QelRenderedItem::discardFromContainer() noexcept {
 void QelRenderedItem::tellDiscarded(QelEmbeddedRenderedItemContainer * container,
                                     QelRenderedItem * item) noexcept {
     if (container == nullptr) return;
-    // A destructor must not raise, and nobody is left to be told when the output fails too.
+    // A destructor must not raise, and there is nowhere to report that the output failed too.
     try {
         try {
             container->discardReference(item);

@@ -84,7 +84,7 @@ void QelSmartRenderedItemVector::remove(QelRenderedItem * item) {
 }
 
 void QelSmartRenderedItemVector::clear() {
-    // By index, with a reference of its own: setComplete() is the client's and may change the list.
+    // By index, with a separate reference: setComplete() is the client's and may change the list.
     for (std::size_t i = 0; i < items_.size(); ++i) {
         Item const item = items_[i];
         item->setComplete(false);

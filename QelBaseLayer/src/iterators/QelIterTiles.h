@@ -11,8 +11,8 @@
 // QelSimpleDataOrg.
 MoxConstSmartPtr<QelSimpleDataOrg> qelSimpleOrgOf(Qel2DImage const & image, char const * refusal);
 
-// `tile` with memory that is addressed as `org` says, which is not so for one that somebody
-// inserted with an organisation of its own.
+// Is the memory of `tile` addressed like `org`? Not if the tile was inserted with another
+// organisation.
 bool qelIsAddressedAs(QelTile const * tile, QelSimpleDataOrg const & org);
 
 // The tile at column x, row y of the grid, empty if it has to be made, with its memory; null where

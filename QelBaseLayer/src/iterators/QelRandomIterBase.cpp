@@ -114,7 +114,7 @@ void QelRandomIterBase::use(MoxSmartPtr<QelTile> tile) {
     tileHeight_ = static_cast<std::uint32_t>(rect.height);
 }
 
-// The tables hold for a tile that starts where the grid says; somebody may have inserted another
+// The tables hold for a tile that starts where the grid says; a client may have inserted another
 // one.
 bool QelRandomIterBase::isAsPlanned(QelTile const * tile, std::int32_t tileX,
                                     std::int32_t tileY) const {

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Where iterators that stand nowhere point to, so that a step from there is harmless. Constant
+// The target of iterators without a position, so that a step from there is harmless. Constant
 // memory: writing there is a mistake that shows at once.
 constexpr std::uint8_t noPixel = 0;
 
@@ -124,8 +124,8 @@ bool QelRectIterBase::enterNextColumn() {
     return true;
 }
 
-// Where a step does not move the address, its comparison with the end tells nothing: next() then
-// comes here with every pixel.
+// Where a step does not move the address, comparing it with the end is useless: next() then comes
+// here with every pixel.
 void QelRectIterBase::leaveRun() {
     if (pixelStride_ != 0) {
         nextRun();

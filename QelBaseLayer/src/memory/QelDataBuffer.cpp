@@ -67,7 +67,7 @@ void trace(char const * what, QelDataBuffer const & buffer) noexcept {
     }
 }
 
-// For destructors: tells what went wrong as long as that can be told.
+// For destructors: reports what went wrong if that is possible.
 template <class Step>
 void tellFailureOf(Step step) noexcept {
     try {
@@ -77,7 +77,7 @@ void tellFailureOf(Step step) noexcept {
             QelOutput::write(std::string(error.what()) + '\n');
         }
     } catch (...) {
-        // The remark itself failed, or a manager raised what nobody knows.
+        // The remark itself failed, or a manager raised an unknown exception.
     }
 }
 

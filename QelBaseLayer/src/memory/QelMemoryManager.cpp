@@ -23,7 +23,7 @@ QelMemoryManager::~QelMemoryManager() noexcept(false) {
 }
 
 void QelMemoryManager::setDefaultManager(QelMemoryManager * manager) {
-    // Buffers and callers count it for a while, and would be its only owners.
+    // Buffers and callers hold temporary references, which otherwise delete it.
     if (manager != nullptr && manager->refCount() == 0) manager->pinRef();
     defaultManager.store(manager, std::memory_order_release);
 }
