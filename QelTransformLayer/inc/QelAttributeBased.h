@@ -12,72 +12,70 @@
 #include "QelAttribute.h"
 #include "ZanRefCount.h"
 
-// An object that has attributes, each under a name, the key, and in the order in which they were
-// added, which is that of the indices from 0 on. Classes whose objects a client configures derive
-// from it and add their attributes in the constructor.
+// An object that has attributes. Each has a key, which is a name, and an index, from 0 in the order
+// of adding. Classes whose objects a client configures derive from it and add their attributes in
+// the constructor.
 //
-// An attribute is shared with whoever else holds it. Its callbacks whose target is this object go
-// when it is removed and when the object ends, so that an attribute which a client keeps never
-// calls an object that is gone.
+// An attribute is shared with any other holder. Callbacks whose target is this object are deleted
+// when the attribute is removed and when the object is destroyed, so an attribute that a client
+// keeps never calls a dead object.
 //
-// One object is used by one thread at a time; as long as none changes it, any number may look.
-// Operations on one attribute by key take time logarithmic in the number of attributes, by index
-// constant; getAttributeName() of an attribute, renaming one, and removing take linear time.
+// One thread at a time uses an object; as long as none changes it, any number may read it. Access
+// by key takes time logarithmic in the number of attributes, access by index constant time.
+// getAttributeName() of an attribute, renaming and removing take linear time.
 class QEL_API QelAttributeBased : public virtual ZanRefCount {
   public:
     QelAttributeBased() = default;
     // Clones of the attributes, under the same keys and in the same order. Callbacks whose target
-    // is `source` have clones there, with this object as the target; others stay behind.
+    // is `source` are cloned, with this object as the target; others are not copied.
     QelAttributeBased(QelAttributeBased const & source);
     QelAttributeBased & operator=(QelAttributeBased const &) = delete;
     virtual ~QelAttributeBased();
 
-    // May an attribute have this name? Not with "=", "}", a tab, or two blanks in a row, which the
-    // text form of a graph could not tell from its own.
+    // Whether an attribute may have this name. "=", "}", a tab and two blanks in a row are illegal:
+    // the text form of a graph uses them itself.
     static bool isLegalName(std::string_view name);
 
-    // Adds an attribute under its own name, or under `name`. False, with no change, for a null
-    // pointer and for a key that is taken. Raises illegalAttributeName (24) "Illegal attribute name
-    // " and the attribute's own name, which is the one that is tested in both forms, unless
-    // isLegalName().
+    // Adds an attribute under its own name, or under `name`. Returns false and changes nothing for
+    // a null pointer or a key that is taken. Raises illegalAttributeName (24) "Illegal attribute
+    // name " and the attribute's own name, which both forms test, unless isLegalName().
     bool addAttribute(MoxSmartPtr<QelAttribute> attribute);
     bool addAttribute(MoxSmartPtr<QelAttribute> attribute, std::string name);
 
     int getNumAttributes() const;
 
-    // Null for an index out of range and for a name that is no key.
+    // Null for an index out of range or an unknown key.
     MoxSmartPtr<QelAttribute> getAttribute(int index) const;
     MoxSmartPtr<QelAttribute> getAttribute(std::string_view name) const;
 
-    // The key under which an attribute is held: the first in alphabetical order where there are
-    // several. Raises misuse (3) "Could not find attribute".
+    // The key of an attribute; the first in alphabetical order if it has several. Raises misuse (3)
+    // "Could not find attribute".
     std::string getAttributeName(QelAttribute const * attribute) const;
     std::string getAttributeName(int index) const;
 
-    // Nothing happens to a locked attribute, nor for one that is not there.
+    // Does nothing for a locked or missing attribute.
     void removeAttribute(std::string_view name);
     void removeAttribute(int index);
     void removeAttribute(QelAttribute const * attribute);
 
-    // Another key; the attribute's own name and its place in the order stay. False, with no
-    // change, for a new name that is taken, illegal, or the old one, and for an attribute that is
-    // not there.
+    // Changes the key; the attribute's own name and its index stay. Returns false and changes
+    // nothing if the new name is taken, illegal, or the old one, or if there is no such attribute.
     bool renameAttribute(QelAttribute const * attribute, std::string newName);
     bool renameAttribute(std::string_view oldName, std::string newName);
 
-    // The largest stamp of the attributes under these keys: a result that was made when it was the
-    // same is not stale. Raises noNamesGiven (6) "getLatestTimestamp" for no names,
-    // noSuchAttribute (20) with the name as the text for one that is no key.
+    // The largest stamp of the attributes under these keys; a result computed at the same stamp is
+    // not stale. Raises noNamesGiven (6) "getLatestTimestamp" for no names, noSuchAttribute (20)
+    // with the name as the text for an unknown key.
     std::uint32_t getLatestTimestamp(std::vector<std::string> const & names) const;
 
-    // Takes over the values of the attributes that have the same key and the same type here;
-    // others stay as they are. Raises what QelAttribute::copyValue() raises, at a locked attribute
-    // for instance; the ones before it have their new values then. Both objects live until it is
-    // done, even if callbacks drop them.
+    // Takes over the values of attributes with the same key and type; others keep theirs. Raises
+    // what QelAttribute::copyValue() raises, for a locked attribute for instance; those before it
+    // then have their new values. Both objects are kept until it is done, even if callbacks drop
+    // them.
     void copyAttributes(QelAttributeBased const & source);
 
   private:
-    // Breaks the collections on purpose.
+    // Corrupts the collections on purpose.
     friend class QelAttributeBasedBreaker;
 
     struct Held {

@@ -8,30 +8,30 @@
 class QelAttribute;
 class QelAttributeBased;
 
-// An observer of one attribute, told after each change of its value. The attribute owns it. See
-// QelAttributeChangedRegistration for the one that calls a member function.
+// An observer of one attribute, called after each change of its value. The attribute owns it.
+// QelAttributeChangedRegistration is one that calls a member function.
 //
 // The target is the object that is notified, by an uncounted pointer. It must outlive the callback,
-// or take it off the attribute, as QelAttributeBased does for the attributes that it holds. An
-// observer that is no QelAttributeBased has the target null and is taken off by its own address.
+// or remove it from the attribute, as QelAttributeBased does for its own attributes. An observer
+// that is not a QelAttributeBased has a null target and is removed by its address.
 class QEL_API QelAttributeChangedCallback {
   public:
     QelAttributeChangedCallback(QelAttributeChangedCallback const &) = delete;
     QelAttributeChangedCallback & operator=(QelAttributeChangedCallback const &) = delete;
 
-    // The same observer for another target: for a copy of the attribute in a copy of its owner. The
-    // new target may still be under construction, so that it may be kept but not asked anything.
-    // Not null; adds and removes no callbacks meanwhile.
+    // The same observer for another target, used when an attribute is copied with its owner. The
+    // new target may still be under construction: keep its address, but do not use it. Must not
+    // return null, nor add or remove callbacks.
     virtual std::unique_ptr<QelAttributeChangedCallback> clone(
         QelAttributeBased * newTarget) const = 0;
 
     virtual QelAttributeBased * getTarget() const;
 
     // Called by the thread that changes the value. The pointer keeps the attribute alive during the
-    // call. May set any attribute, also this one, which calls the callbacks anew from within (to a
-    // depth of QelAttribute::maxNesting); may add and remove callbacks, also itself; may drop the
-    // target. What it raises goes on to who changed the value, and the callbacks behind it are
-    // not called; the value stays changed.
+    // call. May set any attribute; setting this one calls the callbacks again, nested (to a depth
+    // of QelAttribute::maxNesting). May add and remove callbacks, including itself, and may drop
+    // the target. If it raises, the error reaches the code that changed the value, later callbacks
+    // are not called, and the value stays changed.
     virtual void attributeChanged(MoxSmartPtr<QelAttribute> const & attribute) = 0;
 
     virtual ~QelAttributeChangedCallback();

@@ -11,8 +11,8 @@
 //     attribute->addCallback(
 //         std::make_unique<QelAttributeChangedRegistration<Brush>>(this, &Brush::sizeChanged));
 //
-// While the target is no T, which is so until T's constructor begins and once its destructor has
-// ended, nothing is called.
+// Calls nothing while the target is not a T: before T's constructor begins and after its destructor
+// has ended.
 template <class T>
 class QEL_API QelAttributeChangedRegistration : public QelAttributeChangedCallback {
   public:
@@ -31,8 +31,8 @@ class QEL_API QelAttributeChangedRegistration : public QelAttributeChangedCallba
     }
 
     void attributeChanged(MoxSmartPtr<QelAttribute> const & attribute) override {
-        // Not before now: the target of a clone is no T yet when it is made, and a T that derives
-        // virtually from QelAttributeBased is reached in no other way.
+        // Only now: the target of a clone is not yet a T when the clone is made, and only a
+        // dynamic_cast reaches a T that derives virtually from QelAttributeBased.
         T * const target = dynamic_cast<T *>(getTarget());
         if (target != nullptr) (target->*action_)(attribute);
     }

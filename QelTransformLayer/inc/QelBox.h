@@ -9,7 +9,7 @@
 // A range for each axis of a space. Held by MoxSmartPtr where it is shared; one thread changes it.
 class QEL_API QelBox : public ZanRefCount {
   public:
-    // Every range is continuous, closed, from 0.0 of width 1.0 in arbitrary units. Raises
+    // Every range is continuous and closed, from 0.0, 1.0 wide, in arbitrary units. Raises
     // noDimensions (401) "Cannot define a box in zero dimensions".
     explicit QelBox(unsigned dimensions);
     QelBox(QelBox const & other);
@@ -23,7 +23,7 @@ class QEL_API QelBox : public ZanRefCount {
     // Raises outOfRange (7) "index value ", the index, " into box with ", the number and "
     // dimensions".
     QelValueRange const & range(unsigned index) const;
-    // Replaces the range wholly, its unit too. Raises as range() does.
+    // Replaces the whole range, including its unit. Raises as range() does.
     void setRange(unsigned index, QelValueRange const & range);
     // All of them. Raises countsDiffer (400) "cannot update ", the number, "-dimensional box with
     // range set containing ", the count and " entries".

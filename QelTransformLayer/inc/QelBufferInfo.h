@@ -6,7 +6,8 @@
 #include "QelExport.h"
 #include "ZanRefCount.h"
 
-// What the contents of a buffer mean, and how they lie in memory. Either may be unknown (null).
+// What the contents of a buffer mean, and how they are laid out in memory. Either may be unknown
+// (null).
 //
 // Held by MoxSmartPtr; used by one thread at a time.
 class QEL_API QelBufferInfo : public ZanRefCount {

@@ -8,17 +8,16 @@
 #include "ZanMutex.h"
 #include "ZanRefCount.h"
 
-// How to read the numbers of a pixel or a colour: how many bands there are, what each is called,
-// which code values are legal, and whether one of the bands is alpha. A tag with a range, not the
-// arithmetic of turning one space into another: two ends of a connection compare their spaces,
-// and image data carries one as a label.
+// How to read the numbers of a pixel or a colour: the number of bands, their names, the legal code
+// values, and whether one band is alpha. It is a tag with a range and does no conversion: the two
+// ends of a connection compare their spaces, and image data carries one as a label.
 //
 // Held by MoxSmartPtr. Everything but the flag is fixed once a space is made or read, so any thread
-// may ask.
+// may query it.
 //
-// lock() is that of a mutex, which callers may use that need one for each space: it waits while
-// another thread holds it, and keeps nobody from changing the space, which takes it nowhere itself.
-// lock() of a QelAttribute is something else: a mark that makes changes raise, and never waits.
+// lock() locks a mutex, for callers that need one for each space. It waits while another thread
+// holds it. The space itself never takes it, so it does not prevent changes. lock() of a
+// QelAttribute is different: a flag that makes changes raise, and never waits.
 class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
   public:
     virtual ~QelColorSpace();
@@ -26,9 +25,9 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
 
     virtual MoxSmartPtr<QelColorSpace> clone() const = 0;
 
-    // The same class, range and number of bands? The flag takes no part.
+    // Whether class, range and number of bands are the same. The flag is ignored.
     virtual bool isEqual(QelColorSpace const & other) const;
-    // The same class?
+    // Whether the class is the same.
     virtual bool isSameType(QelColorSpace const & other) const;
 
     virtual int numBands() const;
@@ -36,16 +35,16 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
     virtual char const * bandName(int index) const = 0;
     // The label of the space. Lives as long as the process.
     virtual char const * name() const = 0;
-    // The name of the class itself.
+    // The name of the class.
     virtual char const * className() const;
 
     // The text form: the class name, "[b=", the bands, ", min=", the minimum, ", max=", the maximum
-    // and "]"; numbers as short as they read back. write() raises invalidValue (13), and writes
-    // nothing, where that could not be read again: for a negative number of bands, a minimum or
-    // maximum that is infinite or no number, and a class name that has a "[" or starts with "NULL".
-    // read() takes everything up to "[" and what follows; it raises invalidValue (13) "Invalid
-    // QelColorSpace value" and changes nothing where that does not read, or the bands are negative.
-    // It is for a space that nobody else has yet.
+    // and "]"; numbers have the fewest digits that read back. write() raises invalidValue (13), and
+    // writes nothing, if the text could not be read again: for a negative number of bands, a
+    // minimum or maximum that is infinite or NaN, and a class name that contains "[" or starts with
+    // "NULL". read() takes everything up to "[" and what follows. It raises invalidValue (13)
+    // "Invalid QelColorSpace value" and changes nothing for malformed text or negative bands. Only
+    // for a space not yet shared.
     virtual void write(std::ostream & out) const;
     virtual void read(std::istream & in);
 
@@ -54,11 +53,11 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
     virtual bool isYCCLike() const;
     virtual bool hasAlpha() const;
 
-    // The label of the same space with the alpha band added or removed; null when there is none,
-    // as here.
+    // The label of the same space with the alpha band added or removed; null if there is none, the
+    // default.
     virtual char const * alphaPartnerName() const;
 
-    // A mark of the caller's own: false at first, copied with the space.
+    // A flag for the caller's use: false at first, copied with the space.
     virtual bool getFlag() const;
     virtual void setFlag(bool flag);
 
@@ -74,7 +73,7 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
     QelColorSpace(int bands, double min, double max);
     QelColorSpace(QelColorSpace const & other);
 
-    // For a copy that nobody has seen yet.
+    // For a copy that is not yet shared.
     void setFields(int bands, double min, double max);
 
   private:
@@ -88,7 +87,7 @@ class QEL_API QelColorSpace : public ZanRefCount, public ZanMutex {
 // space of any class, const or not.
 QEL_API std::ostream & operator<<(std::ostream & out, QelColorSpace const & space);
 QEL_API std::ostream & operator<<(std::ostream & out, QelColorSpace const * space);
-// Makes a space of the class that the text names, and lets it read. Raises invalidValue (13) for a
-// class that is not registered in this process, and what read() raises; the pointer then stays as
-// it is.
+// Makes a space of the class that the text names, and reads it. Raises invalidValue (13) for a
+// class that is not registered in this process, and what read() raises; the pointer is then
+// unchanged.
 QEL_API std::istream & operator>>(std::istream & in, MoxSmartPtr<QelColorSpace> & space);

@@ -7,7 +7,7 @@
 // No arithmetic turns one into another.
 //
 // Some classes share their label, the name(): the same encoding in another family of files (Fpx).
-// They are distinct types nevertheless.
+// They are still distinct types.
 
 // Spaces whose bands are red, green and blue, whatever they are called.
 class QEL_API QelRGBLikeColorSpace : public QelColorSpace {
@@ -31,7 +31,7 @@ class QEL_API QelYCCLikeColorSpace : public QelColorSpace {
     QelYCCLikeColorSpace(QelYCCLikeColorSpace const &) = default;
 };
 
-// The library's own list, in which each class of the family has a place. Not for clients.
+// The index of each class of the family in the library's own list. Not for clients.
 class QEL_API QelColorSpaceFamily {
     template <class Class, class Parent, int place>
     friend class QelFamilyColorSpace;
@@ -47,8 +47,8 @@ class QEL_API QelColorSpaceFamily {
     static double max(int place);
 };
 
-// What each class of the family has in common; not used by itself. `place` is that of the class in
-// the library's own list, from which everything else about it follows.
+// What the classes of the family have in common; not used by itself. `place` is the class's index
+// in the library's own list, from which everything else about it follows.
 // There are three constructors: default, (bands, minimum, maximum), and copy.
 template <class Class, class Parent, int place>
 class QelFamilyColorSpace : public Parent {
@@ -67,7 +67,7 @@ class QelFamilyColorSpace : public Parent {
     bool hasAlpha() const override { return Family::hasAlpha(place); }
     char const * alphaPartnerName() const override { return Family::partner(place); }
 
-    // A copy, whatever the class says about its bands.
+    // Copies, even with a number of bands that the class does not allow.
     MoxSmartPtr<QelColorSpace> newWithBands(int bands) const override {
         MoxSmartPtr<Class> const changed = copy();
         changed->setFields(bands, this->minValue(), this->maxValue());
@@ -93,7 +93,7 @@ class QEL_API QelGenericColorSpace
     using QelFamilyColorSpace::QelFamilyColorSpace;
     ~QelGenericColorSpace() override;
 
-    // This very object where nothing changes; a clone of one without owners, on a stack say.
+    // This object itself if nothing changes; a clone if it has no owners, as on a stack.
     MoxSmartPtr<QelColorSpace> newWithBands(int bands) const override;
     MoxSmartPtr<QelColorSpace> newWithRange(double min, double max) const override;
 

@@ -10,12 +10,11 @@
 #include "QelDimension.h"
 #include "ZanRefCount.h"
 
-// In what terms an image is addressed: a list of dimensions, which are the axes, each with an
-// extent in a unit of measure.
+// How an image is addressed: a list of dimensions, its axes, each with an extent in a unit.
 //
-// Copies share their dimensions until one of them is changed, so that a copy costs one count.
-// Held by MoxSmartPtr where it is shared. One thread changes a space, with nobody reading it;
-// copies are independent of each other in this, too.
+// Copies share their dimensions until one of them is changed, so a copy costs one reference count.
+// Held by MoxSmartPtr where it is shared. One thread changes a space, while no other reads it;
+// copies are independent in this, too.
 //
 // An operation that raises changes nothing, unless it says otherwise. A bad index of a dimension
 // raises outOfRange (7) "index value ", the index, " into coord space with ", the number and "
@@ -29,8 +28,8 @@ class QEL_API QelCoordSpace : public virtual ZanRefCount {
     QelCoordSpace(OwnedDimension first, OwnedDimension second);
     explicit QelCoordSpace(std::vector<OwnedDimension> dimensions);
     QelCoordSpace(QelCoordSpace const & other);
-    // Raises unsupported (9) for a space in which some dimensions are fixed; such a class has an
-    // assignment of its own.
+    // Raises unsupported (9) for a space with fixed dimensions; such a class has its own
+    // assignment.
     QelCoordSpace & operator=(QelCoordSpace const & other);
     virtual ~QelCoordSpace();
 
@@ -38,14 +37,14 @@ class QEL_API QelCoordSpace : public virtual ZanRefCount {
     // "QelCoordSpace[", the name and the range of each dimension, separated by ", ", and "]".
     virtual void print(std::ostream & out) const;
 
-    // As the operations of a dimension. setUnit() and scale() are for all of them.
+    // As the operations of a dimension. setUnit() and scale() apply to all dimensions.
     virtual void setDimensionUnit(unsigned index, int unit);
     virtual void setUnit(int unit);
     virtual void scaleDimension(unsigned index, double factor);
     virtual void scale(double factor);
     virtual void translateDimension(unsigned index, QelValue const & distance);
 
-    // Replaces a dimension by a copy of `dimension`; the second form the one of its name.
+    // Replaces a dimension by a copy of `dimension`; the second form finds it by name.
     virtual void setDimension(unsigned index, QelDimension const & dimension);
     virtual void setDimension(QelDimension const & dimension);
 
@@ -55,18 +54,18 @@ class QEL_API QelCoordSpace : public virtual ZanRefCount {
     virtual void setExtentsBox(QelBox const & box);
 
     unsigned numDimensions() const;
-    // Valid until the space is changed or goes.
+    // Valid until the space is changed or destroyed.
     QelDimension const & dimension(unsigned index) const;
     // Raises noSuchDimension (404) "Could not locate dimension named \"", the name and "\" in
     // coordinate space".
     unsigned indexOf(std::string const & name) const;
 
-    // At the end; ahead of the one at `index` or of that name, where `index` may be the number of
-    // dimensions. Raise nullPointer (4) for null.
+    // Adds at the end, or before the dimension at `index` or of that name; `index` may equal the
+    // number of dimensions. Raise nullPointer (4) for null.
     void addDimension(OwnedDimension dimension);
     void insertDimension(OwnedDimension dimension, unsigned index);
     void insertDimension(OwnedDimension dimension, std::string const & before);
-    // The last dimension that there is stays: raises unsupported (9) "Cannot remove the only
+    // Cannot remove the last remaining dimension: raises unsupported (9) "Cannot remove the only
     // dimension of a coord space".
     void removeDimension(unsigned index);
     void renameDimension(unsigned index, std::string const & name);
@@ -85,11 +84,11 @@ class QEL_API QelCoordSpace : public virtual ZanRefCount {
 
     DimensionSet const & body() const { return *body_; }
     void shareBody(QelCoordSpace const & other) { body_ = other.body_; }
-    // This space's own, made so first if it is shared.
+    // This space's own dimensions, copied first if they are shared.
     DimensionSet & uniqueBody();
     bool sharesBody(QelCoordSpace const & other) const { return body_ == other.body_; }
 
-    // Runs `change` on a copy of the dimensions, which becomes this space's if nothing is raised.
+    // Runs `change` on a copy of the dimensions, which this space takes over if nothing is raised.
     template <class Change>
     void edit(Change const & change) {
         MoxSmartPtr<DimensionSet> copy = new DimensionSet(*body_);
@@ -97,10 +96,10 @@ class QEL_API QelCoordSpace : public virtual ZanRefCount {
         body_ = copy;
     }
 
-    // For spaces in which some dimensions are fixed: raises if that is so for the one at `index`,
-    // and `operation` would move, replace or rename it.
+    // For spaces with fixed dimensions: raises if the one at `index` is fixed and `operation` would
+    // move, replace or rename it.
     virtual void checkFree(unsigned index, char const * operation) const;
-    // After an operation of this class changed extents.
+    // Called after an operation of this class changed extents.
     virtual void extentsChanged();
 
     void checkIndex(unsigned index) const;

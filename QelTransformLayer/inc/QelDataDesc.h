@@ -4,7 +4,7 @@
 #include "QelExport.h"
 #include "ZanRefCount.h"
 
-// Root of the descriptors: small objects in which a request travels through the graph.
+// Root of the descriptors: small objects that carry a request through the graph.
 class QEL_API QelDataDesc : public virtual ZanRefCount {
   public:
     QelDataDesc() = default;

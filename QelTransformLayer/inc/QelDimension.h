@@ -7,15 +7,15 @@
 #include "QelPixelCount.h"
 #include "QelValueRange.h"
 
-// A named axis of a coordinate space: an extent in a unit of measure. Three kinds, by the unit:
+// A named axis of a coordinate space: an extent in a unit of measure. The unit gives the kind:
 // - pixel based: discrete coordinates, from 0, a whole number of pixels wide;
 // - relative (width relative, height relative, normalized): continuous, from 0.0, 1.0 wide (or 0.0
 //   wide); cannot be moved or scaled;
-// - physical or arbitrary, all other units: from anywhere, wider than 0.0, continuous or discrete.
+// - physical or arbitrary (all other units): any origin, wider than 0.0, continuous or discrete.
 //
-// "Wider than 0.0" is said with the unit's tolerance: 1e-07 inches are not.
+// "Wider than 0.0" allows for the unit's tolerance: 1e-07 inches is not wider.
 //
-// Owned by one coordinate space, and changed by one thread. An operation that raises changes
+// Owned by one coordinate space and changed by one thread. An operation that raises changes
 // nothing.
 class QEL_API QelDimension {
   public:
@@ -45,8 +45,8 @@ class QEL_API QelDimension {
     // Converts the extent. Into pixels or a relative unit only from arbitrary units: raises
     // cannotConvertUnit (306) "Cannot convert dimension object from unit "...; the extent is then
     // the same number of pixels from 0, or 1.0 from 0.0. Raises cannotConvertUnit (306) for a unit
-    // that the present one does not convert to, and illegalWidth (309) when the width is not above
-    // 0.0 any more.
+    // that the current one does not convert to, and illegalWidth (309) if the width is then no
+    // longer above 0.0.
     virtual void setUnit(int unit);
     virtual void setName(std::string name);
     // Keeps the width. Raises unsuitableUnit (312) in pixels and relative units.
@@ -60,7 +60,7 @@ class QEL_API QelDimension {
     virtual void translate(QelValue const & distance);
     // Multiplies origin and width; a negative factor mirrors the extent. In pixels the width alone,
     // by the factor's magnitude. Raises unsuitableUnit (312) in relative units, illegalWidth (309)
-    // when the width is then not above 0.0.
+    // if the width is then not above 0.0.
     virtual void scale(double factor);
 
     std::string const & name() const { return name_; }
@@ -74,7 +74,7 @@ class QEL_API QelDimension {
   protected:
     // Raises unsuitableUnit (312) with `action`, the plural name of the unit and a quote.
     [[noreturn]] void refuse(char const * action) const;
-    // For operations that take back what they did.
+    // For operations that undo their changes.
     void restoreRange(QelValueRange const & range) { range_.replaceWith(range); }
 
   private:

@@ -7,10 +7,10 @@
 #include "QelExport.h"
 
 // Pixels are counted in 32 bits. Constructors that take a count take integers of any type, refuse
-// those that do not fit, and do not compile with a floating-point number, whose fraction C++ would
+// those that do not fit, and do not compile with a floating-point number, whose fraction would be
 // cut off.
 
-// Is there a floating-point type among these?
+// Whether any of these is a floating-point type.
 template <class Number, class... Others>
 concept QelFloatingAmong = (std::floating_point<Number> || ... || std::floating_point<Others>);
 

@@ -7,7 +7,7 @@
 #include "QelExport.h"
 #include "ZanRefCount.h"
 
-// A list of vertices in a plane, x to the right and y downwards: the form in which regions go
+// A list of vertices in a plane, x to the right and y downwards: the form in which regions pass
 // through geometric operations. Held by MoxSmartPtr.
 class QEL_API QelPolygon : public ZanRefCount {
   public:

@@ -12,7 +12,7 @@ class QEL_API QelRegion : public virtual ZanRefCount {
     virtual ~QelRegion();
 
     virtual MoxSmartPtr<QelRegion> clone() const = 0;
-    // Null for a region that has none yet.
+    // Null if the region has none yet.
     virtual MoxConstSmartPtr<QelCoordSpace> coordSpace() const = 0;
     // Maps the region into a copy of `space`.
     virtual void setCoordSpace(QelCoordSpace const * space) = 0;
