@@ -20,8 +20,8 @@
 // The value of an attribute that is a list of texts.
 using QelStringList = std::vector<ptstring<char>>;
 
-// While it lives, a stream writes and reads in the classic locale, in decimal, and without width,
-// fill and flags; it then has its own again. Its precision stays.
+// While it lives, a stream writes and reads in the classic locale, in decimal, without width, fill
+// and flags. Its own are then restored. Its precision stays.
 class QEL_API QelPlainFormat {
   public:
     explicit QelPlainFormat(std::ios & stream);
@@ -38,9 +38,9 @@ class QEL_API QelPlainFormat {
 };
 
 // The text form of values of type T: that of T's stream operators, except for the types below. A
-// client may specialise it for a type of its own. The stream is in QelPlainFormat. What does not
-// read leaves the stream failed and the value as it was, except for texts and lists; an error that
-// a stream operator raises goes on to the caller.
+// client may specialise it for its own types. The stream is in QelPlainFormat. Malformed text
+// leaves the stream failed and, except for texts and lists, the value unchanged. Errors that a
+// stream operator raises reach the caller.
 template <class T>
 struct QelAttributeText {
     static void write(std::ostream & out, T const & value) { out << value; }
@@ -56,10 +56,10 @@ concept QelAttributeNumber = std::same_as<T, char> || std::same_as<T, unsigned c
     std::same_as<T, unsigned int> || std::same_as<T, long> || std::same_as<T, unsigned long> ||
     std::same_as<T, float> || std::same_as<T, double> || std::same_as<T, bool>;
 
-// Integers in decimal; an unsigned char is cut from what an int holds, and other unsigned numbers
-// have no sign. Floating point at the stream's precision: 9 digits bring every float back, 17 every
-// double; infinity and NaN do not read. bool is 1 or 0; char is the character itself, of which
-// white space does not read.
+// Integers in decimal; an unsigned char is truncated from an int, and other unsigned numbers have
+// no sign. Floating point at the stream's precision: 9 digits restore every float, 17 every double;
+// infinity and NaN cannot be read. bool is 1 or 0. char is the character itself; white space cannot
+// be read.
 template <QelAttributeNumber T>
 struct QEL_API QelNumberText {
     static void write(std::ostream & out, T const & value);
@@ -69,10 +69,9 @@ struct QEL_API QelNumberText {
 template <QelAttributeNumber T>
 struct QelAttributeText<T> : QelNumberText<T> {};
 
-// A text between double quotes, as it is: one that has a double quote does not come back whole.
-// Reading takes any one character for the first quote, and at most 255 more up to the next double
-// quote; the value is then what there is, and the stream failed if there was more, or no such
-// quote.
+// A text between double quotes, without escapes: one that contains a double quote is not restored
+// whole. Reading takes any character as the first quote, then at most 255 up to the next double
+// quote. If there are more, or no such quote, the value is what was read and the stream fails.
 template <>
 struct QEL_API QelAttributeText<std::string> {
     static constexpr int longest = 255;
@@ -80,9 +79,9 @@ struct QEL_API QelAttributeText<std::string> {
     static void read(std::istream & in, std::string & value);
 };
 
-// L" and the units of UTF-16 as 0x and four hexadecimal digits, with commas between them, and ".
-// What is no code point is written as U+FFFD, except a lone surrogate, which comes back. A narrow
-// text between double quotes reads too, as above, and is converted by ZanATOW.
+// L" and the units of UTF-16 as 0x and four hexadecimal digits, with commas between them, and ". An
+// invalid code point is written as U+FFFD, except a lone surrogate, which is kept. A narrow text
+// between double quotes is read too, as above, and converted by ZanATOW.
 template <>
 struct QEL_API QelAttributeText<std::wstring> {
     static void write(std::ostream & out, std::wstring const & value);
@@ -90,8 +89,8 @@ struct QEL_API QelAttributeText<std::wstring> {
 };
 
 // "[", texts between double quotes, with commas between them, and "]". Reading takes texts of at
-// most 1023 characters each; where it fails, the value is the list of those before, and the
-// part of one that was cut off.
+// most 1023 characters each; if it fails, the value is the list so far, with any text that was cut
+// off.
 template <>
 struct QEL_API QelAttributeText<QelStringList> {
     static constexpr int longest = 1023;
@@ -104,7 +103,7 @@ struct QEL_API QelAttributeText<QelStringList> {
 // be copied and has stream operators or a QelAttributeText.
 //
 // Operations that change the value raise attributeLocked (21) with the name as the whole text while
-// the attribute is locked, ahead of everything, and what QelAttribute::changed() raises.
+// the attribute is locked, before anything else, and what QelAttribute::changed() raises.
 template <class T>
 class QEL_API QelSimpleAttribute : public QelAttribute {
   public:
@@ -130,8 +129,8 @@ class QEL_API QelSimpleAttribute : public QelAttribute {
         QelAttributeText<T>::write(out, value_);
     }
 
-    // Where the text does not read the stream is failed, and changed() called all the same. An
-    // error that the value's own reader raises leaves the value as it was.
+    // If the text cannot be read, the stream fails, and changed() is still called. An error that
+    // the value's own reader raises leaves the value unchanged.
     void readValue(std::istream & in) override {
         checkChange(ZanSourceLocation::current());
         T read = value_;
@@ -158,7 +157,7 @@ class QEL_API QelSimpleAttribute : public QelAttribute {
         return value_;
     }
 
-    // A new stamp, and the callbacks, also for the value that is there already.
+    // Takes a new stamp and calls the callbacks, even if the value is the same.
     virtual void setValue(T value) {
         checkChange(ZanSourceLocation::current());
         value_ = std::move(value);

@@ -4,7 +4,7 @@
 
 #include "QelDataDesc.h"
 
-// A resolution as it travels through the graph: two counts, passed on as they are.
+// A resolution passed through the graph: two counts, passed on unchanged.
 class QEL_API QelSimpleResolutionDesc : public QelDataDesc {
   public:
     explicit QelSimpleResolutionDesc(std::uint32_t horizontal = 0, std::uint32_t vertical = 0)

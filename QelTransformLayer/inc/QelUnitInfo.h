@@ -39,15 +39,15 @@ struct QelUnitInfo {
     std::string singularName;  // for a value of 1, and in messages about one unit
     std::string pluralName;
     int id = 0;
-    int standardId = 0;       // the unit that this one converts through
+    int standardId = 0;       // the unit that conversions go through
     double multiplier = 0.0;  // how many standard units one of this unit is; 0.0 for the units that
                               // convert to no other: arbitrary, pixel and the relative ones
-    double tolerance = 0.0;   // up to which two values count as equal, in this unit
+    double tolerance = 0.0;   // the largest difference of equal values, in this unit
     bool isRegistered = false;
     bool isStandard = false;  // id == standardId
 };
 
-// Is it one of the units whose size is that of an image: width relative, height relative,
-// normalized?
+// Whether the unit is relative to the size of an image: width relative, height relative,
+// normalized.
 QEL_API bool isRelativeUnit(int id);
 QEL_API bool isPixelUnit(int id);

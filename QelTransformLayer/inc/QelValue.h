@@ -8,21 +8,21 @@
 // A number with a unit of measure: a length, a time, an angle. A plain value.
 //
 // Values convert between units that have the same standard unit (inches and centimeters through
-// meters). A value in arbitrary units passes into any unit, and any value into arbitrary units,
-// without scaling. Pixels and relative units convert to nothing else here; a coordinate space
-// knows their size.
+// meters). A value in arbitrary units converts to any unit, and any value to arbitrary units,
+// without scaling. Pixels and relative units convert to nothing else here; a coordinate space knows
+// their size.
 //
 // Comparison is tolerant: the right operand is converted to the left one's unit and compared with
-// the left unit's tolerance, so that exactly one of a < b, a == b and a > b holds. It is not
-// symmetric across units, and not transitive.
+// the left unit's tolerance, so exactly one of a < b, a == b and a > b holds. It is not symmetric
+// across units, and not transitive.
 //
-// Operations on two values raise cannotConvertUnit (306) when these do not convert: "Cannot convert
+// Operations on two values raise cannotConvertUnit (306) if these do not convert: "Cannot convert
 // from unit ", plural name, " (id = ", id, ") to unit ", plural name, " (id = ", id and ")". All
 // operations that take a unit raise noSuchUnit (300) for an identifier outside 0 to 255 and
 // unitNotRegistered (301) for one that is not registered.
 //
 // The registry of units is process-wide and filled on first use. Any number of threads may read
-// it; registering a unit or setting a tolerance belongs to one thread, with nobody reading.
+// it; one thread may register a unit or set a tolerance, while no other reads.
 class QEL_API QelValue {
   public:
     // 0.0 in arbitrary units.
@@ -70,12 +70,12 @@ class QEL_API QelValue {
     void floor();
     void scale(double factor) { value_ *= factor; }
 
-    // Equal, or no further apart than the unit's tolerance.
+    // Equal, or at most the unit's tolerance apart.
     bool operator==(QelValue const & other) const { return equals(other.numberIn(unit_)); }
     bool operator==(double number) const { return equals(number); }
     bool operator!=(QelValue const & other) const { return !(*this == other); }
     bool operator!=(double number) const { return !equals(number); }
-    // Further apart than the tolerance, in that direction.
+    // More than the tolerance apart, in that direction.
     bool operator<(QelValue const & other) const { return isBelow(other.numberIn(unit_)); }
     bool operator<(double number) const { return isBelow(number); }
     bool operator>(QelValue const & other) const { return !(*this <= other); }
@@ -87,20 +87,20 @@ class QEL_API QelValue {
 
     // ---- The registry of units
 
-    // Rows stay where they are for the life of the process.
+    // Rows keep their addresses for the life of the process.
     static QelUnitInfo const & getUnitInfo(int id);
-    // Singular names first, then plural ones, each by ascending identifier, whatever their case.
-    // Raises noSuchUnit (300) for a name that no unit has.
+    // Searches singular names, then plural ones, by ascending identifier, ignoring case. Raises
+    // noSuchUnit (300) for an unknown name.
     static QelUnitInfo const & getUnitInfo(std::string const & name);
 
-    // Adds a unit of the client's, with an identifier from 128 to 255. Checked in this order, each
-    // of them ahead of any change:
+    // Adds a client's unit, with an identifier from 128 to 255. Checked in this order, before any
+    // change:
     // - unitReserved (302) for an identifier below 128, noSuchUnit (300) above 255 or negative,
     //   unitTaken (303) for one that is taken;
     // - illegalUnitMultiplier (304) for a standard unit (id == standardId) with a multiplier other
     //   than 1.0;
     // - unitNotRegistered (301) for another unit whose standard unit is not registered,
-    //   notAStandardUnit (305) when that has a multiplier other than 1.0,
+    //   notAStandardUnit (305) if that has a multiplier other than 1.0,
     //   illegalUnitMultiplier (304) for a multiplier that is not above 0.0;
     // - invalidValue (13) for a negative tolerance.
     static void registerUnit(std::string const & singular, std::string const & plural, int id,
@@ -109,14 +109,14 @@ class QEL_API QelValue {
     static void registerUnit(std::string const & singular, std::string const & plural, int id,
                              double tolerance);
 
-    // Are they equal, or one of them arbitrary, or have they the same standard unit?
+    // Whether they are equal, either is arbitrary, or both have the same standard unit.
     static bool isCompatible(int idA, int idB);
 
     // Raises invalidValue (13) for a negative tolerance.
     static void setTolerance(int id, double tolerance);
     // The tolerance of all units that have the standard unit `id`, as one physical distance, given
-    // in that unit; of a unit that converts to no other, that one's own. Raises
-    // notAStandardUnit (305) for a unit that is no standard unit, and invalidValue (13) for a
+    // in that unit; for a unit that converts to no other, its own tolerance. Raises
+    // notAStandardUnit (305) for a unit that is not a standard unit, and invalidValue (13) for a
     // negative tolerance.
     static void setStandardTolerance(int id, double tolerance);
 
@@ -131,7 +131,7 @@ class QEL_API QelValue {
     int unit_ = QEL_UNIT_ARBITRARY;
 };
 
-// In a unit: of a number, or of a value that is converted.
+// In a unit: from a number, or from a value, converted.
 QEL_API QelValue inches(double number);
 QEL_API QelValue inches(QelValue const & value);
 QEL_API QelValue centimeters(double number);
@@ -147,8 +147,8 @@ QEL_API QelValue pixels(QelValue const & value);
 // 1.0, else its plural name.
 QEL_API std::ostream & operator<<(std::ostream & out, QelValue const & value);
 
-// A number, blanks, and a unit's name, singular or plural, as it is spelled. Raises
+// A number, blanks, and a unit's name, singular or plural, with exact case. Raises
 // invalidValue (13) "Bad unit for QelValue", with the stream's bad bit set, for anything else. A
-// name that is the beginning of one that stands before it in the registry is not found: "1 mil"
-// fails because of "millimeter", "2 mils" does not.
+// name that is a prefix of an earlier one in the registry is not found: "1 mil" fails because of
+// "millimeter", "2 mils" does not.
 QEL_API std::istream & operator>>(std::istream & in, QelValue & value);

@@ -5,7 +5,7 @@
 
 #include "QelValue.h"
 
-// A fixed number of values, each with a unit of its own.
+// A fixed number of values, each with its own unit.
 //
 // Indices count from 0; a bad one raises outOfRange (7) "index value ", the index, " into vector
 // containing ", the size and " elements". Operations between vectors of different sizes raise
@@ -22,7 +22,7 @@ class QEL_API QelValueVector {
 
     // Each element takes the other's number, converted to its own unit.
     QelValueVector & operator=(QelValueVector const & other);
-    // Takes the other's elements as they are, with their units.
+    // Takes the other's elements, with their units.
     void replaceWith(QelValueVector const & other);
 
     unsigned size() const { return static_cast<unsigned>(elements_.size()); }
@@ -45,6 +45,6 @@ class QEL_API QelValueVector {
     std::vector<QelValue> elements_;
 };
 
-// Two vectors are equal when they have as many elements, and each equals the other's by QelValue's
-// ==. Raises cannotConvertUnit (306) as that does.
+// Two vectors are equal if their sizes are and each element equals the other's by QelValue's ==.
+// Raises cannotConvertUnit (306) as that does.
 QEL_API bool operator==(QelValueVector const & a, QelValueVector const & b);

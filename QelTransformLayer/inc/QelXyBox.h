@@ -25,5 +25,5 @@ class QEL_API QelXyBox : public QelBox {
 
 // Reads that form; the ranges become continuous, with both ends closed. Raises invalidValue (13)
 // "Invalid QelXyBox value" for any other text, "Bad unit for QelValue" for a bad value in it, and
-// what a range of such values raises; the box stays as it is.
+// what a range of such values raises; the box is then unchanged.
 QEL_API std::istream & operator>>(std::istream & in, QelXyBox & box);

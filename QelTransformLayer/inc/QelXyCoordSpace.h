@@ -8,10 +8,10 @@
 #include "QelTileId.h"
 #include "QelXyDimension.h"
 
-// The coordinate space of an image: dimension 0 is "x", dimension 1 is "y"; there may be more,
-// which are passed on as they are. The two have one unit, and a list of resolutions: the sampling
-// grids at which the image exists or can be computed. One of them may be selected; positions in
-// pixels are then positions in that grid.
+// The coordinate space of an image: dimension 0 is "x", dimension 1 is "y"; any others are passed
+// on unchanged. The two share one unit and a list of resolutions: the sampling grids at which the
+// image exists or can be computed. One of them may be selected; positions in pixels are then
+// positions in that grid.
 //
 // Kinds of spaces:
 // - pixel based: in pixels; exactly one resolution of 1.0 dot per pixel, always selected;
@@ -39,8 +39,8 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     explicit QelXyCoordSpace(Number unit) = delete;
     // Pixel based. Raises zeroPixelsWide (407) "Cannot construct zero pixel-wide coordinate space",
     // zeroPixelsHigh (408) "Cannot construct zero pixel-high coordinate space", and what
-    // qelPixelCount() raises. Numbers with a fraction do not compile: a size that is not in pixels
-    // is given as QelValues.
+    // qelPixelCount() raises. Numbers with a fraction do not compile: give a size that is not in
+    // pixels as QelValues.
     QelXyCoordSpace(unsigned width, unsigned height);
     template <std::integral Width, std::integral Height>
     QelXyCoordSpace(Width width, Height height)
@@ -49,13 +49,13 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     QelXyCoordSpace(Width width, Height height) = delete;
     // Continuous from 0.0, without resolutions; pixel based, rounded, if the width is in pixels.
     // The height is converted to the width's unit. Raises illegalWorldWidth (412) or
-    // illegalWorldHeight (413) for what is not above 0.0, unsuitableUnit (312) for a relative unit,
-    // invalidValue (13) for more than 4294967295 pixels.
+    // illegalWorldHeight (413) for a size that is not above 0.0, unsuitableUnit (312) for a
+    // relative unit, invalidValue (13) for more than 4294967295 pixels.
     QelXyCoordSpace(QelValue const & width, QelValue const & height);
-    // As large as the pixels of `resolution` are at its dots per unit, in the unit of its
-    // horizontal half, with this one row. Raises unsuitableResolution (402) for a relative unit,
-    // and for pixels with dots per unit other than 1.0; illegalDotsPerUnit (303) for dots per unit
-    // that are not above 0.0; zeroPixelsWide (407) and zeroPixelsHigh (408) for 0 pixels.
+    // The size of `resolution`'s pixels at its dots per unit, in the unit of its horizontal half,
+    // with this single row. Raises unsuitableResolution (402) for a relative unit, and for pixels
+    // with dots per unit other than 1.0; illegalDotsPerUnit (303) for dots per unit that are not
+    // above 0.0; zeroPixelsWide (407) and zeroPixelsHigh (408) for 0 pixels.
     explicit QelXyCoordSpace(Resolution const & resolution);
     QelXyCoordSpace(QelXyCoordSpace const & other);
     QelXyCoordSpace & operator=(QelXyCoordSpace const & other);
@@ -79,11 +79,11 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
 
     virtual MoxSmartPtr<QelXyCoordSpace> cloneXy() const;
     // Converts both axes. Into pixels the space must have a selection (410); its samples become the
-    // extent. Into a relative unit the resolutions go. Otherwise the samples are kept.
+    // extent. Into a relative unit the resolutions are dropped. Otherwise the samples are kept.
     virtual void setXyUnit(int unit);
 
     // With `keepDpu` the dots per unit stay, otherwise the samples. A negative factor mirrors the
-    // axis. Raise illegalFactor (310) for a factor of 0.0. The first two are for all dimensions, or
+    // axis. Raise illegalFactor (310) for a factor of 0.0. The first two scale all dimensions, or
     // one.
     virtual void scaleDimension(unsigned index, double factor, bool keepDpu);
     virtual void scale(double factor, bool keepDpu);
@@ -95,14 +95,14 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     virtual void scaleWidth(double factor, bool keepDpu);
     virtual void scaleHeight(double factor, bool keepDpu);
     virtual void scaleWidthHeight(double factor, bool keepDpu);
-    // Transposes the space: x becomes y, with everything that belongs to it.
+    // Transposes the space: swaps x and y, with everything that belongs to them.
     virtual void swapXY();
 
     // Extent and origin of axis 0 or 1; another one raises outOfRange (7). A value in pixels refers
-    // to the selected resolution (unsuitableUnit (312) without one), for an origin to a pixel's
-    // centre; one in a relative unit to the present extents. setOrigin() does nothing in pixels and
-    // raises unsuitableUnit (312) in a relative unit; setWidth() raises unsuitableUnit (312) in a
-    // relative unit and illegalExtent (411) for less than a pixel.
+    // to the selected resolution (unsuitableUnit (312) without one), an origin in pixels to a
+    // pixel's centre; a value in a relative unit refers to the current extents. setOrigin() does
+    // nothing in pixels and raises unsuitableUnit (312) in a relative unit; setWidth() raises
+    // unsuitableUnit (312) in a relative unit and illegalExtent (411) for less than a pixel.
     void setOrigin(unsigned axis, QelValue const & origin);
     void setWidth(unsigned axis, QelValue const & width, bool keepDpu);
 
@@ -121,7 +121,7 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     Resolution getResolution(unsigned index) const;
     bool isArbitraryRes() const;
     bool hasPixelResolution(std::uint32_t widthPixels, std::uint32_t heightPixels) const;
-    // This, and what else takes a resolution in dots per unit, raises cannotConvertUnit (306) for a
+    // This, like all that take a resolution in dots per unit, raises cannotConvertUnit (306) for a
     // unit that does not convert, noSamples (405) for less than half a sample, and invalidValue
     // (13) "pixel count ", the number and " is not from 0 to 4294967295" for more samples than
     // that.
@@ -130,16 +130,16 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     // All raise unsuitableUnit (312) in a relative unit. In pixels, adding a row changes the size
     // (unsuitableUnit (312) for an arbitrary half), and removing one does nothing. addResolution()
     // raises zeroPixelsWide (407) and zeroPixelsHigh (408) for 0 pixels, removeResolution()
-    // outOfRange (7). A selection stays, even when its row goes.
+    // outOfRange (7). A selection stays, even when its row is removed.
     void addResolution(Resolution const & resolution);
     void addResolution(std::uint32_t widthPixels, std::uint32_t heightPixels);
     void removeResolution(unsigned index);
 
-    // The first row that has these counts; what is arbitrary takes them. Raise zeroPixelsWide (407)
-    // for 0, noSuchResolution (409) for counts that no row has.
+    // Selects the first row with these counts; arbitrary halves match any. Raise zeroPixelsWide
+    // (407) for 0, noSuchResolution (409) for counts that no row has.
     void selectResolution(std::uint32_t widthPixels, std::uint32_t heightPixels);
     void selectResolution(Resolution const & resolution);
-    // Nothing in pixels.
+    // Does nothing in pixels.
     void clearSelection();
     bool hasSelectedResolution() const;
     Resolution const & selectedResolution() const { return selected_; }
@@ -150,47 +150,45 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     std::int32_t selectedPixelWidth() const override;
     std::int32_t selectedPixelHeight() const override;
 
-    // The horizontal resolution that belongs to the vertical one `y`, and the other way round.
-    // Raise arbitraryResolution (403) for an arbitrary one, noSuchResolution (409) for one that no
-    // row has.
+    // The horizontal resolution that belongs to the vertical one `y`, and vice versa. Raise
+    // arbitraryResolution (403) for an arbitrary one, noSuchResolution (409) for one in no row.
     QelResolution findHorzResolution(QelResolution const & y) const;
     QelResolution findVertResolution(QelResolution const & x) const;
 
-    // The row that is closest to these counts, of those that `mode` allows: bits allowSmaller,
-    // allowLarger, excludeArbitrary. A count of 0 asks for nothing on its axis. False when there is
-    // none, or both are 0; `found` then stays.
+    // The row closest to these counts among those that `mode` allows: bits allowSmaller,
+    // allowLarger, excludeArbitrary. A count of 0 ignores its axis. False if there is none or both
+    // are 0; `found` is then unchanged.
     bool findClosestResolution(Resolution & found, std::uint32_t widthPixels,
                                std::uint32_t heightPixels, unsigned mode) const;
-    // The same by dots per unit; an arbitrary half asks for nothing.
+    // The same by dots per unit; an arbitrary half ignores its axis.
     bool findClosestResolution(Resolution & found, Resolution const & wanted, unsigned mode) const;
 
-    // The row of most pixels; 0 and 0 for an arbitrary-res space, 0 for the axis that is arbitrary
-    // in the rows that are so on one axis, which win. Raises noSelectedResolution (410) without
-    // resolutions.
+    // The row with the most pixels; 0 and 0 for an arbitrary-res space. Rows that are arbitrary on
+    // one axis win, with 0 for that axis. Raises noSelectedResolution (410) without resolutions.
     void getMaxResolution(std::uint32_t & width, std::uint32_t & height) const;
 
-    // Leaves the rows that `other` has too, by pixels, or by dots per unit (see
+    // Keeps the rows that `other` has too, by pixels, or by dots per unit (see
     // QelResolution::isEquivalent()). A null `other` has none. Raise noCommonResolution (600) "No
-    // remaining resolutions" where a pixel based space would lose its own.
+    // remaining resolutions" if a pixel based space would lose its resolution.
     void intersectResolutions(QelXyCoordSpace const * other);
     void intersectDpuResolutions(QelXyCoordSpace const * other, double tolerance, bool relative);
 
     // Multiplies the samples of every row, rounded down, by factors or by a ratio, and with
-    // `keepSelection` those of the selection, which is otherwise cleared; a ratio of 1 leaves it
-    // alone. Raise what QelXyDimension::scalePixels() raises, and unsuitableResolution (402) when
-    // no row is left for the selection.
+    // `keepSelection` those of the selection, which is otherwise cleared; a ratio of 1 keeps it.
+    // Raise what QelXyDimension::scalePixels() raises, and unsuitableResolution (402) if no row is
+    // left for the selection.
     //
-    // The types of the numbers decide which form is called: scalePixels(2, 2, true) is the ratio
-    // 2/2, which changes nothing, scalePixels(2.0, 2.0, true) doubles the samples on both axes.
+    // The argument types decide which form is called: scalePixels(2, 2, true) is the ratio 2/2,
+    // which changes nothing, scalePixels(2.0, 2.0, true) doubles the samples on both axes.
     void scalePixels(double x, double y, bool keepSelection);
     void scalePixels(int denominator, int numerator, bool keepSelection);
 
-    // Has this space the unit and, to a dot of `other`, the size of it, and its selected
-    // resolution? Raises nothing.
+    // Whether this space has the unit of `other`, its size, to within a dot of `other`, and its
+    // selected resolution. Raises nothing.
     bool isCompatible(QelXyCoordSpace const & other) const;
 
-    // A space of other extents with the same dots per unit in each row. Raises
-    // pixelCountsDiffer (128) where a pixel based space would change its size.
+    // A space with other extents and the same dots per unit in each row. Raises pixelCountsDiffer
+    // (128) if a pixel based space would change size.
     MoxSmartPtr<QelXyCoordSpace> newSpace(QelValue const & width, QelValue const & height) const;
 
     // ---- Conversions
@@ -200,11 +198,11 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
     //
     // `discrete`, toward pixels: whole pixels; the last pixel whose centre is at or before the
     // position, or the pixels whose centres lie in the closed range. From pixels: a position or the
-    // start of a range is that of a pixel's centre, not of its near edge.
+    // start of a range is a pixel's centre, not its near edge.
     //
-    // Raise noSelectedResolution (410) when pixels are asked for without a selection and there is
-    // not exactly one resolution, arbitraryResolution (403) when that is arbitrary, and
-    // cannotConvertUnit (306) between what does not convert.
+    // Raise noSelectedResolution (410) for pixels without a selection unless there is exactly one
+    // resolution, arbitraryResolution (403) if that is arbitrary, and cannotConvertUnit (306) for
+    // units that do not convert.
     QelValue convertHorzPosition(QelValue const & position, int unit, bool discrete = false) const;
     QelValue convertVertPosition(QelValue const & position, int unit, bool discrete = false) const;
     QelValue convertHorzSpan(QelValue const & span, int unit, bool discrete = false) const;
@@ -236,7 +234,7 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
         return index == 0 ? selected_.horz : selected_.vert;
     }
 
-    // Runs `change` on a copy of the space, and keeps that if nothing is raised.
+    // Runs `change` on a copy of the space, and keeps the copy if nothing is raised.
     template <class Change>
     void edit(Change const & change) {
         QelXyCoordSpace copy(*this);
@@ -271,12 +269,12 @@ class QEL_API QelXyCoordSpace : public QelCoordSpace, public QelPixelExtent {
 // "QelXyCoordSpace::Resolution[", its pixels "WIDTH,HEIGHT:", its dots per unit "X,Y/", the
 // singular name of the unit, and "]".
 //
-// The reader wants no blank ahead of "h=", so that the writer's own text raises invalidValue (13)
-// "Bad unit for QelValue". It takes "]" right after the height as an empty list. Raises
-// invalidValue (13) too for a width or height that is not above 0.0 ("Width must be greater than
-// 0.0", "Height must be greater than 0.0"), for a bad row ("Invalid QelXyCoordSpace::Resolution"),
-// for what comes to an end ("Invalid QelXyCoordSpace value"); and what the constructors and
-// addResolution() raise. The space then stays as it is.
+// The reader accepts no blank before "h=", so the writer's own text raises invalidValue (13) "Bad
+// unit for QelValue". It takes "]" right after the height as an empty list. Raises invalidValue
+// (13) too for a width or height that is not above 0.0 ("Width must be greater than 0.0", "Height
+// must be greater than 0.0"), for a bad row ("Invalid QelXyCoordSpace::Resolution"), for text that
+// ends early ("Invalid QelXyCoordSpace value"); and what the constructors and addResolution()
+// raise. The space is then unchanged.
 QEL_API std::istream & operator>>(std::istream & in, QelXyCoordSpace & space);
 
 // The same for a pointer: null is "NULL".

@@ -5,15 +5,15 @@
 #include "QelDimension.h"
 #include "QelResolution.h"
 
-// One of the two axes of an image: an extent, and the resolutions at which it exists, each saying
-// how many samples the extent holds. Their order counts: entry i of the x dimension of a coordinate
-// space and entry i of its y dimension belong together.
+// One of the two axes of an image: an extent and the resolutions at which it exists, each with the
+// number of samples across the extent. Their order matters: entry i of the x dimension of a
+// coordinate space and entry i of its y dimension belong together.
 //
 // A pixel based dimension has exactly one resolution, of 1.0 dot per pixel, a relative one none,
-// others any number. Entries are arbitrary or full; whatever changes the extent keeps the dots per
-// unit and counts the samples anew ("keep dpu"), or the other way round.
+// others any number. Entries are arbitrary or full; a change of the extent keeps the dots per unit
+// and recounts the samples ("keep dpu"), or vice versa.
 //
-// An operation that raises changes nothing, but for scalePixels(), see there.
+// An operation that raises changes nothing, except scalePixels(), see there.
 class QEL_API QelXyDimension : public QelDimension {
   public:
     // As QelDimension.
@@ -25,8 +25,8 @@ class QEL_API QelXyDimension : public QelDimension {
     QelXyDimension(std::string name, Number pixels) = delete;
     QelXyDimension(std::string name, QelValue const & width);
     QelXyDimension(std::string name, QelValue const & origin, QelValue const & width, int discrete);
-    // With one resolution, or a list. Raise unsuitableUnit (312) when the kind of dimension does
-    // not allow it.
+    // With one resolution, or a list. Raise unsuitableUnit (312) if the kind of dimension does not
+    // allow it.
     QelXyDimension(std::string name, QelValue const & origin, QelValue const & width,
                    QelResolution const & resolution, int discrete);
     QelXyDimension(std::string name, QelValue const & origin, QelValue const & width,
@@ -36,8 +36,8 @@ class QEL_API QelXyDimension : public QelDimension {
 
     std::unique_ptr<QelDimension> clone() const override;
 
-    // In pixels there is then the one resolution, in a relative unit none; in another one the
-    // samples are kept.
+    // Leaves the one resolution in pixels and none in a relative unit; in other units the samples
+    // are kept.
     void setUnit(int unit) override;
 
     // The samples are kept; in pixels, the dots per unit.
@@ -53,10 +53,10 @@ class QEL_API QelXyDimension : public QelDimension {
     // rounded to the nearest. An arbitrary one stays so. Raises unsuitableUnit (312) for a width of
     // 0.0, cannotConvertUnit (306) for units that do not convert, noSamples (405) for less than
     // half a sample, and invalidValue (13) "pixel count ", the number and " is not from 0 to
-    // 4294967295" for more than that. So does everything that counts samples anew.
+    // 4294967295" for more than that. So does every operation that recounts samples.
     QelResolution specify(QelResolution const & resolution) const;
 
-    // Raises unsuitableUnit (312) in relative units, in pixels too.
+    // Raises unsuitableUnit (312) in relative units and in pixels.
     void addResolution(QelResolution const & resolution);
     void clearResolutions();
     void removeResolution(unsigned index);
@@ -68,11 +68,11 @@ class QEL_API QelXyDimension : public QelDimension {
     // Multiply the samples of every entry, or of one, rounded down, and leave the extent alone;
     // arbitrary entries stay. In pixels it is the extent that changes. Raise illegalFactor (310)
     // for a factor that is not above 0.0, and for a numerator or denominator of 0; outOfRange (7)
-    // for a bad index; noSamples (405) when no sample is left, and invalidValue (13) for more than
-    // 4294967295, with the entries before that one changed already.
+    // for a bad index; noSamples (405) if no sample is left, and invalidValue (13) for more than
+    // 4294967295, with the entries before that one already changed.
     //
-    // The types of the numbers decide which form is called: scalePixels(2, 2) is the ratio 2/2,
-    // which changes nothing, scalePixels(2U, 2.0) doubles the samples of entry 2.
+    // The argument types decide which form is called: scalePixels(2, 2) is the ratio 2/2, which
+    // changes nothing, scalePixels(2U, 2.0) doubles the samples of entry 2.
     void scalePixels(double factor);
     void scalePixels(unsigned index, double factor);
     void scalePixels(int denominator, int numerator);

@@ -20,7 +20,7 @@ class QEL_API QelXyPoint : public QelXyVector, public QelPoint {
 
 // "QelXyPoint[x=", x, ", y=", y and "]".
 QEL_API std::ostream & operator<<(std::ostream & out, QelXyPoint const & point);
-// Reads that form; the point takes the units that are read. Raises invalidValue (13) "Invalid
-// QelXyPoint value" for any other text, "Bad unit for QelValue" for a bad value in it; the point
-// stays as it is.
+// Reads that form; the point takes the units read. Raises invalidValue (13) "Invalid QelXyPoint
+// value" for any other text, "Bad unit for QelValue" for a bad value in it; the point is then
+// unchanged.
 QEL_API std::istream & operator>>(std::istream & in, QelXyPoint & point);

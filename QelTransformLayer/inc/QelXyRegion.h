@@ -17,20 +17,19 @@
 // A region with a rectangular bounding box in a QelXyCoordSpace. The box may be in any unit that
 // the space can convert, and is always clipped to the space's extents: pixels to 0 and the last
 // pixel of the selected resolution, parts of the image to 0.0 and 1.0, others to the extents in
-// that unit. A box that lies wholly outside becomes a range of width 0.0 at the nearer edge. A
-// range that is cut has both ends closed after that, and is discrete in pixels, continuous
-// otherwise.
+// that unit. A box wholly outside becomes a range of width 0.0 at the nearer edge. A range that is
+// cut then has both ends closed, and is discrete in pixels, continuous otherwise.
 //
 // Copies share box and space until one of them is changed. Ranges in other units are converted once
-// and kept until the region changes. Several threads may read one region; copies are independent.
+// and cached until the region changes. Several threads may read one region; copies are independent.
 //
 // All operations that set the box raise noSelectedResolution (410) for one in pixels without a
 // selected resolution, and cannotConvertUnit (306) for a relative unit that the space does not have
 // or a unit that does not convert. An operation that raises changes nothing.
 class QEL_API QelXyRegion : public QelRegion {
   public:
-    // Walks the tiles that a region touches, row by row from the left. This base forwards to one
-    // that knows the class of the region.
+    // Walks the tiles that a region touches, row by row from the left. This base forwards to the
+    // iterator of the region's class.
     class QEL_API Iterator {
       public:
         // Raises nullPointer (4) "Null region provided to Iterator".
@@ -56,15 +55,15 @@ class QEL_API QelXyRegion : public QelRegion {
     ~QelXyRegion() override;
 
     MoxConstSmartPtr<QelCoordSpace> coordSpace() const override;
-    // Null for a region that has none yet.
+    // Null if the region has none yet.
     MoxConstSmartPtr<QelXyCoordSpace> xyCoordSpace() const;
 
     // The box keeps its place in the image: it is mapped by the ratio of the extents, and is then
     // in the new space's unit. In a space like the old one it has the same pixels as before. Raises
     // nullPointer (4) "null coordinate space pointer passed to function", wrongClass (2) "coord
     // space passed to QelXyRegion::setCoordSpace must be an QelXyCoordSpace", and cannotConvertUnit
-    // (306) between spaces in width relative and height relative units. Between spaces in the same
-    // relative unit there is nothing to do.
+    // (306) between spaces in width relative and height relative units. Does nothing between spaces
+    // in the same relative unit.
     void setCoordSpace(QelCoordSpace const * space) override;
 
     // The run-time class, the key of the registry.
@@ -73,28 +72,27 @@ class QEL_API QelXyRegion : public QelRegion {
     // right, bottom right and bottom left corner.
     virtual MoxSmartPtr<QelPolygon> polygon(double width, double height) const;
     // The box in pixels, cut to whole numbers. Raises invalidValue (13) "pixel position " or "pixel
-    // count ", the number and " is not from -2147483648 to 2147483647" for what does not fit.
+    // count ", the number and " is not from -2147483648 to 2147483647" for a number that does not
+    // fit.
     virtual QelRect pixelBounds() const;
     virtual MoxConstSmartPtr<QelXyBox> boundingBox(int unit) const;
     virtual void setPixelBounds(QelRect const & bounds);
-    // The text form: write() writes all of it, the name of the class first; read() skips that and
-    // everything else ahead of the next "[". Numbers have the stream's own format, so that a
-    // precision of 17 digits is needed for a box that comes back the same. A region that has a
-    // space does not read back: the reader of spaces refuses the text of their writer, see
-    // QelXyCoordSpace.
+    // The text form: write() writes all of it, the name of the class first; read() skips everything
+    // before the next "[". Numbers have the stream's own format, so an exact box needs a precision
+    // of 17 digits. A region with a space cannot be read back: the reader of spaces refuses their
+    // writer's text, see QelXyCoordSpace.
     virtual void read(std::istream & in) = 0;
     virtual void write(std::ostream & out) const = 0;
-    // The same class, box and space.
+    // Whether class, box and space are the same.
     virtual bool equal(QelRegion const & other) const = 0;
 
-    // As it was set, and clipped.
+    // As set, after clipping.
     MoxConstSmartPtr<QelXyBox> box() const;
     void setBox(QelXyBox const & box);
 
-    // The ranges of the box, and what they are made of, in any unit. Pixels become the place from
-    // the near edge of the first one to the far edge of the last, and a place becomes the pixels
-    // whose centres it has, so that pixels that are read in another unit, and that in pixels, are
-    // the same pixels.
+    // The ranges of the box, and their parts, in any unit. Pixels convert to the range from the
+    // near edge of the first to the far edge of the last, and a range converts to the pixels whose
+    // centres it contains, so pixels converted to another unit and back are the same pixels.
     QelValueRange xRange(int unit) const;
     QelValueRange yRange(int unit) const;
     QelValue xMin(int unit) const { return xRange(unit).min(); }
@@ -102,7 +100,7 @@ class QEL_API QelXyRegion : public QelRegion {
     QelValue width(int unit) const { return xRange(unit).width(); }
     QelValue height(int unit) const { return yRange(unit).width(); }
 
-    // As the operations of that name of the space; the box is then clipped anew. setResolution()
+    // As the space's operations of the same name; the box is then clipped again. setResolution()
     // adds a resolution.
     void setResolution(std::uint32_t widthPixels, std::uint32_t heightPixels);
     void selectResolution(std::uint32_t widthPixels, std::uint32_t heightPixels);
@@ -117,11 +115,11 @@ class QEL_API QelXyRegion : public QelRegion {
     void scalePixels(int denominator, int numerator, bool keepSelection);
 
   protected:
-    // Without a space, empty: to be read from a text.
+    // Empty, without a space: to be read from text.
     QelXyRegion();
 
     // All raise nullPointer (4) "Cannot construct QelXyRegion with NULL coord space pointer". The
-    // space is copied. The first one is for all of it.
+    // space is copied. The first one covers all of it.
     explicit QelXyRegion(QelXyCoordSpace const * space);
     QelXyRegion(QelXyCoordSpace const * space, QelXyBox const & box);
     // From corner to corner, in the units of the first one.
@@ -137,7 +135,7 @@ class QEL_API QelXyRegion : public QelRegion {
 
     // For read(): any space, null too, and a box, which is clipped if there is a space.
     void reset(MoxSmartPtr<QelXyCoordSpace> space, QelXyBox const & box);
-    // Same space and box; for equal().
+    // Whether space and box are the same; for equal().
     bool sameArea(QelXyRegion const & other) const;
 
   private:
@@ -145,7 +143,7 @@ class QEL_API QelXyRegion : public QelRegion {
     class Clipper;
 
     // The range of one axis in other units than the box's. Readers add to the list, each unit once,
-    // and nothing goes from it while somebody may read.
+    // and nothing is removed while any thread may read.
     class Conversions {
       public:
         Conversions() = default;
@@ -177,7 +175,7 @@ class QEL_API QelXyRegion : public QelRegion {
 };
 
 // The text form: the class name and what read() and write() take; "NULL" for null. Reading raises
-// invalidValue (13) for a class that is not registered, and what read() raises; the pointer then
-// stays as it is. The name of a class may be one in a namespace.
+// invalidValue (13) for a class that is not registered, and what read() raises; the pointer is then
+// unchanged. The class may be in a namespace.
 QEL_API std::ostream & operator<<(std::ostream & out, MoxSmartPtr<QelXyRegion> const & region);
 QEL_API std::istream & operator>>(std::istream & in, MoxSmartPtr<QelXyRegion> & region);

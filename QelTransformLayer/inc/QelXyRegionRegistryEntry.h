@@ -5,9 +5,9 @@
 #include "MoxSmartPtr.h"
 #include "QelXyRegion.h"
 
-// Makes regions of one class, so that a saved graph can be read. A client has a static object of a
-// derived class for each class of regions of its own: it is in the registry from its constructor to
-// its destructor. Regions may be made from any thread, entries come and go while nobody makes any.
+// Makes regions of one class, so that a saved graph can be read. A client defines a static object
+// of a derived class for each of its region classes; it is registered from its constructor to its
+// destructor. Any thread may make regions, but not while entries are added or removed.
 class QEL_API QelXyRegionRegistryEntry {
   public:
     // `name` is the class name.
@@ -26,6 +26,6 @@ class QEL_API QelXyRegionRegistryEntry {
     std::string name_;
 };
 
-// A new region of the class of that name. Raises invalidValue (13) "Class ", the name and " is not
+// A new region of the named class. Raises invalidValue (13) "Class ", the name and " is not
 // registered as an QelXyRegion.".
 QEL_API MoxSmartPtr<QelXyRegion> qelNewRegion(std::string const & className);

@@ -11,7 +11,7 @@ class QEL_API QelXySimpleRegion : public QelXyRegion {
   public:
     class QEL_API Iterator : public QelXyRegion::Iterator {
       public:
-        // The tiles of the grid of `tiling` that the region's pixels lie in. Keeps a region that
+        // The tiles of the grid of `tiling` that contain the region's pixels. Keeps a region that
         // has owners. Raises nullPointer (4) "NULL region pointer passed to
         // QelXySimplRegion::Iterator ctr", and what pixelBounds() raises.
         Iterator(QelXySimpleRegion const * region, QelDataOrg const & tiling);
@@ -38,7 +38,7 @@ class QEL_API QelXySimpleRegion : public QelXyRegion {
         QelTileId resolution_;
     };
 
-    // As those of QelXyRegion.
+    // As in QelXyRegion.
     QelXySimpleRegion() = default;
     explicit QelXySimpleRegion(QelXyCoordSpace const * space) : QelXyRegion(space) {}
     QelXySimpleRegion(QelXyCoordSpace const * space, QelXyBox const & box)
@@ -63,14 +63,14 @@ class QEL_API QelXySimpleRegion : public QelXyRegion {
     MoxSmartPtr<QelRegion> clone() const override;
 
     // "QelXySimpleRegion[", the space or "NULL", ", ", the box and "]". read() raises
-    // invalidValue (13) "Invalid QelXySimpleRegion value" for what is neither, and what the readers
-    // of the space and the box raise.
+    // invalidValue (13) "Invalid QelXySimpleRegion value" for text that is neither, and what the
+    // readers of the space and the box raise.
     void read(std::istream & in) override;
     void write(std::ostream & out) const override;
     bool equal(QelRegion const & other) const override;
 };
 
-// The registry's entry for them.
+// The registry entry of the class.
 class QEL_API QelXySimpleRegionRegistryEntry : public QelXyRegionRegistryEntry {
   public:
     QelXySimpleRegionRegistryEntry();
