@@ -16,7 +16,7 @@
 // Kinds of spaces:
 // - pixel based: in pixels; exactly one resolution of 1.0 dot per pixel, always selected;
 // - relative: in a relative unit; no size and no resolutions;
-// - physical, all other units: with one resolution ("single-res"), several, or none. An entry that
+// - physical (all other units): one resolution ("single-res"), several, or none. An entry that
 //   is arbitrary in both halves ("arbitrary-res") stands for every resolution.
 //
 // An operation that raises changes nothing, unless it says otherwise.

@@ -18,8 +18,8 @@ std::uint32_t nextStamp() {
 
 }  // namespace
 
-// One going through the callbacks. Keeps the attribute, and callbacks that are removed meanwhile,
-// until it is done.
+// One round of calling the callbacks. Keeps the attribute, and callbacks removed meanwhile, until
+// it is done.
 class QelAttribute::Call {
   public:
     explicit Call(QelAttribute & attribute) : attribute_(&attribute) { ++attribute.nesting_; }
@@ -30,7 +30,8 @@ class QelAttribute::Call {
     }
 
     void callAll() {
-        // No further than now: callbacks may add others. None goes before this is done.
+        // Stops at the current count: callbacks may add others. None is deleted before this is
+        // done.
         auto entry = attribute_->callbacks_.begin();
         for (std::size_t left = attribute_->callbacks_.size(); left > 0; --left, ++entry)
             if (!entry->removed) entry->callback->attributeChanged(attribute_.pointer());
@@ -77,7 +78,7 @@ void QelAttribute::removeThose(Is is) noexcept {
 }
 
 void QelAttribute::deleteRemoved() noexcept {
-    // Out of the list first: what ends with a callback may remove others from it.
+    // Out of the list first: destroying a callback may remove others from it.
     std::list<Entry> removed;
     for (auto entry = callbacks_.begin(); entry != callbacks_.end();) {
         auto const next = std::next(entry);

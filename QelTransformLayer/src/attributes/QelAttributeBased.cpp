@@ -8,8 +8,8 @@
 
 QelAttributeBased::QelAttributeBased(QelAttributeBased const & source) : ZanRefCount() {
     source.checkCollections();
-    // Stamps are taken in the order of the list. The map takes its entries in the order of keys,
-    // so that none has to be searched for its place.
+    // Stamps are taken in the order of the list. The map takes its entries in the order of keys, so
+    // none needs a search.
     std::vector<MoxSmartPtr<QelAttribute>> clones;
     clones.reserve(source.attributeList_.size());
     for (Map::const_iterator const held : source.attributeList_)
@@ -22,7 +22,7 @@ QelAttributeBased::QelAttributeBased(QelAttributeBased const & source) : ZanRefC
 }
 
 QelAttributeBased::~QelAttributeBased() {
-    // What ends with a callback or an attribute may still turn to this object: it is empty by then.
+    // Destroying a callback or an attribute may still call this object: it is empty by then.
     Map attributes;
     attributes.swap(attributeMap_);
     attributeList_.clear();
@@ -45,7 +45,7 @@ bool QelAttributeBased::addAttribute(MoxSmartPtr<QelAttribute> attribute, std::s
         qelRaise(QelErrorCode::illegalAttributeName, "Illegal attribute name " + attribute->name());
     }
     if (attributeMap_.contains(name)) return false;
-    // What can fail is done before the collections differ.
+    // Whatever can fail is done before the collections differ.
     Map one;
     one.try_emplace(std::move(name), Held{std::move(attribute), attributeList_.size()});
     attributeList_.emplace_back();
@@ -124,7 +124,7 @@ bool QelAttributeBased::renameAttribute(std::string_view oldName, std::string ne
 
 bool QelAttributeBased::rename(Map::const_iterator held, std::string newName) {
     checkCollections();
-    // The old key is in the map as well.
+    // The old key is in the map, too.
     if (held == attributeMap_.end() || !isLegalName(newName) || attributeMap_.contains(newName)) {
         return false;
     }

@@ -14,7 +14,7 @@ void fail(std::istream & in) {
     in.setstate(std::ios_base::failbit);
 }
 
-// Stream operators write and read it, and a negative number is refused that they would wrap round.
+// Stream operators write and read it; negative numbers, which they would wrap round, are refused.
 template <class Number>
 bool readInteger(std::istream & in, Number & number) {
     qelSkipSpace(in);
@@ -23,8 +23,8 @@ bool readInteger(std::istream & in, Number & number) {
     return static_cast<bool>(in >> number);
 }
 
-// Up to the double quote, which is taken. Sets failbit when there are more than Longest characters,
-// or no such quote; `text` is then what there is.
+// Reads up to the double quote, and consumes it. Sets failbit for more than Longest characters, or
+// no such quote; `text` is then what was read.
 template <int Longest>
 void readToQuote(std::istream & in, std::string & text) {
     char characters[Longest + 1];
@@ -68,7 +68,7 @@ std::u16string utf16Of(std::wstring const & text) {
     return units;
 }
 
-// The units behind L" and the last quote.
+// The units after L" and the last quote.
 bool readUnits(std::istream & in, std::wstring & text) {
     if (qelTake(in, '"')) return true;
     char next = ',';
@@ -93,7 +93,7 @@ QelPlainFormat::QelPlainFormat(std::ios & stream)
       width_(stream.width(0)),
       locale_(stream.getloc()) {
     stream.flags((flags_ & std::ios_base::unitbuf) | std::ios_base::dec | std::ios_base::skipws);
-    // A buffer that is given a locale flushes, also where it is the one that it has.
+    // Setting a buffer's locale flushes it, even if the locale is the same.
     if (locale_ != std::locale::classic()) stream.imbue(std::locale::classic());
 }
 

@@ -66,7 +66,7 @@ std::vector<double> codesOf(QelColorSpace const & space, double code) {
     return std::vector<double>(checkedCount(space.numBands()), checkedCode(space, code));
 }
 
-// All at the minimum.
+// All values at the minimum.
 std::vector<double> leastOf(QelColorSpace const & space) {
     return codesOf(space, space.minValue());
 }
@@ -181,15 +181,15 @@ double limited(QelColorSpace const & space, double code) {
     return std::min(std::max(code, space.minValue()), space.maxValue());
 }
 
-// What no range holds is what came of numbers too large to scale, or a range that is empty.
+// A value that no limit brings into the range comes from numbers too large to scale, or an empty
+// range.
 double checkedScaled(QelColorSpace const & to, double scaled) {
     if (!isLegal(to, scaled)) qelRaise(QelErrorCode::cannotRescale, "Scaled value is out of range");
     return scaled;
 }
 
-// Is it rounding alone that takes `code` times `factor` beyond an end of the range? Factor and
-// product are rounded once each, by half of the last digit; the factor by more where it is one of
-// the smallest numbers.
+// Whether rounding alone takes `code` times `factor` beyond an end of the range. Factor and product
+// are each rounded once, by half of the last digit; the factor by more if it is subnormal.
 bool leavesByRounding(QelColorSpace const & to, double code, double factor) {
     double const scaled = code * factor;
     double const beyond = std::max(to.minValue() - scaled, scaled - to.maxValue());
@@ -200,7 +200,7 @@ bool leavesByRounding(QelColorSpace const & to, double code, double factor) {
 
 }  // namespace
 
-// From one range to the other: what leaves the new one does so by rounding alone.
+// From one range to the other: a value leaves the new one by rounding alone.
 void QelColor::rescale(QelColorSpace const & to) {
     double const width = colorSpace_->maxValue() - colorSpace_->minValue();
     if (width == 0.0)
@@ -267,7 +267,7 @@ void writeCode(std::ostream & out, double code) {
 
 }  // namespace
 
-// Put together first, so that a refusal writes nothing.
+// Built first, so that a refusal writes nothing.
 std::ostream & operator<<(std::ostream & out, QelColor const & color) {
     std::ostringstream text;
     text.copyfmt(out);
@@ -293,7 +293,7 @@ constexpr char const * invalid = "Invalid QelColor value";
     qelRaise(QelErrorCode::invalidValue, invalid);
 }
 
-// Behind "<", up to and with ">".
+// After "<", up to and including ">".
 std::vector<double> readCodes(std::istream & in) {
     std::vector<double> codes;
     if (qelTake(in, '>')) return codes;

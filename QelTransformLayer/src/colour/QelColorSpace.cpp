@@ -77,7 +77,7 @@ namespace {
 
 constexpr std::size_t longestClassName = 1000;
 
-// Does operator>> take this for the name of a class, and all of it?
+// Whether operator>> reads all of this as the name of a class.
 bool isReadable(std::string_view className) {
     constexpr std::string_view space = " \t\n\v\f\r";
     return className.find_first_not_of(space) == 0 && className.size() <= longestClassName &&
@@ -147,7 +147,7 @@ std::istream & operator>>(std::istream & in, MoxSmartPtr<QelColorSpace> & space)
         space = MoxSmartPtr<QelColorSpace>();
         return in;
     }
-    // Other names may start with that letter, too.
+    // Other names may also start with that letter.
     name += qelReadUntil(in, '[', longestClassName - name.size());
     if (maybeNull && qelPeek(in) != '[') {
         in.setstate(std::ios_base::failbit);

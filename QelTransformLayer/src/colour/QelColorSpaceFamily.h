@@ -6,8 +6,8 @@
 
 #include "QelColorSpaces.h"
 
-// One row of the library's own colour spaces: everything that a class of the family says, and how
-// to make one. The list is in QelColorSpaces.cpp. Texts live as long as the process.
+// One row of the library's own colour spaces: everything that a class of the family reports, and
+// how to make one. The list is in QelColorSpaces.cpp. Texts live as long as the process.
 struct QelColorSpaceRow {
     static constexpr std::size_t maxBands = 4;
 
@@ -17,7 +17,7 @@ struct QelColorSpaceRow {
     char const * partner;  // the label of the space with alpha added or removed, or null
     int bands;
     bool alpha;
-    std::array<char const *, maxBands> bandNames;  // null behind the last
+    std::array<char const *, maxBands> bandNames;  // null after the last
     double max;
     MoxSmartPtr<QelColorSpace> (*create)();
 };

@@ -17,8 +17,8 @@ struct Known {
     std::string name;
 };
 
-// The library's own, in the order of their table, which never change, and those of clients behind
-// them, whoever came first.
+// The library's own, in the order of their table, which never change, then those of clients,
+// whichever were registered first.
 class Registry {
   public:
     Registry() {
@@ -35,7 +35,7 @@ class Registry {
         std::erase(entries_, entry);
     }
 
-    // The first prototype that `fits(prototype, label)`; null when there is none.
+    // The first prototype that `fits(prototype, label)`; null if there is none.
     template <class Fits>
     MoxConstSmartPtr<QelColorSpace> find(Fits const & fits) {
         for (Known const & known : family_) {
@@ -64,13 +64,13 @@ class Registry {
     std::vector<QelColorSpaceRegistryEntry const *> entries_ ZAN_GUARDED_BY(lock_);
 };
 
-// Filled by whoever comes first, a static object of a client perhaps.
+// Filled on first use, perhaps by a client's static object.
 Registry & registry() {
     static ZanImmortal<Registry> theRegistry;
     return theRegistry.get();
 }
 
-// The class of that name?
+// Whether the class has that name.
 auto ofClass(std::string_view className) {
     return [className](QelColorSpace const & prototype, std::string const &) {
         return prototype.className() == className;
@@ -87,7 +87,8 @@ MoxSmartPtr<QelColorSpace> partnerOf(QelColorSpace const & space, bool keepRange
                                                  " has no corresponding color space " + what +
                                                  " alpha.");
     }
-    // A copy first: a space may be its own copy where the range stays, and a prototype is nobody's.
+    // Copied first: a space may return itself if the range stays, and prototypes must not be handed
+    // out.
     MoxSmartPtr<QelColorSpace> const partnerSpace = found->clone();
     return keepRange ? partnerSpace->newWithRange(space.minValue(), space.maxValue())
                      : partnerSpace;

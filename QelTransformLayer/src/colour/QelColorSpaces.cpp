@@ -9,13 +9,13 @@
 
 namespace {
 
-// The place that a class gives its base.
+// The index that a class passes to its base.
 template <class Class, class Parent, int place>
 consteval int placeIn(QelFamilyColorSpace<Class, Parent, place> const *) {
     return place;
 }
 
-// The name of a class, out of what the compiler calls this function.
+// The name of a class, from the compiler's name of this function.
 template <class Class>
 consteval std::string_view compiledName() {
     std::string_view const text = __PRETTY_FUNCTION__;
@@ -23,7 +23,7 @@ consteval std::string_view compiledName() {
     return text.substr(start, text.find_first_of(";]", start) - start);
 }
 
-// The same with a 0 at its end.
+// The same, terminated by a 0.
 template <class Class>
 constexpr auto classNameOf = [] {
     std::array<char, compiledName<Class>().size() + 1> text{};
@@ -55,8 +55,7 @@ consteval QelColorSpaceRow row(char const * name, char const * partner, int band
             &create<Class>};
 }
 
-// The family. In the order in which a label that two rows share is looked up: the first one is
-// found.
+// The family. The order matters: of two rows that share a label, lookup finds the first.
 constexpr std::array family{
     row<QelGenericColorSpace>("Generic", "GenericA", 3, opaque, {}),
     row<QelGenericAColorSpace>("GenericA", "Generic", 4, alpha, {}),
@@ -113,7 +112,7 @@ constexpr std::array family{
     row<QelUSpaceColorSpace>("USpace", none, 3, opaque, {"NEU", "GM", "ILL"}),
 };
 
-// ---- What holds for the list, and for the declarations in the header
+// ---- Invariants of the list and of the declarations in the header
 
 consteval bool everyClassHasTheRowOfItsPlace() {
     int place = 0;
@@ -128,7 +127,7 @@ consteval bool bandsHaveNamesOrNoneHas() {
     });
 }
 
-// A label leads to a space with one band more, or with one less where there is alpha.
+// A label leads to a space with one band more, or one less if it has alpha.
 consteval bool partnersDifferByAlpha() {
     return std::ranges::all_of(family, [](QelColorSpaceRow const & each) {
         if (each.partner == none) return !each.alpha;

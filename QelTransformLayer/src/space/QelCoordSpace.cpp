@@ -136,7 +136,7 @@ void QelCoordSpace::translateDimension(unsigned index, QelValue const & distance
 
 void QelCoordSpace::setDimension(unsigned index, QelDimension const & dimension) {
     checkIndex(index);
-    // Copied first: it may be one of this space's.
+    // Copied first: it may belong to this space.
     OwnedDimension copy = dimension.clone();
     uniqueBody().dimensions[index] = std::move(copy);
 }

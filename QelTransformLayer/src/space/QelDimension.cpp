@@ -7,7 +7,7 @@
 
 namespace {
 
-// Not so by less than the unit's tolerance either, and a number.
+// By more than the unit's tolerance, and not NaN.
 bool isAboveZero(QelValue const & width) {
     return !std::isnan(width.value()) && !(width <= 0.0);
 }

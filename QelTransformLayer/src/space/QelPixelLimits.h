@@ -4,11 +4,10 @@
 
 #include "ZanSourceLocation.h"
 
-// Numbers of pixels that were computed, as the 32-bit integers that have to hold them. Fractions
-// are cut off. What does not fit raises invalidValue (13) with the number; `here` is the place that
-// asks.
+// Computed numbers of pixels, as the 32-bit integers that have to hold them. Fractions are cut off.
+// A number that does not fit raises invalidValue (13) with it; `here` is the caller.
 
-// 0 for less than a pixel, and for what is no number.
+// 0 for less than a pixel, and for NaN.
 std::uint32_t qelCheckedPixels(double count,
                                ZanSourceLocation const & here = ZanSourceLocation::current());
 
@@ -16,6 +15,6 @@ std::uint32_t qelCheckedPixels(double count,
 std::int32_t qelCheckedSigned(char const * what, double number,
                               ZanSourceLocation const & here = ZanSourceLocation::current());
 
-// At most what a signed number holds.
+// At most what a signed integer holds.
 std::int32_t qelCheckedSigned(std::uint32_t count,
                               ZanSourceLocation const & here = ZanSourceLocation::current());

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Converted by way of the distance of two dots.
+// Converted through the distance between two dots.
 double converted(double dpu, int from, int to) {
     return 1.0 / QelValue(1.0 / dpu, from).valueIn(to);
 }

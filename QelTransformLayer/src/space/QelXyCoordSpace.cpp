@@ -57,7 +57,7 @@ unsigned roundedPixels(QelValue const & size) {
     return qelCheckedPixels(std::floor(size.valueIn(QEL_UNIT_PIXEL) + 0.5));
 }
 
-// The axes of a space of this size; the one of y after that of x has been checked.
+// The axes of a space of this size; y is made after x has been checked.
 Owned xAxisOf(QelValue const & width, QelValue const & height) {
     checkSize(width, height);
     if (isPixelUnit(width.unit())) return newAxis("x", checkedWidth(roundedPixels(width)));
@@ -131,7 +131,7 @@ void checkAxis(unsigned index) {
 
 }  // namespace
 
-// Braces: the axis of x is made, and refused, first.
+// Braces: the x axis is made, and refused, first.
 QelXyCoordSpace::QelXyCoordSpace(int unit)
     : QelCoordSpace{newAxis("x", QelValue(1.0, unit)), newAxis("y", QelValue(1.0, unit))} {
     recomputeSelection();
@@ -243,7 +243,7 @@ void QelXyCoordSpace::becomePixelBased() {
     setPixelSize(numPixelsWide(), numPixelsHigh());
 }
 
-// Both axes become pixel based, whatever they were.
+// Makes both axes pixel based, whatever they were.
 void QelXyCoordSpace::setPixelSize(std::uint32_t width, std::uint32_t height) {
     Owned x = std::make_unique<QelXyDimension>(xDimension().name(), width);
     Owned y = std::make_unique<QelXyDimension>(yDimension().name(), height);
@@ -324,7 +324,7 @@ QelValue QelXyCoordSpace::resolveSpan(unsigned index, QelValue const & value) co
     return {number / dpu, unit()};
 }
 
-// A pixel is meant at its centre.
+// A pixel position is the pixel's centre.
 QelValue QelXyCoordSpace::resolvePosition(unsigned index, QelValue const & value) const {
     bool const inPixels = isPixelUnit(value.unit());
     if (!inPixels && !isRelativeUnit(value.unit())) return value;
@@ -476,7 +476,7 @@ MoxSmartPtr<QelXyCoordSpace> QelXyCoordSpace::newSpace(QelValue const & width,
              << ')';
         qelRaise(QelErrorCode::pixelCountsDiffer, text.str());
     }
-    // Parts of the old extents, both of them.
+    // Relative to both old extents.
     QelValue const wide = resolveSpan(0, width);
     QelValue const high = resolveSpan(1, height);
     space->setWidth(0, wide, true);

@@ -8,7 +8,7 @@
 namespace {
 
 // Results within this of a whole pixel are that pixel: a pixel's centre, converted there and back,
-// stays in its pixel. Adding 0.0 makes 0.0 of -0.0.
+// stays in its pixel. Adding 0.0 turns -0.0 into 0.0.
 constexpr double slack = 1e-6;
 
 double floorOf(double pixels) {
@@ -83,7 +83,7 @@ class QelXyCoordSpace::Converter {
         return {min, width, discrete, true, true};
     }
 
-    // Neither of them says anything about this space, so that its unit plays no part.
+    // Neither depends on this space, so its unit does not matter.
     static bool isPlain(int source, int target) {
         return !isPixelUnit(source) && !isRelativeUnit(source) && !isRelativeUnit(target);
     }
@@ -93,11 +93,11 @@ class QelXyCoordSpace::Converter {
 
     char const * axisName() const { return index_ == 0 ? "horizontal" : "vertical"; }
 
-    // Parts of one extent say nothing about a space that knows the other one only.
+    // Parts of one extent mean nothing in a space that knows only the other one.
     void checkTarget(int target) const {
         bool const bad = isCross(target) ? isOwn(unit_) : isOwn(target) && isCross(unit_);
         if (!bad) return;
-        // This one case speaks of a position whatever is converted; clients know the text.
+        // Only here the text says "position" whatever is converted; clients know it.
         bool const known = index_ == 0 && std::string(thing_) == "span" && isCross(target);
         qelRaise(QelErrorCode::cannotConvertUnit,
                  std::string("Cannot convert ") + axisName() + ' ' + (known ? "position" : thing_) +
@@ -166,7 +166,7 @@ class QelXyCoordSpace::Converter {
         return QelValue(world, unit_).valueIn(target);
     }
 
-    // The pixels whose centres the range has.
+    // The pixels whose centres lie in the range.
     QelValueRange pixelRange(QelValueRange const & range, bool discrete) const {
         double const world = worldPosition(range.min(), false);
         double const width = worldSpan(range.width());
@@ -181,15 +181,15 @@ class QelXyCoordSpace::Converter {
                       QelValue(std::max(0.0, last - first + 1.0), QEL_UNIT_PIXEL), 1);
     }
 
-    // The last pixel of a range that ends at `end`, in pixels. Where the extent ends is the last
-    // sample, even if that is all but a centre further on, or back.
+    // The last pixel of a range that ends at `end`, in pixels. The extent ends with the last
+    // sample, even if that is almost a centre further on, or back.
     double lastPixelOf(double end) const {
         bool const atTheEnd = std::fabs(end - length_ * dpuToPixels()) <= slack;
         return atTheEnd ? samples() - 1.0 : floorOf(end - 0.5);
     }
 
-    // In the world. A range that runs to the last pixel covers the rest of the extent, also where
-    // that is no whole number of pixels.
+    // In the world. A range up to the last pixel covers the rest of the extent, even if that is not
+    // a whole number of pixels.
     double widthOfPixels(QelValueRange const & range, bool centre) const {
         double const start = range.min().value();
         double const count = range.width().value();

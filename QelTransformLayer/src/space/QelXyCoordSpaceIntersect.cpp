@@ -5,12 +5,12 @@
 #include "QelError.h"
 #include "QelXyCoordSpace.h"
 
-// What two spaces have in common of their resolutions.
+// The resolutions that two spaces have in common.
 //
-// A row of a list stands for a set of sampling grids: one with both counts for that grid alone, one
-// that is arbitrary on an axis for all grids that have the count of the other axis, one that is
-// arbitrary on both for every grid. A list is the union of its rows, and the intersection of two
-// lists is the union of the intersections of their rows, taken two by two:
+// A row of a list represents a set of sampling grids: with both counts, that grid alone; arbitrary
+// on one axis, all grids with the count of the other axis; arbitrary on both, every grid. A list is
+// the union of its rows, and the intersection of two lists is the union of the intersections of
+// their rows, taken two by two:
 //
 //     mine           theirs                               common
 //     (w, h)         (w, h), (w, any), (any, h) or all    (w, h)
@@ -20,7 +20,7 @@
 //     all            any row                              that row
 //
 // Counts compare exactly, 0 being any count. Dots per unit compare by
-// QelResolution::isEquivalent(), and what is common has those of this space.
+// QelResolution::isEquivalent(), and the common rows have those of this space.
 
 namespace {
 
@@ -44,7 +44,7 @@ Resolution ofPixels(std::uint32_t width, std::uint32_t height) {
     return {QelResolution::ofPixels(width), QelResolution::ofPixels(height)};
 }
 
-// The grids of a list, to be asked more often than there are rows.
+// The grids of a list, for more queries than there are rows.
 class Grids {
   public:
     explicit Grids(Rows const & rows) {
@@ -53,7 +53,7 @@ class Grids {
         std::sort(keys_.begin(), keys_.end());
     }
 
-    // Is the grid of these counts one of them? As QelXyCoordSpace::hasPixelResolution().
+    // Whether the grid of these counts is one of them. As QelXyCoordSpace::hasPixelResolution().
     bool have(std::uint32_t width, std::uint32_t height) const {
         return hasRow(width, height) || hasRow(width, 0) || hasRow(0, height) || hasRow(0, 0);
     }
@@ -69,13 +69,13 @@ class Grids {
     std::vector<std::uint64_t> keys_;
 };
 
-// Has a half this count, among others perhaps?
+// Whether a half has this count, perhaps among others.
 bool offers(QelResolution const & half, std::uint32_t count) {
     return half.pixels == 0 || half.pixels == count;
 }
 
-// Adds what a row that is arbitrary on one axis has in common with each row of theirs: the count of
-// its own, and theirs on the other axis.
+// Adds what a row that is arbitrary on one axis has in common with each row of theirs: its own
+// count, and theirs on the other axis.
 void addCommon(Rows & common, Resolution const & mine, Rows const & theirs) {
     bool const anyWidth = mine.horz.pixels == 0;
     for (Resolution const & their : theirs) {
@@ -87,8 +87,8 @@ void addCommon(Rows & common, Resolution const & mine, Rows const & theirs) {
     }
 }
 
-// Rows that stay keep their order, ahead of what rows with an arbitrary half come down to. No row
-// of `mine` is arbitrary on both axes.
+// Rows that stay keep their order, before those that result from rows with an arbitrary half. No
+// row of `mine` is arbitrary on both axes.
 Rows commonRows(Rows const & mine, Rows const & theirs) {
     Rows common;
     Grids const grids(theirs);
@@ -101,7 +101,7 @@ Rows commonRows(Rows const & mine, Rows const & theirs) {
     return common;
 }
 
-// The counts alone: their dots per unit are those of other extents.
+// Only the counts: their dots per unit belong to other extents.
 Rows countsOf(Rows const & rows) {
     Rows counts;
     for (Resolution const & row : rows)
@@ -129,7 +129,7 @@ void QelXyCoordSpace::intersectResolutions(QelXyCoordSpace const * other) {
 
 namespace {
 
-// A row that stays is left alone to the last bit.
+// A row that stays is left unchanged to the last bit.
 QelResolution specified(QelXyDimension const & axis, QelResolution const & half) {
     bool const isSpecified = half.dpu != 0.0 && half.pixels != 0;
     return isSpecified ? half : axis.specify(half);
@@ -137,8 +137,8 @@ QelResolution specified(QelXyDimension const & axis, QelResolution const & half)
 
 }  // namespace
 
-// For a copy: the list may be part of the new one when this raises. The selection goes with the
-// rows.
+// For a copy: the list may be part of the new one when this raises. The selection is dropped with
+// the rows.
 void QelXyCoordSpace::replaceRows(std::vector<Resolution> const & rows) {
     dropRows();
     selected_ = Resolution();
@@ -188,8 +188,8 @@ Rows rowsIn(QelXyCoordSpace const & space, int unit) {
     return rows;
 }
 
-// A row that is full is common once, however many of theirs are like it; one with an arbitrary half
-// comes down to one row for each of them.
+// A full row is common once, however many of theirs match it; one with an arbitrary half results in
+// one row for each of them.
 Rows commonRows(Rows const & mine, Rows const & theirs, Likeness const & likeness) {
     Rows common;
     for (Resolution const & row : mine) {

@@ -12,7 +12,7 @@ namespace {
 
 using Resolution = QelXyCoordSpace::Resolution;
 
-// Is it a number of pixels, or the one sampling that a pixel based space has?
+// Whether it is a number of pixels, or the one sampling of a pixel based space.
 bool saysPixels(QelResolution const & half) {
     return half.pixels != 0 || half.dpu == 1.0;
 }
@@ -21,7 +21,7 @@ bool isFull(QelResolution const & half) {
     return !half.isArbitrary();
 }
 
-// Does a half have this many pixels, or any number?
+// Whether a half has this many pixels, or any number.
 bool offers(QelResolution const & half, std::uint32_t count) {
     return half.pixels == 0 || half.pixels == count;
 }
@@ -59,7 +59,7 @@ QelXyCoordSpace::Resolution QelXyCoordSpace::specified(Resolution const & resolu
     return {xDimension().specify(resolution.horz), yDimension().specify(resolution.vert)};
 }
 
-// `row` is specified: nothing but memory can be missing now, and both lists keep one length.
+// `row` is specified: only memory can run out now, and both lists keep the same length.
 void QelXyCoordSpace::addRow(Resolution const & row) {
     DimensionSet & set = uniqueBody();
     std::vector<QelResolution> & horz = axisOf(set, 0).resolutions_;
@@ -117,7 +117,7 @@ void QelXyCoordSpace::removeResolution(unsigned index) {
     DimensionSet & set = uniqueBody();
     axisOf(set, 0).removeResolution(index);
     axisOf(set, 1).removeResolution(index);
-    // Where it was the selected row that went, the selection stays.
+    // If the selected row was removed, the selection stays.
     if (hasPixelResolution(numPixelsWide(), numPixelsHigh())) {
         selectResolution(numPixelsWide(), numPixelsHigh());
     }
@@ -186,8 +186,8 @@ void QelXyCoordSpace::selectResolution(Resolution const & resolution) {
 
 // ---- Finding
 
-// Of the rows whose half on `given`'s axis is as asked: the other half of the first that is not
-// arbitrary there. `given` itself, on the other axis, if there are only arbitrary ones.
+// Among the rows whose half on `given`'s axis matches: the other half of the first that is not
+// arbitrary there. `given` itself, on the other axis, if all are arbitrary.
 QelResolution QelXyCoordSpace::findPartner(unsigned givenAxis, QelResolution const & given) const {
     unsigned const otherAxis = 1 - givenAxis;
     QelResolution const full = axis(givenAxis).specify(given);
@@ -255,7 +255,7 @@ std::uint64_t distanceOf(Resolution const & row, std::uint32_t width, std::uint3
     return horz == refused || vert == refused ? refused : horz + vert;
 }
 
-// The same for dots per unit, which are in the unit of the axis; infinite for what is not allowed.
+// The same for dots per unit, in the unit of the axis; infinite if not allowed.
 double distanceOf(QelResolution const & half, QelResolution const & wanted, unsigned mode) {
     constexpr double never = std::numeric_limits<double>::infinity();
     if (half.isArbitrary()) return (mode & QelXyCoordSpace::excludeArbitrary) != 0 ? never : 0.0;
@@ -265,14 +265,14 @@ double distanceOf(QelResolution const & half, QelResolution const & wanted, unsi
     return (mode & needed) != 0 ? std::fabs(half.dpu - wanted.dpu) : never;
 }
 
-// A half of a row that was found, with the samples that were asked for where it has none.
+// A half of a row that was found, with the requested samples if it has none.
 QelResolution filled(QelXyDimension const & axis, QelResolution const & half,
                      std::uint32_t wanted) {
     if (isFull(half) || wanted == 0) return half;
     return axis.specify(QelResolution::ofPixels(wanted));
 }
 
-// The samples of the entry that is closest to a request; 0 when `mode` allows none.
+// The samples of the entry closest to a request; 0 if `mode` allows none.
 std::uint32_t closestSamples(QelXyDimension const & axis, QelResolution const & wanted,
                              unsigned mode) {
     double best = std::numeric_limits<double>::infinity();

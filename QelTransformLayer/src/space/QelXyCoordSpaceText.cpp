@@ -9,8 +9,7 @@ namespace {
 
 using Resolution = QelXyCoordSpace::Resolution;
 
-// Read again by anybody: only how many digits there are is for the stream to say, not how they are
-// grouped.
+// Must be readable in any locale: the stream sets the number of digits, but not their grouping.
 void write(std::ostream & out, Resolution const & row) {
     QelTextStream text;
     text.precision(out.precision());
@@ -73,7 +72,7 @@ QelXyCoordSpace spaceOf(std::istream & in, QelValue const & width, QelValue cons
 
 }  // namespace
 
-// Reads what stands behind the height, and gives it to a space.
+// Reads what follows the height into a space.
 class QelXyCoordSpaceReader {
   public:
     explicit QelXyCoordSpaceReader(std::istream & in) : in_(in) {}

@@ -56,7 +56,7 @@ std::uint32_t scaled(std::uint32_t count, double factor) {
     return qelCheckedPixels(count * factor);
 }
 
-// 0 too where the ratio is negative.
+// Also 0 if the ratio is negative.
 std::uint32_t scaled(std::uint32_t count, int denominator, int numerator) {
     std::int64_t const result = std::int64_t{count} * numerator / denominator;
     return qelCheckedPixels(static_cast<double>(result));
@@ -123,7 +123,7 @@ std::unique_ptr<QelDimension> QelXyDimension::clone() const {
     return std::make_unique<QelXyDimension>(*this);
 }
 
-// The one of a pixel based dimension.
+// The one resolution of a pixel based dimension.
 void QelXyDimension::addOwnResolution() {
     if (isPixelBased()) resolutions_.push_back(specify(QelResolution(1.0, QEL_UNIT_PIXEL)));
 }
@@ -136,7 +136,7 @@ void QelXyDimension::checkPixelBased(QelResolution const & resolution) const {
              "Cannot construct QelXyDimension with pixel based coords and resolution != 1.0 dpu");
 }
 
-// Takes everything back if it, or bringing the resolutions up to date, raises.
+// Undoes everything if it, or updating the resolutions, raises.
 template <class Change>
 void QelXyDimension::change(bool keepDpu, Change const & apply) {
     QelValueRange const oldRange = range();
@@ -320,7 +320,7 @@ void QelXyDimension::scalePixels(int denominator, int numerator) {
 void QelXyDimension::scalePixels(unsigned index, int denominator, int numerator) {
     checkIndex(index, "scalePixels");
     checkRatio(denominator, numerator);
-    // Known for its peculiarity: the ratio of pixels is given in the form of an index and a factor.
+    // A known peculiarity: in pixels, this form of index and factor takes the ratio.
     if (isPixelBased()) {
         scalePixels(static_cast<unsigned>(denominator), static_cast<double>(numerator));
         return;

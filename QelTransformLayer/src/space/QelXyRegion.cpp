@@ -37,7 +37,7 @@ QelXyCoordSpace const & checked(QelXyCoordSpace const * space) {
     return *space;
 }
 
-// The ranges of a whole space. What is relative is 1.0 wide.
+// The ranges of a whole space. A relative one is 1.0 wide.
 QelXyBox extentsOf(QelXyCoordSpace const & space) {
     return {closed(space.xDimension().origin(), space.width()),
             closed(space.yDimension().origin(), space.height())};
@@ -62,9 +62,9 @@ QelValueRange convertedRange(QelXyCoordSpace const & space, unsigned axis,
                      : space.convertVertRange(range, unit, discrete);
 }
 
-// Pixels from the near edge of the first one on, so that they come back as the same pixels. For
-// the conversion itself a range that ends half a dot ahead of the extent's end reaches it; here
-// only the last pixel does.
+// Pixels start at the near edge of the first one, so that they convert back to the same pixels. In
+// the conversion itself a range that ends half a dot before the extent's end reaches it; here only
+// the last pixel does.
 QelValueRange pixelsIn(QelXyCoordSpace const & space, unsigned axis, QelValueRange const & range,
                        int unit) {
     QelValueRange converted = convertedRange(space, axis, range, unit, false);
@@ -116,7 +116,7 @@ bool sameSpace(QelXyCoordSpace const & a, QelXyCoordSpace const & b) {
 
 // ---- Clipping
 
-// Cuts a range to what a space has of one axis.
+// Cuts a range to the space's extent on one axis.
 class QelXyRegion::Clipper {
   public:
     Clipper(QelXyCoordSpace const & space, unsigned axis)
@@ -147,8 +147,8 @@ class QelXyRegion::Clipper {
         return fromTo({std::max(ends.from, legal.from), std::min(ends.to, legal.to)}, range.unit());
     }
 
-    // The first and the last pixel are rounded ahead of counting: a width that is rounded by itself
-    // may reach beyond the last one.
+    // The first and the last pixel are rounded before counting: a width rounded by itself may reach
+    // beyond the last one.
     static QelValueRange fromTo(Interval ends, int unit) {
         double width = ends.to - ends.from;
         if (isPixelUnit(unit)) {
@@ -158,7 +158,7 @@ class QelXyRegion::Clipper {
         return closed(QelValue(ends.from, unit), QelValue(width, unit));
     }
 
-    // Nothing, at an edge.
+    // An empty range at an edge.
     static QelValueRange at(double position, QelValueRange const & range) {
         return closed(QelValue(position, range.unit()), QelValue(0.0, range.unit()));
     }
@@ -179,7 +179,7 @@ class QelXyRegion::Clipper {
         double const from = axis_.origin().value();
         double const to = from + axis_.width().value();
         if (unit == unit_ || unit == QEL_UNIT_ARBITRARY) {
-            // Where only the other extent is known, this one has no end.
+            // If only the other extent is known, this one has no end.
             if (unit_ == crossRelative_) return {from, noLimit};
             return {from, isPixelUnit(unit_) ? to - 1.0 : to};
         }
@@ -215,7 +215,7 @@ class QelXyRegion::Clipper {
 
 // ---- Construction
 
-// Braces, here and wherever arguments may raise: those are evaluated in order, x ahead of y.
+// Braces, here and wherever arguments may raise: those are evaluated in order, x before y.
 
 QelXyRegion::QelXyRegion()
     : body_(new Body(
@@ -412,7 +412,7 @@ QelValueRange const & QelXyRegion::Conversions::get(int unit, Convert const & co
     Entry const * known = find(first, unit);
     if (known != nullptr) return known->range;
     std::unique_ptr<Entry> made(new Entry{unit, convert(), first});
-    // Another thread may be faster, and even have converted to this unit.
+    // Another thread may have been faster, and may even have converted to this unit.
     while (!first_.compare_exchange_weak(first, made.get(), std::memory_order_acq_rel,
                                          std::memory_order_acquire)) {
         known = find(first, unit);

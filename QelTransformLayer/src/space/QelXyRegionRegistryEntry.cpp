@@ -20,7 +20,7 @@ class Registry {
         ZanLock const guard(lock_);
         std::erase(entries_, entry);
     }
-    // Null when there is none.
+    // Null if there is none.
     QelXyRegionRegistryEntry * find(std::string const & name) {
         ZanLock const guard(lock_);
         auto const found = std::find_if(entries_.begin(), entries_.end(),
@@ -33,7 +33,7 @@ class Registry {
     std::vector<QelXyRegionRegistryEntry *> entries_ ZAN_GUARDED_BY(lock_);
 };
 
-// The first entry makes it, whichever static object that is.
+// Made by the first entry, whichever static object that is.
 Registry & registry() {
     static ZanImmortal<Registry> theRegistry;
     return theRegistry.get();

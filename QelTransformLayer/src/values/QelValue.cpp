@@ -18,8 +18,8 @@ namespace {
 constexpr int firstClientId = 128;
 constexpr int lastId = 255;
 
-// The rows as they are at the start. The numbers are settled to the last digit and not worked out:
-// most are what dividing gives, some are not.
+// The initial rows. The numbers are fixed to the last digit, not computed: most are what dividing
+// gives, some are not.
 struct BuiltIn {
     char const * singular;
     char const * plural;
@@ -100,7 +100,7 @@ bool isAboveLast(int id) {
     qelRaise(QelErrorCode::unitNotRegistered, text.str());
 }
 
-// Stands in every conversion and comparison: the messages are put together elsewhere.
+// Part of every conversion and comparison, so the messages are built elsewhere.
 QelUnitInfo & registered(int id) {
     if (isAboveLast(id)) raiseOutOfRange(id);
     QelUnitInfo & row = registry().row(id);
@@ -185,8 +185,8 @@ QelUnitInfo const * findNamed(std::string const & name, std::string QelUnitInfo:
 
 enum class Match { yes, no, never };
 
-// Is `word`, with as many more words of the stream as the name calls for, all of `name`? Never
-// will be any, where the word is only the start of the name's.
+// Whether `word`, with as many more words of the stream as the name needs, is all of `name`. Never
+// true if the word is only a prefix of the name's.
 Match matches(std::istream & in, std::string const & name, std::string & word) {
     while (name.size() > word.size() && name.compare(0, word.size(), word) == 0) {
         if (name[word.size()] != ' ') return Match::never;
@@ -253,7 +253,7 @@ bool QelValue::isCompatible(QelValue const & other) const {
     }
 }
 
-// Standard units take no part in the arithmetic: some of them have the multiplier 0.
+// Standard units skip the arithmetic: some of them have the multiplier 0.
 double QelValue::convertedTo(int unit) const {
     if (unit == QEL_UNIT_ARBITRARY || unit_ == QEL_UNIT_ARBITRARY) return value_;
     QelUnitInfo const & from = getUnitInfo(unit_);
@@ -308,8 +308,8 @@ bool QelValue::equals(double number) const {
     return value_ == number || std::fabs(number - value_) <= getUnitInfo(unit_).tolerance;
 }
 
-// Order asks equals() too: adding the tolerance to one of the numbers would round, and then 0.7 and
-// 0.701 millimeters would be neither equal nor in any order.
+// Ordering uses equals() too: adding the tolerance to one of the numbers would round, and then 0.7
+// and 0.701 millimeters would be neither equal nor in any order.
 bool QelValue::isBelow(double number) const {
     return number > value_ && !equals(number);
 }
@@ -356,7 +356,7 @@ void QelValue::setTolerance(int id, double tolerance) {
     row.tolerance = tolerance;
 }
 
-// Multiplied by the inverse, which gives the round numbers that dividing would miss by a bit.
+// Multiplies by the inverse, which gives round numbers where dividing would be off by a bit.
 void QelValue::setStandardTolerance(int id, double tolerance) {
     QelUnitInfo & standard = registered(id);
     if (!standard.isStandard) {

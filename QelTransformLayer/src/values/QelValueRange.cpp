@@ -70,8 +70,8 @@ bool QelValueRange::isPoint() const {
     return min_ == max_;
 }
 
-// Between two open ends that are neighbours is no sample either, but there is one as soon as one of
-// them is closed; a point that was made without any width keeps none.
+// There is no sample between two open ends that are neighbours, but there is one once either is
+// closed; a point made without width keeps none.
 bool QelValueRange::hasExtent() const {
     return width_.value() != 0.0 || max_ > min_;
 }
@@ -232,7 +232,7 @@ struct QelValueRange::Ends {
     QelValue at;
     bool closed;
 
-    // The one of two ends that `preferred` tells apart; at the same place, closed if both are.
+    // The end of the two that `preferred` chooses; at the same place, closed if both are.
     static Ends of(Ends const & a, Ends const & b, bool preferA) {
         if (a.at == b.at) return {preferA ? a.at : b.at, a.closed && b.closed};
         return preferA ? a : b;
