@@ -320,7 +320,7 @@ void QelXyDimension::scalePixels(int denominator, int numerator) {
 void QelXyDimension::scalePixels(unsigned index, int denominator, int numerator) {
     checkIndex(index, "scalePixels");
     checkRatio(denominator, numerator);
-    // A known peculiarity: in pixels, this form of index and factor takes the ratio.
+    // A known peculiarity: in pixels, the ratio is passed on as an index and a factor.
     if (isPixelBased()) {
         scalePixels(static_cast<unsigned>(denominator), static_cast<double>(numerator));
         return;
