@@ -160,7 +160,7 @@ TEST_P(Qel2DImageSetOpTest, AReplacedOpIsReleased) {
     EXPECT_EQ(QelRect(0, 0, 3, 2), image->imageRect());
 }
 
-TEST_P(Qel2DImageSetOp, ARectangleOfBeforeStaysWhatItWas) {
+TEST_P(Qel2DImageSetOpTest, ARectangleOfBeforeStaysWhatItWas) {
     MoxSmartPtr<Qel2DImage> const image = smallImage();
     static_assert(std::is_same_v<QelRect, decltype(image->imageRect())>);
     QelRect const & before = image->imageRect();
@@ -169,7 +169,7 @@ TEST_P(Qel2DImageSetOp, ARectangleOfBeforeStaysWhatItWas) {
     EXPECT_EQ(QelRect(0, 0, 3, 2), image->imageRect());
 }
 
-TEST_P(Qel2DImageSetOp, AnImageWithoutOpLearnsItsSize) {
+TEST_P(Qel2DImageSetOpTest, AnImageWithoutOpLearnsItsSize) {
     MoxSmartPtr<Qel2DImage> const image = imageOf(nullptr);
     image->setCacheTiles(GetParam());
     image->setOp(new GradientOp(report));

@@ -372,7 +372,7 @@ TEST_F(QelAttributeReentryTest, ACallbackRemovesTheAttributeFromItsOwner) {
     EXPECT_EQ(3, attribute_->numCallbacks());
 }
 
-TEST_F(QelAttributeReentry, AnAttributeOnAStackOutlivesItsCallbacks) {
+TEST_F(QelAttributeReentryTest, AnAttributeOnAStackOutlivesItsCallbacks) {
     IntAttribute attribute("size");
     observe(attribute, [this](AttributePtr const & changed) {
         AttributePtr const held = changed;
