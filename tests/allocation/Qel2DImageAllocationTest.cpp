@@ -141,6 +141,8 @@ INSTANTIATE_TEST_SUITE_P(Render, Qel2DImageAllocationTest,
                          [](auto const & row) { return std::string(row.param.name); });
 
 TEST_P(Qel2DImageAllocationTest, EachFailsOnceAndLeavesNothingBehind) {
+    // The record of objects that new made keeps its table.
+    showsPicture(*chain(true));
     for (bool const cached : {false, true}) {
         std::int64_t n = 1;
         while (failOnce(n, cached)) {
