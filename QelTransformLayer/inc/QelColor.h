@@ -56,9 +56,9 @@ class QEL_API QelColor {
     // (of the minima if the old maximum is 0), so that 0 stays 0. With `clamp` they are then
     // limited to the new range. A value that leaves the new range only by rounding is always
     // limited. Raises countsDiffer (400) if the number of bands differs, and cannotRescale (153)
-    // for an old range that gives no factor. Also raises 153 for a value further outside the new
-    // range: without `clamp`, or with it if the numbers are too large to scale or the new range is
-    // empty. Earlier values are then already scaled.
+    // for an old range that gives no factor. The same code is raised for a value further outside
+    // the new range: without `clamp`, or with it if the numbers are too large to scale or the new
+    // range is empty. Earlier values are then already scaled.
     void setColorSpace(MoxSmartPtr<QelColorSpace> space, bool clamp, bool fromZero);
 
     // The same space (see QelColorSpace::isEqual()), or none in both, and exactly the same values.
