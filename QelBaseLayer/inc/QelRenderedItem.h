@@ -97,7 +97,7 @@ class QEL_API QelRenderedItem : public virtual ZanRefCount {
     QelSmartRenderedItemVector & madeDependencies() ZAN_REQUIRES(lock_);
     // Leaves the dependencies in `dropped`, for the caller to release after the lock: the last
     // reference on an item may go with them, and its destructor may need other locks.
-    void dropDependencies(Items & dropped) ZAN_REQUIRES(lock_);
+    void dropDependencies(QelSmartRenderedItemVector & dropped) ZAN_REQUIRES(lock_);
     Items copyDependencies() const;
 
     std::uint8_t state_ ZAN_GUARDED_BY(lock_) = 0;

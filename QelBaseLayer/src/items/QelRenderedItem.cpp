@@ -37,7 +37,7 @@ void QelRenderedItem::setComplete(bool value) {
         setState(complete, false);
         return;
     }
-    Items dropped;  // released after the lock
+    QelSmartRenderedItemVector dropped;  // released after the lock
     ZanLock const hold(lock_);
     changeState(complete, true);
     dropDependencies(dropped);
@@ -95,25 +95,25 @@ void QelRenderedItem::removeDependency(QelRenderedItem * item) {
 }
 
 void QelRenderedItem::removeDependencies(QelSmartRenderedItemVector const & items) {
-    Items dropped;  // released after the lock
+    QelSmartRenderedItemVector dropped;  // released after the lock
     ZanLock const hold(lock_);
     changeState(pending, false);
     if (!dependencies_) return;
     if (&items == dependencies_.get()) {
-        dropped = dependencies_->takeAll();
+        dependencies_->swap(dropped);
     } else {
         dependencies_->removeEach(items);
     }
 }
 
 void QelRenderedItem::clearDependencies() {
-    Items dropped;  // released after the lock
+    QelSmartRenderedItemVector dropped;  // released after the lock
     ZanLock const hold(lock_);
     dropDependencies(dropped);
 }
 
-void QelRenderedItem::dropDependencies(Items & dropped) {
-    if (dependencies_) dropped = dependencies_->takeAll();
+void QelRenderedItem::dropDependencies(QelSmartRenderedItemVector & dropped) {
+    if (dependencies_) dependencies_->swap(dropped);
     changeState(pending, false);
 }
 

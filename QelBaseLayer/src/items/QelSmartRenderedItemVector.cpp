@@ -1,6 +1,7 @@
 #include "QelSmartRenderedItemVector.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <unordered_map>
 #include <utility>
 
@@ -47,9 +48,27 @@ class ItemCounts {
 
 }  // namespace
 
-QelSmartRenderedItemVector::~QelSmartRenderedItemVector() {
-    for (Item & item : items_)
+QelSmartRenderedItemVector::QelSmartRenderedItemVector() = default;
+
+QelSmartRenderedItemVector::~QelSmartRenderedItemVector() = default;
+
+QelSmartRenderedItemVector::Entries::~Entries() {
+    for (Item & item : items)
         qelReleaseLater(std::move(item));
+}
+
+std::vector<Item> & QelSmartRenderedItemVector::ownItems() {
+    if (!entries_) {
+        entries_ = new Entries;
+    } else if (sharesWithAnother()) {
+        entries_ = new Entries(entries_->items);
+    }
+    return entries_->items;
+}
+
+Item const & QelSmartRenderedItemVector::get(std::size_t i) const {
+    if (!entries_) throw std::out_of_range("QelSmartRenderedItemVector::get");
+    return entries_->items.at(i);
 }
 
 void QelSmartRenderedItemVector::discardReference(QelRenderedItem *) {
@@ -63,30 +82,39 @@ void QelSmartRenderedItemVector::setCacheTiles(bool) {
 }
 
 void QelSmartRenderedItemVector::add(QelRenderedItem * item) {
-    if (item != nullptr) items_.emplace_back(item);
+    if (item != nullptr) ownItems().emplace_back(item);
 }
 
 void QelSmartRenderedItemVector::addEach(QelSmartRenderedItemVector const & others) {
-    std::size_t const added = others.items_.size();
-    std::size_t const needed = items_.size() + added;
+    std::size_t const added = others.size();
+    if (added == 0) return;
+    if (size() == 0) {
+        entries_ = others.entries_;
+        return;
+    }
+    std::size_t const needed = size() + added;
+    std::vector<Item> & items = ownItems();
     // Growing by a factor keeps the sum of many small additions linear. What follows cannot fail.
-    if (needed > items_.capacity()) items_.reserve(std::max(needed, 2 * items_.capacity()));
+    if (needed > items.capacity()) items.reserve(std::max(needed, 2 * items.capacity()));
     for (std::size_t i = 0; i < added; ++i)
-        items_.push_back(others.items_[i]);
+        items.push_back(others.entries_->items[i]);
 }
 
 void QelSmartRenderedItemVector::remove(QelRenderedItem * item) {
-    auto const found = std::find(items_.begin(), items_.end(), item);
-    if (found == items_.end()) return;
+    if (!entries_) return;
+    auto const & entries = entries_->items;
+    auto const at = std::find(entries.begin(), entries.end(), item) - entries.begin();
+    if (at == entries.end() - entries.begin()) return;
+    std::vector<Item> & items = ownItems();
     // Released last: the item's destructor may look at the list.
-    Item const removed = std::move(*found);
-    items_.erase(found);
+    Item const removed = std::move(items[static_cast<std::size_t>(at)]);
+    items.erase(items.begin() + at);
 }
 
 void QelSmartRenderedItemVector::clear() {
     // By index, with a separate reference: setComplete() is the client's and may change the list.
-    for (std::size_t i = 0; i < items_.size(); ++i) {
-        Item const item = items_[i];
+    for (std::size_t i = 0; i < size(); ++i) {
+        Item const item = entries_->items[i];
         item->setComplete(false);
     }
 }
@@ -96,25 +124,26 @@ QelRenderedItemContainer::Iterator QelSmartRenderedItemVector::makeIterator(QelD
 }
 
 void QelSmartRenderedItemVector::removeEach(QelSmartRenderedItemVector const & others) {
+    if (size() == 0 || others.size() == 0) return;
     // Each entry of `others` takes the first one left of its item, so of every item the first
     // entries go, as many as `others` has, whatever the order of `others`.
-    ItemCounts unwanted(others.items_);
+    ItemCounts unwanted(others.entries_->items);
     std::vector<Item> kept;
-    std::vector<Item> removed;
-    kept.reserve(items_.size());
-    removed.reserve(std::min(items_.size(), others.items_.size()));
-    for (Item & item : items_) {
-        std::vector<Item> & target = unwanted.take(item.get()) ? removed : kept;
-        target.push_back(std::move(item));
+    kept.reserve(size());
+    for (Item const & item : entries_->items) {
+        if (!unwanted.take(item.get())) kept.push_back(item);
     }
-    items_.swap(kept);
+    // Released last: the items' destructors may look at the list.
+    MoxSmartPtr<Entries> former = new Entries(std::move(kept));
+    entries_.swap(former);
 }
 
 void QelSmartRenderedItemVector::removeAll() {
     // Released last: the items' destructors may look at the list.
-    std::vector<Item> const removed = takeAll();
+    QelSmartRenderedItemVector removed;
+    swap(removed);
 }
 
-std::vector<MoxSmartPtr<QelRenderedItem>> QelSmartRenderedItemVector::takeAll() noexcept {
-    return std::exchange(items_, {});
+std::vector<Item> QelSmartRenderedItemVector::takeAll() {
+    return entries_ ? std::exchange(ownItems(), {}) : std::vector<Item>();
 }

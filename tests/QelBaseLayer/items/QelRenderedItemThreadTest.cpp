@@ -95,6 +95,38 @@ TEST(QelRenderedItemThreadTest, DependenciesOfManyThreads) {
     EXPECT_EQ(aliveBefore, Item::alive);
 }
 
+// Items that have one list of dependencies between them change and drop it on different threads.
+TEST(QelRenderedItemThreadTest, OneListOfManyItems) {
+    constexpr std::size_t items = 200;
+    constexpr int rounds = 20;
+    int const aliveBefore = Item::alive;
+    for (int round = 0; round < rounds; ++round) {
+        std::vector<std::vector<MoxSmartPtr<Item>>> ofThreads(threadCount);
+        {
+            QelSmartRenderedItemVector needed;
+            for (int i = 0; i < 10; ++i)
+                needed.add(new Item);
+            for (std::vector<MoxSmartPtr<Item>> & mine : ofThreads) {
+                for (std::size_t i = 0; i < items; ++i) {
+                    mine.emplace_back(new Item);
+                    mine.back()->addDependencies(needed);
+                }
+            }
+        }
+        runThreads([&](int thread) {
+            for (std::size_t i = 0; i < items; ++i) {
+                Item & item = *ofThreads[static_cast<std::size_t>(thread)][i];
+                if (i % 3 == 0) item.removeDependency(item.dependencies()->get(i % 10));
+                ASSERT_EQ(i % 3 == 0 ? 9 : 10, item.dependencyCount());
+                item.setComplete(true);
+                ASSERT_EQ(0, item.dependencyCount());
+            }
+        });
+        EXPECT_EQ(aliveBefore + threadCount * static_cast<int>(items), Item::alive);
+    }
+    EXPECT_EQ(aliveBefore, Item::alive);
+}
+
 // Everything at once; what is left to see is that nothing tears and nothing leaks.
 TEST(QelRenderedItemThreadTest, AllOperationsAtOnce) {
     unsigned const seed = 20230;

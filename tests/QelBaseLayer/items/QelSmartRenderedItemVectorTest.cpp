@@ -179,6 +179,96 @@ TEST_F(QelSmartRenderedItemVectorTest, AddEachAppendsInOrder) {
     EXPECT_EQ((Positions{0, 4, 2, 4, 0, 4, 2, 4}), contents(list_));
 }
 
+TEST_F(QelSmartRenderedItemVectorTest, AddEachOfNothingChangesNothing) {
+    QelSmartRenderedItemVector other;
+    list_.addEach(other);
+    EXPECT_EQ(0U, list_.size());
+    EXPECT_FALSE(list_.sharesEntries(other)) << "two empty lists have nothing to share";
+    add(list_, {1});
+    list_.addEach(other);
+    EXPECT_EQ((Positions{1}), contents(list_));
+}
+
+TEST_F(QelSmartRenderedItemVectorTest, AnEmptyListSharesTheEntriesOfAnother) {
+    QelSmartRenderedItemVector other;
+    add(other, {4, 2, 4});
+    list_.addEach(other);
+    EXPECT_TRUE(list_.sharesEntries(other));
+    EXPECT_EQ((Positions{4, 2, 4}), contents(list_));
+    EXPECT_EQ(3, items_[4]->refCount()) << "two entries, counted once";
+    QelSmartRenderedItemVector third;
+    third.addEach(list_);
+    EXPECT_TRUE(third.sharesEntries(other));
+    EXPECT_EQ(3, items_[4]->refCount());
+}
+
+// Whatever changes one list leaves those that share its entries alone, on either side.
+TEST_F(QelSmartRenderedItemVectorTest, AChangeOfOneListLeavesTheOther) {
+    QelSmartRenderedItemVector others;
+    add(others, {0});
+    struct Case {
+        char const * name;
+        std::function<void(QelSmartRenderedItemVector &)> change;
+        Positions expected;
+    };
+    Case const cases[] = {
+        {"add", [&](auto & list) { list.add(items_[3]); }, {0, 1, 0, 3}},
+        {"addEach", [&](auto & list) { list.addEach(others); }, {0, 1, 0, 0}},
+        {"addEach, itself", [&](auto & list) { list.addEach(list); }, {0, 1, 0, 0, 1, 0}},
+        {"remove", [&](auto & list) { list.remove(items_[0]); }, {1, 0}},
+        {"removeEach", [&](auto & list) { list.removeEach(others); }, {1, 0}},
+        {"removeEach, itself", [&](auto & list) { list.removeEach(list); }, {}},
+        {"removeAll", [&](auto & list) { list.removeAll(); }, {}},
+        {"takeAll", [&](auto & list) { EXPECT_EQ(3U, list.takeAll().size()); }, {}},
+    };
+    for (Case const & each : cases) {
+        SCOPED_TRACE(each.name);
+        for (bool const isFirst : {true, false}) {
+            QelSmartRenderedItemVector first;
+            QelSmartRenderedItemVector second;
+            add(first, {0, 1, 0});
+            second.addEach(first);
+            ASSERT_TRUE(second.sharesEntries(first));
+            each.change(isFirst ? first : second);
+            EXPECT_EQ(each.expected, contents(isFirst ? first : second));
+            EXPECT_EQ((Positions{0, 1, 0}), contents(isFirst ? second : first));
+            EXPECT_FALSE(second.sharesEntries(first));
+        }
+    }
+    for (std::size_t i = 0; i < items_.size(); ++i)
+        EXPECT_EQ(i == 0 ? 2 : 1, items_[i]->refCount());
+}
+
+TEST_F(QelSmartRenderedItemVectorTest, RemovingWhatIsNotThereKeepsEntriesShared) {
+    QelSmartRenderedItemVector other;
+    add(other, {4, 2});
+    list_.addEach(other);
+    list_.remove(items_[0]);
+    list_.remove(nullptr);
+    EXPECT_TRUE(list_.sharesEntries(other));
+}
+
+TEST_F(QelSmartRenderedItemVectorTest, SharedEntriesGoWithTheLastList) {
+    {
+        QelSmartRenderedItemVector other;
+        add(other, {4, 2});
+        list_.addEach(other);
+    }
+    EXPECT_EQ((Positions{4, 2}), contents(list_));
+    EXPECT_EQ(2, items_[4]->refCount());
+    list_.removeAll();
+    EXPECT_EQ(1, items_[4]->refCount());
+}
+
+TEST_F(QelSmartRenderedItemVectorTest, SwapExchangesTheItems) {
+    QelSmartRenderedItemVector other;
+    add(other, {4, 2});
+    add(list_, {1});
+    list_.swap(other);
+    EXPECT_EQ((Positions{4, 2}), contents(list_));
+    EXPECT_EQ((Positions{1}), contents(other));
+}
+
 TEST_F(QelSmartRenderedItemVectorTest, TheIteratorVisitsAllItemsInOrder) {
     add(list_, {1, 3, 1});
     Pointers visited;
