@@ -176,6 +176,9 @@ class QEL_API Qel2DImage : public QelEmbeddedRenderedItemContainer, public ZanMa
     // (0, 0, width, height), in pixels.
     QelRect imageRect() const;
     QelContainerBase * container() const { return container_; }
+    // For a container that ends, or lets go of its images: what has an op goes on without it. No
+    // request is under way.
+    void leaveContainer() { container_ = nullptr; }
     // The resolution that the image was made for; null when none was given.
     QelTileId const * id() const { return id_ ? &*id_ : nullptr; }
 

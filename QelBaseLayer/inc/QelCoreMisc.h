@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <typeinfo>
 
 #include "QelDataType.h"
 #include "ZanSourceLocation.h"
@@ -46,10 +47,11 @@ class QEL_API QelCoreMisc {
     // address that stays valid for the life of the process; null counts as empty.
     static char const * cleanTypeName(char const * raw);
 
-    // cleanTypeName() of an object's most derived class.
+    // cleanTypeName() of a type, or of an object's most derived class.
+    static char const * typeNameOf(std::type_info const & type);
     template <class T>
     static char const * classNameOf(T const & object) {
-        return cleanTypeNameOf(typeid(object));
+        return typeNameOf(typeid(object));
     }
 
     // The limit of a level: 256 below 2, otherwise 16384.
@@ -128,7 +130,4 @@ class QEL_API QelCoreMisc {
     // `table` gets eight words: four 64-bit elements, the low word first.
     // Requires: -32768 <= low <= high <= 32767.
     static void makeClampConstants(int low, int high, std::uint32_t * table);
-
-  private:
-    static char const * cleanTypeNameOf(std::type_info const & type);
 };

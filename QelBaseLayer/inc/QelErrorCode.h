@@ -8,6 +8,7 @@ namespace QelErrorCode {
 
 // General, and attributes: 1 to 24.
 inline constexpr int notComputed = 1;
+inline constexpr int streamDataGood = 1;
 inline constexpr int wrongClass = 2;
 inline constexpr int misuse = 3;
 inline constexpr int nullPointer = 4;
@@ -24,10 +25,37 @@ inline constexpr int attributesInconsistent = 22;
 inline constexpr int endlessCallbacks = 23;
 inline constexpr int illegalAttributeName = 24;
 
-// Ops, and images of sizes that do not match: 100 to 130.
+// Connection points: 50 to 70.
+inline constexpr int incompatiblePoints = 50;
+inline constexpr int noSuchPointIndex = 51;
+inline constexpr int noSuchPoint = 52;
+inline constexpr int pointNameTaken = 52;
+inline constexpr int notOwnInput = 53;
+inline constexpr int cannotConnect = 59;
+inline constexpr int cannotDisconnect = 60;
+inline constexpr int differentAggregates = 61;
+inline constexpr int wrongDirection = 62;
+inline constexpr int notConnectedHere = 63;
+inline constexpr int notConnected = 67;
+inline constexpr int sameTransform = 68;
+inline constexpr int primaryPoint = 69;
+inline constexpr int noPrimaryInput = 70;
+
+// Transforms, ops, and images of sizes that do not match: 100 to 130.
+inline constexpr int noStatusMessage = 100;
+inline constexpr int noSuchInput = 102;
+inline constexpr int notAnImage = 105;
+inline constexpr int notOwnOutput = 108;
+inline constexpr int transformRenders = 110;
+inline constexpr int pointHasOwner = 111;
+inline constexpr int notCopyConstructed = 117;
 inline constexpr int unsupportedDataType = 118;
 inline constexpr int wrongPixelFormat = 119;
+inline constexpr int badRequest = 122;
 inline constexpr int invalidInput = 123;
+inline constexpr int noRegion = 124;
+inline constexpr int setupFailed = 125;
+inline constexpr int noMatchingResolution = 127;
 inline constexpr int pixelCountsDiffer = 128;
 
 // Iterators, organisations of data, and rescaling: 150 to 153.
@@ -36,6 +64,10 @@ inline constexpr int outOfBounds = 151;
 inline constexpr int unevenBandOffsets = 152;
 inline constexpr int invalidDataOrg = 153;
 inline constexpr int cannotRescale = 153;
+
+// Tile containers: 180 and 181.
+inline constexpr int tilePresent = 180;
+inline constexpr int notATile = 181;
 
 // Rendering: 200 to 206.
 inline constexpr int renderFailed = 203;
@@ -75,5 +107,6 @@ inline constexpr int illegalWorldHeight = 413;
 // Operations on images: 600 to 605.
 inline constexpr int noCommonResolution = 600;
 inline constexpr int noPixelSource = 602;
+inline constexpr int unsuitableType = 603;
 
 }  // namespace QelErrorCode

@@ -151,6 +151,6 @@ char const * QelCoreMisc::cleanTypeName(char const * raw) {
     }
 }
 
-char const * QelCoreMisc::cleanTypeNameOf(std::type_info const & type) {
+char const * QelCoreMisc::typeNameOf(std::type_info const & type) {
     return cleanTypeName(ZanTypeInfoName(type).c_str());
 }

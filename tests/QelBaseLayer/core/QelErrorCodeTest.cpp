@@ -5,6 +5,7 @@
 // Clients store and compare the numbers, so a name never gets another one.
 TEST(QelErrorCodeTest, EveryNameKeepsItsNumber) {
     EXPECT_EQ(1, QelErrorCode::notComputed);
+    EXPECT_EQ(1, QelErrorCode::streamDataGood);
     EXPECT_EQ(2, QelErrorCode::wrongClass);
     EXPECT_EQ(3, QelErrorCode::misuse);
     EXPECT_EQ(4, QelErrorCode::nullPointer);
@@ -20,15 +21,42 @@ TEST(QelErrorCodeTest, EveryNameKeepsItsNumber) {
     EXPECT_EQ(22, QelErrorCode::attributesInconsistent);
     EXPECT_EQ(23, QelErrorCode::endlessCallbacks);
     EXPECT_EQ(24, QelErrorCode::illegalAttributeName);
+    EXPECT_EQ(50, QelErrorCode::incompatiblePoints);
+    EXPECT_EQ(51, QelErrorCode::noSuchPointIndex);
+    EXPECT_EQ(52, QelErrorCode::noSuchPoint);
+    EXPECT_EQ(52, QelErrorCode::pointNameTaken);
+    EXPECT_EQ(53, QelErrorCode::notOwnInput);
+    EXPECT_EQ(59, QelErrorCode::cannotConnect);
+    EXPECT_EQ(60, QelErrorCode::cannotDisconnect);
+    EXPECT_EQ(61, QelErrorCode::differentAggregates);
+    EXPECT_EQ(62, QelErrorCode::wrongDirection);
+    EXPECT_EQ(63, QelErrorCode::notConnectedHere);
+    EXPECT_EQ(67, QelErrorCode::notConnected);
+    EXPECT_EQ(68, QelErrorCode::sameTransform);
+    EXPECT_EQ(69, QelErrorCode::primaryPoint);
+    EXPECT_EQ(70, QelErrorCode::noPrimaryInput);
+    EXPECT_EQ(100, QelErrorCode::noStatusMessage);
+    EXPECT_EQ(102, QelErrorCode::noSuchInput);
+    EXPECT_EQ(105, QelErrorCode::notAnImage);
+    EXPECT_EQ(108, QelErrorCode::notOwnOutput);
+    EXPECT_EQ(110, QelErrorCode::transformRenders);
+    EXPECT_EQ(111, QelErrorCode::pointHasOwner);
+    EXPECT_EQ(117, QelErrorCode::notCopyConstructed);
     EXPECT_EQ(118, QelErrorCode::unsupportedDataType);
     EXPECT_EQ(119, QelErrorCode::wrongPixelFormat);
+    EXPECT_EQ(122, QelErrorCode::badRequest);
     EXPECT_EQ(123, QelErrorCode::invalidInput);
+    EXPECT_EQ(124, QelErrorCode::noRegion);
+    EXPECT_EQ(125, QelErrorCode::setupFailed);
+    EXPECT_EQ(127, QelErrorCode::noMatchingResolution);
     EXPECT_EQ(128, QelErrorCode::pixelCountsDiffer);
     EXPECT_EQ(150, QelErrorCode::simpleDataOrgNeeded);
     EXPECT_EQ(151, QelErrorCode::outOfBounds);
     EXPECT_EQ(152, QelErrorCode::unevenBandOffsets);
     EXPECT_EQ(153, QelErrorCode::invalidDataOrg);
     EXPECT_EQ(153, QelErrorCode::cannotRescale);
+    EXPECT_EQ(180, QelErrorCode::tilePresent);
+    EXPECT_EQ(181, QelErrorCode::notATile);
     EXPECT_EQ(203, QelErrorCode::renderFailed);
     EXPECT_EQ(204, QelErrorCode::cancelled);
     EXPECT_EQ(300, QelErrorCode::noSuchUnit);
@@ -60,4 +88,5 @@ TEST(QelErrorCodeTest, EveryNameKeepsItsNumber) {
     EXPECT_EQ(413, QelErrorCode::illegalWorldHeight);
     EXPECT_EQ(600, QelErrorCode::noCommonResolution);
     EXPECT_EQ(602, QelErrorCode::noPixelSource);
+    EXPECT_EQ(603, QelErrorCode::unsuitableType);
 }
