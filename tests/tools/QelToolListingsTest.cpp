@@ -141,7 +141,7 @@ TEST_F(QelToolListingsTest, TheFirstColoursAsJson) {
 
 TEST_F(QelToolListingsTest, OpsAsJsonIsWhatTheCatalogHas) {
     Json const json = jsonOf({"ops", "--json"});
-    std::vector<QelOpDescription> const & ops = QelOpCatalog::standard().ops();
+    std::vector<QelTransformDescription> const & ops = QelTransformCatalog::standard().ops();
     ASSERT_EQ(ops.size(), json.size());
     for (std::size_t i = 0; i < ops.size(); ++i) {
         SCOPED_TRACE(ops[i].name);
@@ -150,7 +150,7 @@ TEST_F(QelToolListingsTest, OpsAsJsonIsWhatTheCatalogHas) {
         EXPECT_EQ(ops[i].summary, json[i]["summary"]);
         ASSERT_EQ(ops[i].parameters.size(), json[i]["parameters"].size());
         for (std::size_t p = 0; p < ops[i].parameters.size(); ++p) {
-            QelOpParameter const & expected = ops[i].parameters[p];
+            QelTransformParameter const & expected = ops[i].parameters[p];
             Json const & found = json[i]["parameters"][p];
             EXPECT_EQ((Keys{"name", "type", "range", "default", "summary"}), keysOf(found));
             EXPECT_EQ(expected.name, found["name"]);
@@ -170,12 +170,33 @@ TEST_F(QelToolListingsTest, OpsAsJsonHasParametersWithAndWithoutADefault) {
     EXPECT_EQ(Json::parse(R"({"name": "radius", "type": "integer", "range": {"min": 1, "max": 64},
                               "default": null, "summary": "radius of the blur, in pixels"})"),
               json[0]["parameters"][0]);
+    EXPECT_EQ(
+        Json::parse(R"({"name": "convolve",
+                              "summary": "weighted sum of the pixels around each pixel",
+                              "parameters": [{"name": "kernel", "type": "list of numbers",
+                                              "range": {"min": -1000000, "max": 1000000},
+                                              "default": null, "summary": )"
+                    R"("weights of a square around each pixel, row by row, such as 9 or 25"}]})"),
+        json[1]);
     EXPECT_EQ(Json::parse(R"({"name": "invert", "summary": "the negative", "parameters": []})"),
-              json[1]);
+              json[2]);
     EXPECT_EQ(Json::parse(R"({"name": "gain", "type": "number",
                               "range": {"min": -1000000, "max": 1000000}, "default": 1,
                               "summary": "contrast factor"})"),
-              json[2]["parameters"][0]);
+              json[3]["parameters"][0]);
+}
+
+// Sources are no operations that a user can append.
+TEST_F(QelToolListingsTest, OpsAreListedByNameWithoutSources) {
+    std::vector<std::string> names;
+    for (Json const & op : jsonOf({"ops", "--json"}))
+        names.push_back(op["name"]);
+    EXPECT_EQ((std::vector<std::string>{"blur", "convolve", "invert", "linear", "sharpen"}), names);
+    std::vector<std::string> listed;
+    for (std::string const & line : linesOf({"ops"})) {
+        if (line.front() != ' ') listed.push_back(line);
+    }
+    EXPECT_EQ(names, listed);
 }
 
 TEST_F(QelToolListingsTest, UnitsAsJsonAreWhatTheRegistryHas) {

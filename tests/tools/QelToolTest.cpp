@@ -22,6 +22,7 @@ TEST_F(QelToolTest, VersionAndHelp) {
          std::vector<std::vector<std::string>>{{"--help"},
                                                {"colours", "--help"},
                                                {"convert", "--help"},
+                                               {"graph", "--help"},
                                                {"info", "--help"},
                                                {"ops", "--help"},
                                                {"space", "--help"}}) {
@@ -41,7 +42,9 @@ TEST_F(QelToolTest, OpsTellsParametersWithTypesDefaultsAndRanges) {
     Outcome const outcome = run({"ops"});
     EXPECT_EQ(0, outcome.code);
     for (char const * const line :
-         {"blur\n", "invert\n", "linear\n", "sharpen\n",
+         {"blur\n",
+          "convolve\n    weighted sum of the pixels around each pixel\n    kernel: list of ",
+          "invert\n", "linear\n", "sharpen\n",
           "    gain: number from -1000000 to 1000000, default 1; contrast factor\n",
           "    offset: number from -1000000 to 1000000, default 0; added after the gain, in pixel "
           "values\n",
@@ -112,6 +115,8 @@ TEST_F(QelToolTest, BlursAndSharpensByARadiusOrAKernel) {
     for (Row const & row : std::vector<Row>{
              {"blur:radius=3", [](auto input) { return new QelBlurOp(input, 3); }},
              {"blur:radius=64", [](auto input) { return new QelBlurOp(input, 64); }},
+             {"convolve:kernel=0:-1:0:-1:5:-1:0:-1:0",
+              [&](auto input) { return new QelConvolveOp(input, kernel); }},
              {"sharpen:radius=2", [](auto input) { return new QelSharpenOp(input, 2); }},
              {"sharpen:kernel=0:-1:0:-1:5:-1:0:-1:0",
               [&](auto input) { return new QelSharpenOp(input, kernel); }}}) {
@@ -306,7 +311,8 @@ TEST_F(QelToolTest, CommandLinesThatCannotBeUnderstood) {
              {{"convert", "@testcard", out, "--nothing"},
               "The following argument was not expected: --nothing"},
              {{"convert", "@testcard", out, "inverse"},
-              "There is no operation \"inverse\"; there are blur, invert, linear and sharpen"},
+              "There is no operation \"inverse\"; there are blur, convolve, invert, linear and "
+              "sharpen"},
              {{"convert", "@testcard", out, "linear:scale=1"},
               "The operation linear has no parameter \"scale\"; it has gain and offset"},
              {{"convert", "@testcard", out, "linear:gain=2000000"},
@@ -322,7 +328,11 @@ TEST_F(QelToolTest, CommandLinesThatCannotBeUnderstood) {
              {{"convert", file("none.png"), out, "sharpen:kernel=1:x:3"},
               "The value of sharpen:kernel is \"x\", it must be a number"},
              {{"convert", file("none.png"), out, "blur:radius=2,kernel=1"},
-              "The operation blur takes a radius or a kernel, not both"}}) {
+              "The operation blur takes a radius or a kernel, not both"},
+             {{"convert", file("none.png"), out, "convolve"},
+              "The operation convolve needs a kernel"},
+             {{"convert", file("none.png"), out, "convolve:radius=2"},
+              "The operation convolve has no parameter \"radius\"; it has kernel"}}) {
         SCOPED_TRACE(row.line);
         expectFailed(2, row.line, row.arguments);
     }

@@ -18,6 +18,7 @@ std::string textOf(ZanError const & error);
 // which runs the one that the user chose.
 void addColoursCommand(CommandLine & tool);
 void addConvertCommand(CommandLine & tool);
+void addGraphCommand(CommandLine & tool);
 void addInfoCommand(CommandLine & tool);
 void addOpsCommand(CommandLine & tool);
 void addSpaceCommand(CommandLine & tool);

@@ -11,6 +11,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Picture.h"
+#include "Pipeline.h"
 #include "Region.h"
 
 namespace {
@@ -25,13 +26,6 @@ struct Arguments {
     std::int64_t maxBytes = QelReadLimits().maxBytes;
     std::optional<std::string> memoryLimit;
 };
-
-// The images from the picture to the result, each made from the one before it.
-struct Link {
-    std::string name;
-    MoxSmartPtr<Qel2DImage> image;
-};
-using Chain = std::vector<Link>;
 
 // While it lives, all pixel memory comes from a recycling manager, if the user wants that. Made
 // before all images, so that it is destroyed after them.
@@ -67,18 +61,6 @@ void stopWhenInterrupted() {
         std::signal(signal, handler);
 }
 
-std::vector<QelOpCatalog::Call> parseOps(std::vector<std::string> const & texts) {
-    std::vector<QelOpCatalog::Call> calls;
-    try {
-        for (std::string const & text : texts) {
-            calls.push_back(QelOpCatalog::standard().parse(text));
-        }
-    } catch (ZanError const & error) {
-        throw UsageError(textOf(error));
-    }
-    return calls;
-}
-
 void setTileSize(std::string const & text) {
     PixelSize const size = parseSize(text, "--tile", 16, 8192);
     QelSystemConfig::defaultTileWidth = size.width;
@@ -93,33 +75,26 @@ Picture openInput(Arguments const & arguments) {
     return openPicture(arguments.in, limits);
 }
 
-Chain buildChain(Picture const & picture, Arguments const & arguments,
-                 std::vector<QelOpCatalog::Call> const & calls) {
-    Chain chain{{picture.name, picture.image}};
-    for (std::size_t i = 0; i < calls.size(); ++i) {
-        MoxSmartPtr<QelImageOp> const op = calls[i].make(chain.back().image);
-        chain.push_back({arguments.ops[i], new Qel2DImage(op)});
-    }
-    return chain;
-}
+using Images = std::vector<MoxSmartPtr<Qel2DImage>>;
 
-void printStatistics(Chain const & chain) {
+void printStatistics(Images const & images, Arguments const & arguments) {
     std::cout << std::right << std::setw(14) << "tiles in grid" << std::setw(16) << "tiles computed"
               << std::setw(17) << "pixels computed" << std::setw(15) << "pixels copied"
               << "  image\n";
-    for (Link const & link : chain) {
-        Qel2DImage::Statistics const done = link.image->statistics();
-        std::cout << std::setw(14)
-                  << std::int64_t{link.image->tilesAcross()} * link.image->tilesDown()
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        Qel2DImage const & image = *images[i];
+        Qel2DImage::Statistics const done = image.statistics();
+        std::cout << std::setw(14) << std::int64_t{image.tilesAcross()} * image.tilesDown()
                   << std::setw(16) << done.tilesComputed << std::setw(17) << done.pixelsComputed
-                  << std::setw(15) << done.pixelsCopied << "  " << link.name << '\n';
+                  << std::setw(15) << done.pixelsCopied << "  "
+                  << (i == 0 ? arguments.in : arguments.ops[i - 1]) << '\n';
     }
     std::cout << "peak bytes of pixel buffers: " << QelSystemConfig::peakBytes << '\n';
 }
 
 void convert(Arguments const & arguments) {
     // Everything that can be refused without opening a file comes first.
-    std::vector<QelOpCatalog::Call> const calls = parseOps(arguments.ops);
+    std::vector<QelTransformCatalog::Call> const calls = parseOps(arguments.ops);
     Region region;
     if (arguments.region) region = Region(*arguments.region, "--region");
     std::optional<std::uint64_t> memoryLimit;
@@ -135,8 +110,9 @@ void convert(Arguments const & arguments) {
     RecycledMemory const memory(memoryLimit);
     Picture const picture = openInput(arguments);
     remarkOnResolution(picture, region);
-    Chain const chain = buildChain(picture, arguments, calls);
-    Qel2DImage & result = *chain.back().image;
+    Pipeline const pipeline(picture.source, calls);
+    Images const images = pipeline.images();
+    Qel2DImage & result = *images.back();
     if (picture.hasResolution) {
         options.horzResolution = picture.space->getResolution(0).horz;
         options.vertResolution = picture.space->getResolution(0).vert;
@@ -144,7 +120,7 @@ void convert(Arguments const & arguments) {
     QelPictureWriter const writer(arguments.out, options);
     writer.write(result, region.isAll() ? result.imageRect() : region.pixelsOf(picture));
     if (!arguments.stats) return;
-    printStatistics(chain);
+    printStatistics(images, arguments);
     memory.printStatistics();
 }
 

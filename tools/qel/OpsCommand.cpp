@@ -12,9 +12,9 @@ namespace {
 // A block for each operation, since a table has no room for parameters.
 void printOps() {
     std::cout << std::setprecision(15);
-    for (QelOpDescription const & op : QelOpCatalog::standard().ops()) {
+    for (QelTransformDescription const & op : QelTransformCatalog::standard().ops()) {
         std::cout << op.name << "\n    " << op.summary << '\n';
-        for (QelOpParameter const & parameter : op.parameters) {
+        for (QelTransformParameter const & parameter : op.parameters) {
             std::cout << "    " << parameter.name << ": " << parameter.typeName() << " from "
                       << parameter.min << " to " << parameter.max;
             if (parameter.defaultValue) std::cout << ", default " << *parameter.defaultValue;
@@ -23,7 +23,7 @@ void printOps() {
     }
 }
 
-Value::Record recordOf(QelOpParameter const & parameter) {
+Value::Record recordOf(QelTransformParameter const & parameter) {
     return {{"name", parameter.name},
             {"type", parameter.typeName()},
             {"range", Value::Record{{"min", parameter.min}, {"max", parameter.max}}},
@@ -33,9 +33,9 @@ Value::Record recordOf(QelOpParameter const & parameter) {
 
 void printOpsAsJson() {
     Listing listing({{"name", "name"}, {"summary", "summary"}, {"parameters", "parameters"}});
-    for (QelOpDescription const & op : QelOpCatalog::standard().ops()) {
+    for (QelTransformDescription const & op : QelTransformCatalog::standard().ops()) {
         Value::List parameters;
-        for (QelOpParameter const & parameter : op.parameters)
+        for (QelTransformParameter const & parameter : op.parameters)
             parameters.emplace_back(recordOf(parameter));
         listing.add({op.name, op.summary, parameters});
     }

@@ -51,6 +51,7 @@ int main(int argc, char ** argv) {
                      "computed");
     addColoursCommand(tool);
     addConvertCommand(tool);
+    addGraphCommand(tool);
     addInfoCommand(tool);
     addOpsCommand(tool);
     addSpaceCommand(tool);
