@@ -208,7 +208,8 @@ class QEL_API QelTransform : public QelAttributeBased {
 
     // The op that makes the pixels of an output at the resolution in pixels of `tileId`; null here,
     // for a transform that makes pixels itself in genTile() or genRect(). Ops read from the images
-    // of the inputs: getInputCP(i)->get2DImage(...). Called from several threads at once.
+    // of the inputs: getInputCP(i)->get2DImage(...). Called from several threads at once; an op
+    // that is handed out more than once has made its report before (QelImageOp::outputInfo()).
     virtual MoxSmartPtr<QelImageOp> determineOp(QelTileId const & tileId, int outputIndex) const;
 
     // The part of an input that a part of an output needs, and the other way round: all of it,

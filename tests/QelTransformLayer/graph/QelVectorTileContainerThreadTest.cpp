@@ -304,6 +304,9 @@ TEST_F(QelVectorTileContainerThreadTest, EightThreadsMakeAnImageChooseItsOp) {
 TEST_F(QelVectorTileContainerThreadTest, WithCachingEachTileIsComputedOnceForAllThreads) {
     container().setCacheTiles(true);
     MoxSmartPtr<CountingOp> const op(new CountingOp(transform_->gradient(idOf(full))));
+    // Threads that make an image at once share the op, so it reports ahead of them.
+    QelImageInfo report;
+    ASSERT_TRUE(op->outputInfo(report));
     transform_->onDetermineOp = [&](QelTileId const &, int) { return MoxSmartPtr<QelImageOp>(op); };
     StartLine start;
     runThreads([&](std::uint32_t thread) {
