@@ -128,17 +128,14 @@ void QelTransformDescription::addAttributes(QelTransform & transform) const {
 
 QelTransformValues QelTransformDescription::valuesOf(QelTransform const & transform) const {
     QelTransformValues values;
+    values.reserve(parameters.size());
     for (std::size_t i = 0; i < parameters.size(); ++i)
         values.push_back(valueOf(parameters[i], i, transform));
     return values;
 }
 
 void QelTransformDescription::requireGood(QelTransform const & transform) const {
-    for (std::size_t i = 0; i < parameters.size(); ++i) {
-        for (double const value : valueOf(parameters[i], i, transform))
-            requireInRange(parameters[i], value);
-    }
-    if (check) check(valuesOf(transform));
+    requireGood(valuesOf(transform));
 }
 
 void QelTransformDescription::requireInRange(QelTransformParameter const & parameter,

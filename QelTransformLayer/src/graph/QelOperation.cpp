@@ -1,7 +1,5 @@
 #include "QelOperation.h"
 
-#include <algorithm>
-
 #include "QelCoreMisc.h"
 #include "QelError.h"
 #include "QelRegionClone.h"
@@ -162,13 +160,7 @@ MoxSmartPtr<QelXyRegion> QelOperation::outputInfo(QelXyRegion const & region,
     if (input == nullptr || input->imageStreamData() == nullptr) return nullptr;
     MoxSmartPtr<QelXyCoordSpace> const known = input->getCoordSpace();
     if (!known) return nullptr;
-    MoxSmartPtr<QelXyCoordSpace> const space = known->cloneXy();
-    // A size that is not known is none.
-    space->selectResolution(static_cast<std::uint32_t>(std::max(tileId.resolutionWidth, 0)),
-                            static_cast<std::uint32_t>(std::max(tileId.resolutionHeight, 0)));
-    MoxSmartPtr<QelXyRegion> copy = qelCloneOf(&region);
-    copy->setCoordSpace(space.get());
-    return copy;
+    return qelCloneIn(*known, tileId, region);
 }
 
 // ---- Set-up
@@ -235,15 +227,15 @@ ImagePoint const & requireImage(QelTransform const & transform, Point const * po
 
 void QelOperation::requireType(char const * direction, QelDataType found,
                                QelDataType const * type) {
-    std::string const start = std::string(direction) + " data type (" + found.name() + ')';
+    auto const start = [&] { return std::string(direction) + " data type (" + found.name() + ')'; };
     if (type == nullptr && !found.isTypeswitchType()) {
         setStatusBad(QelError(
             QelErrorCode::unsuitableType,
-            start + " is not a run-time supported (typeswitch) type: transform " + describe(),
+            start() + " is not a run-time supported (typeswitch) type: transform " + describe(),
             __FILE__, __LINE__));
     } else if (type != nullptr && !(found == *type)) {
         setStatusBad(QelError(QelErrorCode::unsuitableType,
-                              start + " does not match the template data type (" + type->name() +
+                              start() + " does not match the template data type (" + type->name() +
                                   ") in " + describe(),
                               __FILE__, __LINE__));
     }

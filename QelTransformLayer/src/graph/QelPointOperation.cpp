@@ -76,12 +76,6 @@ MoxSmartPtr<QelXyRegion> QelPointOperation::getInputRegion(QelXyRegion const & o
     if (image == nullptr || image->imageStreamData() == nullptr) return nullptr;
     MoxSmartPtr<QelXyCoordSpace> const known = image->getCoordSpace();
     if (!known) return nullptr;
-    MoxSmartPtr<QelXyCoordSpace> const space = known->cloneXy();
     // A region without a space has no resolution either.
-    QelTileId const asked(0, 0, outputRegion.xyCoordSpace().get());
-    space->selectResolution(static_cast<std::uint32_t>(asked.resolutionWidth),
-                            static_cast<std::uint32_t>(asked.resolutionHeight));
-    MoxSmartPtr<QelXyRegion> region = qelCloneOf(&outputRegion);
-    region->setCoordSpace(space.get());
-    return region;
+    return qelCloneIn(*known, QelTileId(0, 0, outputRegion.xyCoordSpace().get()), outputRegion);
 }

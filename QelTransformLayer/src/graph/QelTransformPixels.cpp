@@ -56,11 +56,7 @@ MoxSmartPtr<QelXyRegion> wholeAt(QelXyRegion const & region,
                                  MoxSmartPtr<QelXyCoordSpace> const & space) {
     if (!space) return nullptr;
     QelTileId const size = resolutionOf(region);
-    MoxSmartPtr<QelXyCoordSpace> const selected = space->cloneXy();
-    selected->selectResolution(static_cast<std::uint32_t>(size.resolutionWidth),
-                               static_cast<std::uint32_t>(size.resolutionHeight));
-    MoxSmartPtr<QelXyRegion> whole = qelCloneOf(&region);
-    whole->setCoordSpace(selected.get());
+    MoxSmartPtr<QelXyRegion> whole = qelCloneIn(*space, size, region);
     whole->setPixelBounds(QelRect(0, 0, size.resolutionWidth, size.resolutionHeight));
     return whole;
 }
@@ -108,9 +104,7 @@ MoxSmartPtr<QelTile> QelTransform::getTile(MoxSmartPtr<QelTile> tile,
 
 void QelTransform::genTile(MoxSmartPtr<QelTile> tile, MoxSmartPtr<QelImageRequestDesc> request) {
     if (!tile || !request) qelRaise(QelErrorCode::nullPointer, "Argument is a NULL pointer");
-    auto const * const image = dynamic_cast<Qel2DImage const *>(tile->container());
-    auto * const output =
-        image != nullptr ? dynamic_cast<QelImageOutputCP *>(image->getOwner()) : nullptr;
+    auto * const output = dynamic_cast<QelImageOutputCP *>(qelItemOwnerOf(*tile));
     if (output != nullptr) request->setOutput(output);
     genRect(tile, request);
 }
